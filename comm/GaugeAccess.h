@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/TimeSource.h"
+#include "platform/UserMessages.h"
+
+#include <QString>
+
+#include <cstdint>
+
+/// Serialises bus sequences: one process-wide flag, changed only by atomic exchange. It is not re-entrant on
+/// purpose: who takes it twice waits for itself until the time is up.
+class GaugeAccess {
+public:
+    GaugeAccess(TimeSource& time, UserMessages& messages) : m_time(time), m_messages(messages) {}
+
+    /// Tries every 200 ms.
+    /// @param timeoutMs  what is left of it is handed back
+    /// @return false after the message that the bus was not to be had
+    bool AcquireUSBExclusiveAccess(std::int16_t& timeoutMs);
+    /// Gives it back; a release without an acquire shows a message and changes nothing.
+    void ReleaseUSBExclusiveAccess();
+
+    [[nodiscard]] static bool Held();
+    [[nodiscard]] const QString& Owner() const { return m_owner; } ///< for the status bar; empty when free
+
+private:
+    friend class ExclusiveAccess;
+    TimeSource& m_time;
+    UserMessages& m_messages;
+    QString m_owner;
+};
+
+inline constexpr std::int16_t kBusTimeoutMs = 10000;
+
+/// Holds the bus for a scope: acquires in its constructor and releases in its destructor, only if it acquired.
+class ExclusiveAccess {
+public:
+    ExclusiveAccess(GaugeAccess& access, const QString& owner, std::int16_t timeoutMs = kBusTimeoutMs);
+    ~ExclusiveAccess();
+    ExclusiveAccess(const ExclusiveAccess&) = delete;
+    ExclusiveAccess& operator=(const ExclusiveAccess&) = delete;
+    explicit operator bool() const { return m_acquired; }
+
+private:
+    GaugeAccess& m_access;
+    bool m_acquired;
+};

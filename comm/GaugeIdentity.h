@@ -1,0 +1,24 @@
+#pragma once
+
+#include "comm/ErrorCodes.h"
+#include "comm/frmUSB.h"
+#include "platform/ProfileFile.h"
+#include "settings/StartupState.h"
+
+#include <QString>
+
+#include <cstdint>
+
+/// Which command and words ask a gauge who it is ([AutoDetect] Command, TypeWord, VersionWord).
+struct IdentityRequest {
+    std::uint8_t Command = 0x00;
+    std::int16_t TypeWord = 1;
+    std::int16_t VersionWord = 2;
+    bool Allowed = true; ///< false: the target's file says Identity=0, nothing is ever sent
+};
+[[nodiscard]] IdentityRequest ReadIdentityRequest(ProfileStore& profiles, const StartupState& state);
+
+/// Reads "Device:800, Ver:1.02". Nothing is written to a device that does not answer a read of
+/// SpecificationInfo (0x1A) first.
+/// @param identity  untouched on failure
+ErrorCode ReadGaugeIdentity(frmUSB& usb, const IdentityRequest& request, std::int16_t addr, QString& identity);

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "comm/adapters/Pc61vRW.h"
+#include "platform/ProfileFile.h"
+#include "platform/TimeSource.h"
+#include "settings/StartupState.h"
+
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+enum class AdapterKind { Linux, Simulated, Replay };
+
+/// Which adapter a run uses, settled once at start: nothing changes from real to simulated while running.
+struct AdapterSettings {
+    AdapterKind Kind = AdapterKind::Simulated;
+    QString Device; ///< the choice as written: auto, real, sim, i2c:/dev/i2c-N, replay:FILE
+    QString TraceFile; ///< records every call when not empty
+    QString Error; ///< the choice was not understood, in plain words; no adapter is then made
+};
+
+/// The --adapter option, else TARNLO_ADAPTER, else [Adapter] Device of the program settings, else auto.
+/// @param option  empty when not given
+[[nodiscard]] AdapterSettings ResolveAdapter(ProfileStore& profiles, const StartupState& state,
+                                             const QString& option, const QString& traceOption);
+
+/// The back end, not opened yet. A simulated or replayed one expects time that it may run faster than the clock.
+[[nodiscard]] std::unique_ptr<Pc61vRW> MakeAdapter(const AdapterSettings& adapter, ProfileStore& profiles,
+                                                   const StartupState& state, TimeSource& time);
+
+/// What could be opened with this choice, free or not.
+[[nodiscard]] std::vector<AdapterFacts> ListAdapters(const AdapterSettings& adapter, ProfileStore& profiles,
+                                                     const StartupState& state, TimeSource& time);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QFlags>
+#include <QString>
+
+enum class Answer : unsigned {
+    Ok = 1,
+    Cancel = 2,
+    Yes = 4,
+    No = 8,
+    Abort = 16,
+    Retry = 32,
+    Ignore = 64,
+};
+Q_DECLARE_FLAGS(Answers, Answer)
+Q_DECLARE_OPERATORS_FOR_FLAGS(Answers)
+
+/// How the core speaks to a person: views show a box, the command line prints, tests record.
+class UserMessages {
+public:
+    virtual ~UserMessages() = default;
+    virtual void Show(const QString& text) = 0;
+    /// Asks and waits. Where nobody can answer it gives the answer that changes nothing:
+    /// No, else Cancel, else Ignore, else Abort.
+    virtual Answer Ask(const QString& text, Answers offered) = 0;
+};
