@@ -1,0 +1,134 @@
+#include "app/StatusPane.h"
+
+#include "look/Icons.h"
+#include "look/Theme.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QResizeEvent>
+#include <QTime>
+
+namespace {
+
+constexpr int kIcon = 16;
+
+QLabel* Panel(QStatusBar* bar, const char* name, const QString& accessible)
+{
+    auto* label = new QLabel(bar);
+    label->setObjectName(QLatin1String(name));
+    label->setAccessibleName(accessible);
+    label->setContentsMargins(6, 0, 6, 0);
+    return label;
+}
+
+} // namespace
+
+StatusPane::StatusPane(QWidget* parent)
+    : QStatusBar(parent), tmrStatusBarTime(new QTimer(this)), PictureStat(Panel(this, "PictureStat", tr("Status"))),
+      ProgressBarStatus(new QProgressBar(this)), PictureMode(Panel(this, "PictureMode", tr("Adapter"))),
+      lblAddress(Panel(this, "lblAddress", tr("Address"))), m_linkIcon(new QLabel(this)),
+      lblLink(Panel(this, "lblLink", tr("Link state"))), lblBusOwner(Panel(this, "lblBusOwner", tr("Bus holder"))),
+      lblBusLoad(Panel(this, "lblBusLoad", tr("Bus load"))), lblClock(Panel(this, "lblClock", tr("Time")))
+{
+    setObjectName(QStringLiteral("sbMDI"));
+    setAutoFillBackground(true);
+    setSizeGripEnabled(false);
+    ProgressBarStatus->setObjectName(QStringLiteral("ProgressBarStatus"));
+    ProgressBarStatus->setAccessibleName(tr("Progress"));
+    ProgressBarStatus->hide();
+
+    PictureStat->setMinimumWidth(60);
+    addWidget(PictureStat, 1);
+    auto* link = new QWidget(this);
+    auto* linkLayout = new QHBoxLayout(link);
+    linkLayout->setContentsMargins(6, 0, 0, 0);
+    linkLayout->setSpacing(0);
+    linkLayout->addWidget(m_linkIcon);
+    linkLayout->addWidget(lblLink);
+    for (QWidget* panel : {static_cast<QWidget*>(PictureMode), static_cast<QWidget*>(lblAddress), link,
+                           static_cast<QWidget*>(lblBusOwner), static_cast<QWidget*>(lblBusLoad),
+                           static_cast<QWidget*>(lblClock)})
+        addPermanentWidget(panel);
+
+    tmrStatusBarTime->setObjectName(QStringLiteral("tmrStatusBarTime"));
+    tmrStatusBarTime->setInterval(250); // a clock that shows seconds must not skip one
+    connect(tmrStatusBarTime, &QTimer::timeout, this, &StatusPane::ShowTime);
+    tmrStatusBarTime->start();
+    ShowTime();
+    SetLink({});
+    Applyskin();
+}
+
+void StatusPane::SetText(const QString& text)
+{
+    PictureStat->setText(text);
+    PictureStat->setToolTip(text);
+}
+
+void StatusPane::SetProgress(int done, int of, const QString& owner)
+{
+    const bool running = of > 0 && done < of;
+    if (running) {
+        ProgressBarStatus->setRange(0, of);
+        ProgressBarStatus->setValue(done);
+        ProgressBarStatus->setFormat(owner + QStringLiteral(" %p%"));
+        PlaceProgress();
+    }
+    ProgressBarStatus->setVisible(running);
+}
+
+void StatusPane::SetLink(const LinkFacts& facts)
+{
+    m_facts = facts;
+    PictureMode->setText(facts.Simulated             ? QStringLiteral("Simulated")
+                             : facts.Adapter.isEmpty() ? tr("No adapter open")
+                                                       : facts.Adapter);
+    lblAddress->setText(tr("Address 0x%1").arg(facts.Address, 2, 16, QLatin1Char('0')));
+    const SkinColours& colours = Theme::Current().Colours();
+    const bool failed = !facts.LastError.isEmpty();
+    const bool known = facts.Answering || failed;
+    m_linkIcon->setPixmap(IconPixmap(failed ? QStringLiteral("error")
+                                            : known ? QStringLiteral("link") : QStringLiteral("unlink"),
+                                     kIcon, ToColour(failed ? colours.Failed : colours.TextFore),
+                                     devicePixelRatioF()));
+    lblLink->setText(failed ? facts.LastError : facts.Answering ? tr("Gauge answers") : tr("Not connected"));
+    lblLink->setToolTip(failed ? tr("Last error: %1").arg(facts.LastError) : lblLink->text());
+    lblBusOwner->setText(facts.BusOwner.isEmpty() ? tr("Bus: free") : tr("Bus: %1").arg(facts.BusOwner));
+    lblBusLoad->setText(tr("Bus %1 % busy").arg(facts.BusLoad, 0, 'f', 1));
+    lblBusLoad->setToolTip(tr("Share of the time that the bus is in use, by the ideal bus time of each transaction"));
+    const QString sheet = facts.Simulated
+        ? QStringLiteral("QLabel { background: %1; color: %2; font-weight: 600; border-radius: 2px; padding: 1px 4px; }")
+              .arg(RgbText(colours.TextFore), RgbText(colours.Background))
+        : QString();
+    if (PictureMode->styleSheet() != sheet)
+        PictureMode->setStyleSheet(sheet);
+}
+
+void StatusPane::SetRoom(int level)
+{
+    lblBusLoad->setVisible(level < 1);
+    lblBusOwner->setVisible(level < 2);
+}
+
+void StatusPane::Applyskin()
+{
+    setPalette(ToolPalette(Theme::Current().Colours()));
+    SetLink(m_facts);
+}
+
+void StatusPane::resizeEvent(QResizeEvent* event)
+{
+    QStatusBar::resizeEvent(event);
+    PlaceProgress();
+}
+
+void StatusPane::ShowTime()
+{
+    lblClock->setText(QLocale::c().toString(QTime::currentTime(), QStringLiteral("hh:mm:ss AP")));
+}
+
+void StatusPane::PlaceProgress()
+{
+    ProgressBarStatus->setGeometry(PictureStat->geometry().adjusted(0, 2, 0, -2));
+    ProgressBarStatus->raise();
+}

@@ -1,0 +1,438 @@
+#include "app/frmMDI.h"
+
+#include "app/EmptyPage.h"
+#include "app/SelectorPane.h"
+#include "app/StatusPane.h"
+#include "app/Views.h"
+#include "app/frmAdapter.h"
+#include "app/frmColours.h"
+#include "app/frmLegend.h"
+#include "app/frmSplash.h"
+#include "app/frmTargets.h"
+#include "look/Icons.h"
+#include "platform/ProgramFolder.h"
+#include "settings/TargetList.h"
+
+#include <QActionGroup>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QMenuBar>
+#include <QUrl>
+
+namespace {
+
+constexpr int kLinkMs = 1000;
+constexpr int kNarrow = 900; // logical pixels below which a view folds into tabs and the selector shows icons
+constexpr int kLow = 520;
+
+} // namespace
+
+frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme& theme, QString commandLine)
+    : m_program(program), m_messages(messages), m_errors(errors), m_theme(theme),
+      m_commandLine(std::move(commandLine)), m_selector(new SelectorPane(this)), m_status(new StatusPane(this)),
+      m_pages(new QStackedWidget(this)), mdiArea(new QMdiArea), m_empty(new EmptyPage),
+      m_linkTimer(new QTimer(this))
+{
+    setObjectName(QStringLiteral("frmMDI"));
+    setWindowTitle(QStringLiteral("Tarnlo"));
+    setMinimumSize(640, 360);
+    m_messages.SetParent(this);
+
+    mdiArea->setObjectName(QStringLiteral("mdiArea"));
+    mdiArea->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, false);
+    m_pages->addWidget(m_empty);
+    m_pages->addWidget(mdiArea);
+    auto* centre = new QWidget(this);
+    auto* row = new QHBoxLayout(centre);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(0);
+    row->addWidget(m_selector);
+    row->addWidget(m_pages, 1);
+    setCentralWidget(centre);
+    setStatusBar(m_status);
+    MakeMenus();
+
+    connect(m_selector, &SelectorPane::Chosen, this,
+            [this](int index) { ShowView(index, m_selector->Button(index).Key); });
+    connect(mdiArea, &QMdiArea::subWindowActivated, this, &frmMDI::ViewActivated);
+    connect(m_empty, &EmptyPage::TryAgain, this, &frmMDI::Restart);
+    connect(m_empty, &EmptyPage::ChooseAdapter, this, &frmMDI::ChooseAdapter);
+    connect(m_empty, &EmptyPage::ShowErrorLog, this, &frmMDI::ShowErrorLog);
+    connect(m_empty, &EmptyPage::ChooseTarget, this, &frmMDI::ChooseTarget);
+    connect(m_empty, &EmptyPage::UseSimulatedPack, this, &frmMDI::UseSimulatedPack);
+    connect(&m_theme, &Theme::Changed, this, &frmMDI::Applyskin);
+    m_linkTimer->setInterval(kLinkMs);
+    connect(m_linkTimer, &QTimer::timeout, this, &frmMDI::UpdateLink);
+    m_linkTimer->start();
+    RestoreWindowPlace();
+    UpdateEmptyPage();
+}
+
+frmMDI::~frmMDI()
+{
+    m_messages.SetParent(nullptr);
+}
+
+void frmMDI::Load()
+{
+    if (m_loaded)
+        return;
+    m_loaded = true;
+    ApplyPatches();
+    ParseCommandLine();
+    LoadConfiguration();
+    Restart();
+}
+
+void frmMDI::Restart()
+{
+    if (!CloseViews())
+        return;
+    m_selector->Clear();
+    const bool open = m_program.OpenAdapterConnection();
+    const bool detect = m_program.State().TargetConfigPath.isEmpty() && m_program.State().AutoDetectMode != 0;
+    if (open && detect)
+        (void)m_program.AutoDetectTarget([this] { return AskForTarget(); });
+    if (open && m_program.HasTarget())
+        LoadTarget();
+    DebugTesting();
+    UpdateEmptyPage();
+    UpdateLink();
+}
+
+void frmMDI::LoadTarget()
+{
+    LoadTargetSpecificGUI();
+    m_program.ReadTargetAddress(
+        ResolvePath(m_program.State().ProgramFolder, m_program.State().TargetConfigPath));
+    if (m_selector->Count() > 0)
+        ShowView(0, m_selector->Button(0).Key);
+}
+
+void frmMDI::ParseCommandLine()
+{
+    m_program.ParseCommandLine(m_commandLine);
+}
+
+void frmMDI::LoadConfiguration()
+{
+    m_theme.ApplySkinToAllForms(m_program.LoadConfiguration());
+}
+
+void frmMDI::ApplyPatches()
+{
+    // the second caption of the selector as people know it, whatever stood there before a target brings its own
+    m_selector->SetCaption(1, QStringLiteral("Data Flash"));
+}
+
+void frmMDI::LoadTargetSpecificGUI()
+{
+    const QString file = ResolvePath(m_program.State().ProgramFolder, m_program.State().TargetConfigPath);
+    setWindowTitle(TargetTitle(m_program.Profiles(), file));
+    m_selector->Clear();
+    int index = 0;
+    for (const ViewButton& button : TargetButtons(m_program.Profiles(), file))
+        LoadMDIButton(index++, button);
+}
+
+void frmMDI::DebugTesting()
+{
+    m_status->SetText(m_program.HasTarget() ? tr("Ready") : tr("No target"));
+}
+
+void frmMDI::SetFont()
+{
+    // the theme sets one font for the whole program; a new skin or screen takes it over here
+    setFont(m_theme.Font(Type::Body));
+}
+
+void frmMDI::SetRemCap(std::int16_t value)
+{
+    m_selector->SetRemCap(value);
+}
+
+void frmMDI::LoadMDIButton(int index, const ViewButton& button)
+{
+    m_selector->LoadMDIButton(index, button);
+}
+
+void frmMDI::ShowView(int index, const QString& key)
+{
+    QPointer<QMdiSubWindow>& window = m_views[key];
+    if (!window) {
+        GaugeContext* context = m_program.Context();
+        if (!context || !m_program.HasTarget()) {
+            UpdateEmptyPage();
+            return;
+        }
+        const QString caption = index >= 0 && index < m_selector->Count() ? m_selector->Button(index).Caption : key;
+        Host(MakeView(key, caption, *context), caption);
+        m_views[key] = mdiArea->subWindowList().constLast();
+    }
+    mdiArea->setActiveSubWindow(m_views[key]);
+    m_selector->Select(index);
+    UpdateEmptyPage();
+}
+
+void frmMDI::Host(ChildView* view, const QString& title)
+{
+    auto* window = mdiArea->addSubWindow(view);
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window->setWindowIcon(QIcon());
+    connect(view, &ChildView::RemainingCapacityChanged, this,
+            [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
+    connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
+    connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
+    connect(window, &QMdiSubWindow::windowStateChanged, view, [window, title](Qt::WindowStates, Qt::WindowStates now) {
+        // a maximised child would put its own title behind the program's
+        window->setWindowTitle(now.testFlag(Qt::WindowMaximized) ? QString() : title);
+    });
+    connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
+    window->showMaximized();
+    view->Applyskin();
+}
+
+QList<ChildView*> frmMDI::OpenViews() const
+{
+    QList<ChildView*> views;
+    for (const QMdiSubWindow* window : mdiArea->subWindowList())
+        if (auto* view = qobject_cast<ChildView*>(window->widget()))
+            views << view;
+    return views;
+}
+
+ChildView* frmMDI::FrontView() const
+{
+    const QMdiSubWindow* window = mdiArea->activeSubWindow();
+    return window ? qobject_cast<ChildView*>(window->widget()) : nullptr;
+}
+
+bool frmMDI::CloseViews()
+{
+    for (ChildView* view : OpenViews()) {
+        view->Abandon();
+        if (view->Busy() || !view->MayClose())
+            return false;
+    }
+    const QList<QMdiSubWindow*> windows = mdiArea->subWindowList();
+    for (QMdiSubWindow* window : windows) {
+        window->widget()->close();
+        mdiArea->removeSubWindow(window->widget());
+        delete window;
+    }
+    m_views.clear();
+    ViewActivated();
+    return true;
+}
+
+void frmMDI::ViewActivated()
+{
+    for (QAction* action : std::as_const(m_viewMenus))
+        menuBar()->removeAction(action);
+    for (QAction* action : std::as_const(m_viewEntries)) {
+        mnuFile->removeAction(action);
+        mnuView->removeAction(action);
+    }
+    m_viewMenus.clear();
+    m_viewEntries.clear();
+    const ChildView* view = FrontView();
+    if (!view)
+        return;
+    for (QMenu* menu : view->Menus())
+        m_viewMenus << menuBar()->insertMenu(mnuTools->menuAction(), menu);
+    mnuFile->insertActions(m_fileEnd, view->FileActions());
+    mnuView->insertActions(m_viewEnd, view->ViewActions());
+    m_viewEntries = view->FileActions() + view->ViewActions();
+    int selected = -1;
+    for (int i = 0; i < m_selector->Count(); ++i)
+        if (m_views.value(m_selector->Button(i).Key) == mdiArea->activeSubWindow())
+            selected = i;
+    m_selector->Select(selected);
+}
+
+void frmMDI::UpdateEmptyPage()
+{
+    m_pages->setCurrentIndex(mdiArea->subWindowList().isEmpty() ? 0 : 1);
+    if (m_pages->currentIndex() != 0)
+        return;
+    const StartupState& state = m_program.State();
+    TargetList targets(m_program.Profiles(), m_messages, state);
+    targets.Load();
+    Readiness settings{Readiness::Mark::Good, tr("tarnlo.ini was read; %n target(s) known.", nullptr,
+                                                 static_cast<int>(targets.Entries().size()))};
+    if (!m_program.FolderProblem().isEmpty())
+        settings = {Readiness::Mark::Failed, m_program.FolderProblem()};
+    else if (!QFileInfo(state.ProgramSettingsFile).isReadable())
+        settings = {Readiness::Mark::Open,
+                    tr("%1 is not there or cannot be read. Built-in defaults are used.").arg(state.ProgramSettingsFile)};
+
+    Readiness adapter{Readiness::Mark::Failed, m_program.AdapterProblem()};
+    if (m_program.AdapterOpen())
+        adapter = {Readiness::Mark::Good,
+                   m_program.Adapter().Kind == AdapterKind::Simulated
+                       ? tr("The simulated pack is open. No USB adapter is in use.")
+                       : tr("%1 is open.").arg(m_program.Usb()->Facts().Name)};
+    Readiness target{Readiness::Mark::Open, tr("None chosen. The register and data flash views need a target.")};
+    if (!m_program.TargetProblem().isEmpty())
+        target = {Readiness::Mark::Failed, m_program.TargetProblem() + QLatin1Char(' ') + tr("Choose one of the list.")};
+    else if (m_program.HasTarget())
+        target = {Readiness::Mark::Good, tr("%1 is chosen.").arg(state.TargetConfigPath)};
+    m_empty->Show(settings, adapter, target,
+                  m_program.AdapterOpen() && m_program.Adapter().Kind == AdapterKind::Simulated);
+}
+
+void frmMDI::UpdateLink()
+{
+    LinkFacts facts;
+    facts.Address = m_program.State().TargetAddress;
+    facts.BusOwner = m_program.Access().Owner();
+    if (GaugeContext* context = m_program.Context()) {
+        const AdapterFacts adapter = context->usb.Facts();
+        facts.Adapter = adapter.Name;
+        facts.Simulated = adapter.Kind == QLatin1String("simulated");
+        facts.Answering = context->link.Answering();
+        if (Failed(context->link.LastError()))
+            facts.LastError = ErrorCodeToText(context->link.LastError());
+        const double elapsed = m_busClock.isValid() ? static_cast<double>(m_busClock.restart()) * 1000 : 0;
+        if (elapsed > 0 && adapter.BusMicroseconds >= m_busMicroseconds)
+            m_busLoad = 100 * (adapter.BusMicroseconds - m_busMicroseconds) / elapsed;
+        else
+            m_busClock.start();
+        m_busMicroseconds = adapter.BusMicroseconds;
+        facts.BusLoad = m_busLoad;
+    } else {
+        facts.LastError = m_loaded ? ErrorCodeToText(ErrorCode::NoUsb) : QString();
+    }
+    m_status->SetLink(facts);
+    if (m_program.Usb())
+        mnuErrorLogOn->setChecked(!m_program.Usb()->ErrorLogPath().isEmpty());
+}
+
+QString frmMDI::AskForTarget()
+{
+    TargetList targets(m_program.Profiles(), m_messages, m_program.State());
+    targets.Load();
+    frmTargets dialog(targets, m_messages, m_program.State(), this);
+    return dialog.exec() == QDialog::Accepted ? dialog.ChosenFile() : QString();
+}
+
+void frmMDI::ChooseTarget()
+{
+    const QString chosen = AskForTarget();
+    if (chosen.isEmpty() || !CloseViews())
+        return;
+    m_program.SetTargetConfigPath(chosen);
+    if (m_program.AdapterOpen() && m_program.HasTarget())
+        LoadTarget();
+    UpdateEmptyPage();
+}
+
+void frmMDI::ChooseAdapter()
+{
+    frmAdapter dialog(
+        [this] {
+            AdapterSettings all = m_program.Adapter();
+            all.Kind = AdapterKind::Linux;
+            all.Error.clear();
+            return ListAdapters(all, m_program.Profiles(), m_program.State(), m_program.Time());
+        },
+        m_program.Adapter().Device, this);
+    if (dialog.exec() != QDialog::Accepted || !CloseViews())
+        return;
+    if (dialog.Remember()) {
+        const QString problem = m_program.Profiles().Write(m_program.State().ProgramSettingsFile, u"Adapter",
+                                                           u"Device", dialog.Device());
+        if (!problem.isEmpty())
+            m_messages.Show(problem);
+    }
+    m_program.UseAdapter(dialog.Device());
+    Restart();
+}
+
+void frmMDI::UseSimulatedPack()
+{
+    if (!CloseViews())
+        return;
+    m_program.UseAdapter(QStringLiteral("sim"));
+    Restart();
+}
+
+void frmMDI::ShowErrorLog()
+{
+    OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/CommErr.log"));
+}
+
+void frmMDI::OpenDocument(const QString& name)
+{
+    if (!QFileInfo::exists(name) || !QDesktopServices::openUrl(QUrl::fromLocalFile(name)))
+        m_messages.Show(QStringLiteral("Error opening file ") + name);
+}
+
+void frmMDI::closeEvent(QCloseEvent* event)
+{
+    if (!CloseViews()) {
+        // a sequence of a view is under way further down the stack: it ends after its present step, then we close
+        event->ignore();
+        const QList<ChildView*> views = OpenViews();
+        const bool busy = std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
+        if (busy && !m_closing) {
+            m_closing = true;
+            QTimer::singleShot(20, this, [this] {
+                m_closing = false;
+                close();
+            });
+        }
+        return;
+    }
+    SaveWindowPlace();
+    m_program.CloseAdapter();
+    m_errors.close();
+    event->accept();
+}
+
+void frmMDI::resizeEvent(QResizeEvent* event)
+{
+    QMainWindow::resizeEvent(event);
+    ApplyRoom();
+}
+
+void frmMDI::ApplyRoom()
+{
+    const bool compact = width() < kNarrow || height() < kLow;
+    m_selector->SetCompact(compact);
+    m_status->SetRoom(compact ? 2 : width() < 1200 ? 1 : 0);
+}
+
+void frmMDI::Applyskin()
+{
+    const QPalette tools = ToolPalette(m_theme.Colours());
+    mdiArea->setBackground(tools.window());
+    menuBar()->setPalette(tools);
+    m_pages->setPalette(tools);
+    m_selector->Applyskin();
+    m_status->Applyskin();
+    m_empty->Applyskin();
+    for (ChildView* view : OpenViews())
+        view->Applyskin();
+    SetFont();
+}
+
+void frmMDI::SaveWindowPlace()
+{
+    const QString place = QString::fromLatin1(saveGeometry().toBase64());
+    const QString problem = m_program.Profiles().Write(m_program.State().ProgramSettingsFile, u"GUI",
+                                                       u"WindowPlace", place);
+    if (!problem.isEmpty())
+        m_messages.Show(problem);
+}
+
+void frmMDI::RestoreWindowPlace()
+{
+    const QString place
+        = m_program.Profiles().String(m_program.State().ProgramSettingsFile, u"GUI", u"WindowPlace");
+    if (place.isEmpty() || !restoreGeometry(QByteArray::fromBase64(place.toLatin1())))
+        resize(1366, 768 - 30); // what fits the smallest common screen under a title bar
+}

@@ -1,0 +1,152 @@
+// The menus of the main window; frmMDI.cpp has the rest of it.
+#include "app/SelectorPane.h"
+#include "app/frmColours.h"
+#include "app/frmLegend.h"
+#include "app/frmMDI.h"
+#include "app/frmSplash.h"
+#include "look/Icons.h"
+
+#include <QMenuBar>
+#include <QShortcut>
+
+QAction* frmMDI::Add(QMenu* menu, const char* name, const QString& text, const QString& icon,
+                     const QKeySequence& shortcut)
+{
+    QAction* action = icon.isEmpty() ? menu->addAction(text) : menu->addAction(ThemeIcon(icon), text);
+    action->setObjectName(QLatin1String(name));
+    action->setShortcut(shortcut);
+    connect(action, &QAction::triggered, this, [this, action] { Dispatch(action->objectName()); });
+    return action;
+}
+
+void frmMDI::MakeMenus()
+{
+    MakeFileMenu();
+    MakeViewMenu();
+
+    mnuTools = menuBar()->addMenu(tr("&Tools"));
+    Add(mnuTools, "mnuToolsColor", tr("&Colours..."), QStringLiteral("palette"));
+
+    mnuWindow = menuBar()->addMenu(tr("&Window"));
+    Add(mnuWindow, "mnuWindowCascade", tr("&Cascade"), {});
+    Add(mnuWindow, "mnuWindowTileH", tr("Tile &horizontally"), {});
+    Add(mnuWindow, "mnuWindowTileV", tr("Tile &vertically"), {});
+    Add(mnuWindow, "mnuWindowArrange", tr("&Arrange icons"), {});
+    mnuWindow->addSeparator();
+    Add(mnuWindow, "mnuWindowNext", tr("&Next"), {}, QKeySequence(tr("Ctrl+Tab")));
+
+    mnuHelp = menuBar()->addMenu(tr("&Help"));
+    Add(mnuHelp, "mnuHelpContents", tr("&Contents"), QStringLiteral("help"), QKeySequence::HelpContents);
+    Add(mnuHelp, "mnuHelpLegend", tr("&Legend"), {});
+    mnuHelp->addSeparator();
+    Add(mnuHelp, "mnuHelpAbout", tr("&About"), QStringLiteral("info"));
+
+    // Ctrl+1 to Ctrl+9: the buttons of the selector
+    for (int i = 0; i < 9; ++i) {
+        auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + i)), this);
+        connect(shortcut, &QShortcut::activated, this, [this, i] {
+            if (i < m_selector->Count())
+                ShowView(i, m_selector->Button(i).Key);
+        });
+    }
+    auto* stop = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_X), this);
+    stop->setContext(Qt::ApplicationShortcut); // in every window of the program
+    connect(stop, &QShortcut::activated, this, [this] {
+        for (ChildView* view : OpenViews())
+            view->StopLines();
+    });
+}
+
+void frmMDI::MakeFileMenu()
+{
+    mnuFile = menuBar()->addMenu(tr("&File"));
+    Add(mnuFile, "mnuFileTarget", tr("Choose &target..."), QStringLiteral("target"), QKeySequence(tr("Ctrl+T")));
+    Add(mnuFile, "mnuFileAdapter", tr("Choose &adapter..."), QStringLiteral("adapter"));
+    Add(mnuFile, "mnuFileReconnect", tr("&Connect again"), QStringLiteral("refresh"));
+    mnuFile->addSeparator();
+    MakeErrorLogMenu(mnuFile->addMenu(tr("Communication &error log")));
+    m_fileEnd = mnuFile->addSeparator();
+    Add(mnuFile, "mnuFileExit", tr("E&xit"), {}, QKeySequence(tr("Ctrl+Q")));
+}
+
+void frmMDI::MakeErrorLogMenu(QMenu* menu)
+{
+    mnuErrorLogOn = Add(menu, "mnuErrorLogOn", tr("&On"), {});
+    mnuErrorLogOn->setCheckable(true);
+    Add(menu, "mnuErrorLogClear", tr("&Clear"), QStringLiteral("erase"));
+    Add(menu, "mnuErrorLogOpen", tr("O&pen"), QStringLiteral("open"));
+    menu->addSeparator();
+    Add(menu, "mnuErrorWindow", tr("&Messages of this run"), QStringLiteral("error"));
+}
+
+void frmMDI::MakeViewMenu()
+{
+    mnuView = menuBar()->addMenu(tr("&View"));
+    Add(mnuView, "mnuViewSBSData", tr("&SBS data"), QStringLiteral("sbs"));
+    Add(mnuView, "mnuViewDataFlash", tr("&Data flash"), QStringLiteral("df"));
+    Add(mnuView, "mnuViewCalibration", tr("&Calibration"), QStringLiteral("cal"));
+    m_viewEnd = mnuView->addSeparator();
+    auto* toolbars = mnuView->addMenu(tr("&Toolbars"));
+    toolbars->menuAction()->setObjectName(QStringLiteral("mnuViewToolbars"));
+    mnuViewToolbarHideSelector = Add(toolbars, "mnuViewToolbarHideSelector", tr("&Hide selector"), {});
+    mnuViewToolbarHideSelector->setCheckable(true);
+}
+
+void frmMDI::Dispatch(const QString& menuEntry)
+{
+    auto show = [this](const char* key) {
+        int index = -1;
+        for (int i = 0; i < m_selector->Count(); ++i)
+            if (m_selector->Button(i).Key == QLatin1String(key))
+                index = i;
+        ShowView(index, QLatin1String(key));
+    };
+    const QHash<QString, std::function<void()>> actions{
+        {QStringLiteral("mnuFileTarget"), [this] { ChooseTarget(); }},
+        {QStringLiteral("mnuFileAdapter"), [this] { ChooseAdapter(); }},
+        {QStringLiteral("mnuFileReconnect"), [this] { Restart(); }},
+        {QStringLiteral("mnuFileExit"), [this] { close(); }},
+        {QStringLiteral("mnuErrorLogOn"),
+         [this] {
+             if (frmUSB* usb = m_program.Usb())
+                 mnuErrorLogOn->isChecked() ? usb->EnableErrorLog() : usb->DisableErrorLog();
+         }},
+        {QStringLiteral("mnuErrorLogClear"),
+         [this] {
+             if (frmUSB* usb = m_program.Usb())
+                 usb->ClearErrorLog();
+         }},
+        {QStringLiteral("mnuErrorLogOpen"), [this] { ShowErrorLog(); }},
+        {QStringLiteral("mnuErrorWindow"), [this] { m_errors.show(); }},
+        {QStringLiteral("mnuViewSBSData"), [show] { show("SBS"); }},
+        {QStringLiteral("mnuViewDataFlash"), [show] { show("DF"); }},
+        {QStringLiteral("mnuViewCalibration"), [show] { show("Cal"); }},
+        {QStringLiteral("mnuViewToolbarHideSelector"),
+         [this] { m_selector->setVisible(!mnuViewToolbarHideSelector->isChecked()); }},
+        {QStringLiteral("mnuToolsColor"),
+         [this] {
+             frmColours dialog(m_theme, m_program.Profiles(), m_program.State(), this);
+             dialog.exec();
+         }},
+        {QStringLiteral("mnuWindowCascade"), [this] { mdiArea->cascadeSubWindows(); }},
+        {QStringLiteral("mnuWindowTileH"), [this] { TileHorizontally(); }},
+        {QStringLiteral("mnuWindowTileV"), [this] { TileVertically(); }},
+        {QStringLiteral("mnuWindowArrange"), [this] { ArrangeIcons(); }},
+        {QStringLiteral("mnuWindowNext"), [this] { mdiArea->activateNextSubWindow(); }},
+        {QStringLiteral("mnuHelpContents"),
+         [this] { OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/Documentation/Help.html")); }},
+        {QStringLiteral("mnuHelpLegend"),
+         [this] {
+             auto* legend = new frmLegend(this);
+             legend->setAttribute(Qt::WA_DeleteOnClose);
+             legend->show();
+         }},
+        {QStringLiteral("mnuHelpAbout"),
+         [this] {
+             frmSplash about(this);
+             about.ShowAsAboutBox();
+         }},
+    };
+    if (const auto found = actions.find(menuEntry); found != actions.end())
+        found.value()();
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QAction>
+#include <QList>
+#include <QMenu>
+#include <QString>
+#include <QWidget>
+
+/// What the main window knows of the views that it hosts. A view never includes another view or the main
+/// window: it emits a signal, and the main window connects it.
+class ChildView : public QWidget {
+    Q_OBJECT
+public:
+    using QWidget::QWidget;
+
+    /// Repaints what the palette does not reach.
+    virtual void Applyskin() { }
+    /// Menus that stand in the menu bar, between View and Tools, while this view is in front.
+    [[nodiscard]] virtual QList<QMenu*> Menus() const { return {}; }
+    /// Entries that stand in the File and View menus while this view is in front.
+    [[nodiscard]] virtual QList<QAction*> FileActions() const { return {}; }
+    [[nodiscard]] virtual QList<QAction*> ViewActions() const { return {}; }
+    /// Asks about what would be lost. False keeps the view open.
+    virtual bool MayClose() { return true; }
+    /// A bus sequence of this view is under way, further down the stack.
+    [[nodiscard]] virtual bool Busy() const { return false; }
+    /// Lets a running sequence end after its present step; timers start nothing more.
+    virtual void Abandon() { }
+    /// The button that works in every window of the program: stops the auto-cycle, switches both lines off.
+    virtual void StopLines() { }
+
+signals:
+    void RemainingCapacityChanged(int value);
+    void ProgressChanged(int done, int of, const QString& owner);
+    void StatusText(const QString& text);
+};
