@@ -1,0 +1,431 @@
+#include "sbs/frmSBS.h"
+
+#include "look/Controls.h"
+#include "sbs/AutoCyclePane.h"
+#include "sbs/EventsPane.h"
+#include "sbs/FlagView.h"
+#include "sbs/FlagsPane.h"
+#include "sbs/PlotView.h"
+#include "sbs/RegisterGrid.h"
+#include "sbs/RowTexts.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QMenu>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kWatchMs = 1000;
+
+} // namespace
+
+frmSBS::frmSBS(GaugeContext& context)
+    : m_context(context), m_settings(context.profiles, context.state),
+      m_registers(context.usb, context.state, context.target),
+      m_scan(m_registers, context.access, context.time, context.messages, context.errors, m_tables),
+      m_log(context.time, context.messages, [] { return !ExclusiveAccess::HeldBelow(); }), m_events(context.time),
+      m_lines(context.usb, context.access), m_cycle(m_lines, context.time, context.messages),
+      tmrScan(Named(new QTimer(this), "tmrScan")), tmrLog(Named(new QTimer(this), "tmrLog")),
+      m_watch(new QTimer(this))
+{
+    setObjectName(QStringLiteral("frmSBS"));
+    LoadInitSBSGrid();
+    LayOut();
+    MakeMenus();
+    connect(tmrScan, &QTimer::timeout, this, &frmSBS::Tick);
+    connect(tmrLog, &QTimer::timeout, this, &frmSBS::LogTick);
+    connect(m_watch, &QTimer::timeout, this, &frmSBS::Watch);
+    m_watch->start(kWatchMs);
+    ApplyIntervals();
+    chkContScan->setChecked(!m_scan.Form().ScanOff);
+    EnableSBSContScan(chkContScan->isChecked());
+    ShowLogState();
+    ShowFooter({});
+    QTimer::singleShot(0, this, &frmSBS::Refresh); // the first values at once, not after the first interval
+}
+
+frmSBS::~frmSBS() = default;
+
+void frmSBS::LoadInitSBSGrid()
+{
+    const QString problem = LoadTables(m_tables, m_settings, m_context.state.ProgramFolder);
+    if (!problem.isEmpty())
+        m_context.messages.Show(problem);
+    m_scan.Reset(LoadFormState(m_settings, m_tables.GetNumSBSRows()));
+    m_cycle.SetSettings(LoadAutoCycleSettings(m_settings, m_scan.Form().RemCapRow));
+    m_events.Clear();
+}
+
+void frmSBS::Tick()
+{
+    if (BusSequence::Running() || Busy() || m_closing)
+        return;
+    CheckIdentity();
+    Refresh();
+}
+
+void frmSBS::CheckIdentity()
+{
+    if (m_context.link.Tick() == GaugeLink::State::ReadError)
+        emit StatusText(QStringLiteral("Dev: Read Error"));
+}
+
+void frmSBS::Refresh()
+{
+    if (BusSequence::Running() || Busy() || m_closing)
+        return;
+    const std::int64_t started = m_context.time.MonotonicMs();
+    const PassReport report = m_scan.ReadValues();
+    m_lastPassMs = m_context.time.MonotonicMs() - started;
+    if (report.End != PassEnd::Dropped)
+        AfterPass(report);
+}
+
+void frmSBS::AfterPass(const PassReport& report)
+{
+    ++m_pass;
+    m_lastReport = report;
+    m_transferFailed |= report.Failed > 0;
+    m_context.link.NotePass(report.Answered, report.Failed, report.LastError);
+    m_events.NotePass(m_scan, m_cycle.Settings().BattStatRow);
+    MoveSBSDataToGrid();
+    if (const auto remaining = m_scan.RemainingCapacity())
+        emit RemainingCapacityChanged(*remaining);
+    if (m_context.link.Now() != GaugeLink::State::ReadError)
+        emit StatusText(tr("Pass %1 done").arg(m_pass));
+    if (m_closing)
+        return;
+    const CycleState before = m_cycle.Facts().State;
+    m_cycle.Step(ValuesForCycle(report.Answered > 0));
+    m_cyclePane->NoteState(before, m_events);
+    if (m_staticDue && report.Answered > 0)
+        ReadStatic();
+}
+
+void frmSBS::MoveSBSDataToGrid()
+{
+    m_model->MoveSBSDataToGrid();
+    m_flags->RefreshPictFlags(m_scan);
+    m_plot->Advance();
+    m_eventsPane->Show(m_events);
+    m_cyclePane->Refresh();
+    ShowFooter({});
+}
+
+CycleValues frmSBS::ValuesForCycle(bool answered) const
+{
+    const auto reading = [this](std::int32_t row) {
+        if (row < 0 || row >= m_scan.RowCount() || !m_scan.ScanOn(row))
+            return CycleReading{};
+        const std::optional<RawValue>& raw = m_scan.Row(row).Raw;
+        return raw ? CycleReading::Of(*raw) : CycleReading::Failed();
+    };
+    const AutoCycleSettings& settings = m_cycle.Settings();
+    return {reading(settings.RemCapRow), reading(settings.BattVoltRow), reading(settings.BattStatRow), answered};
+}
+
+void frmSBS::ReadStatic()
+{
+    m_staticDue = false;
+    m_static = ReadStaticData(m_context.usb, m_context.access, m_context.state.TargetAddress);
+    ShowStatic();
+}
+
+void frmSBS::ShowStatic()
+{
+    grdStatic->setRowCount(static_cast<int>(m_static.size()));
+    int row = 0;
+    for (const StaticItem& item : m_static) {
+        auto* value = new QTableWidgetItem(item.Text);
+        value->setToolTip(item.Error);
+        if (!item.Error.isEmpty())
+            value->setIcon(ThemeIcon(QStringLiteral("error"), IconInk::Failed));
+        grdStatic->setItem(row, 0, new QTableWidgetItem(item.Caption));
+        grdStatic->setItem(row, 1, value);
+        ++row;
+    }
+}
+
+void frmSBS::Watch()
+{
+    m_model->RefreshAges();
+    if (!Busy() && !m_closing)
+        m_cycle.Watch();
+    m_cyclePane->Refresh();
+}
+
+void frmSBS::EnableSBSContScan(bool on)
+{
+    on && !m_closing ? tmrScan->start() : tmrScan->stop();
+    mnuOptionsScanOn->setEnabled(!on);
+    mnuOptionsScanOff->setEnabled(on);
+    m_scan.Form().ScanOff = !on;
+    m_flags->RefreshPictFlags(m_scan);
+}
+
+void frmSBS::SetCheckScan(bool on)
+{
+    m_scan.SetCheckScan(on);
+    m_model->RefreshSwitches();
+    m_flags->RefreshPictFlags(m_scan);
+}
+
+void frmSBS::SetCheckLog(bool on)
+{
+    m_scan.SetCheckLog(on);
+    m_model->RefreshSwitches();
+}
+
+void frmSBS::WriteSBSValueFromGrid(int row, const QString& typed)
+{
+    if (BusSequence::Running()) {
+        ShowFooter(tr("The bus is held by a running sequence. The value was not sent."), true);
+        return;
+    }
+    if (m_scan.Running()) { // the pass goes on first: it cannot while we wait for the bus
+        QTimer::singleShot(10, this, [this, row, typed] { WriteSBSValueFromGrid(row, typed); });
+        return;
+    }
+    m_writing = true;
+    const QString name = ShownDescription(m_tables.GetSBSDesc(static_cast<std::int16_t>(row)));
+    const WriteReport report = m_scan.WriteSBSValueFromGrid(row, typed);
+    QString outcome;
+    if (!report.Ok()) {
+        outcome = tr("%1 was not written: %2").arg(name, report.Reason);
+    } else {
+        RawValue back = 0;
+        const ErrorCode code = m_scan.ReadBack(row, back);
+        if (Failed(code))
+            outcome = tr("%1: %2 was sent; it could not be read back: %3")
+                          .arg(name).arg(report.Raw).arg(ErrorCodeToText(code));
+        else if ((back & 0xFFFF) != (report.Raw & 0xFFFF))
+            outcome = tr("%1: %2 was sent, the gauge now holds %3").arg(name).arg(report.Raw).arg(back);
+        else
+            outcome = tr("%1: %2 written and read back").arg(name).arg(report.Raw);
+    }
+    m_writing = false;
+    m_events.Add(RegisterEvent::Kind::Write, outcome);
+    m_eventsPane->Show(m_events);
+    ShowFooter(outcome, !report.Ok());
+    emit StatusText(outcome);
+}
+
+void frmSBS::PreviewEdit(int row, const QString& typed)
+{
+    const WritePreview preview = PreviewWrite(m_scan, row, typed);
+    if (auto* editor = grdSBS->findChild<QLineEdit*>(QStringLiteral("txtValue")))
+        editor->setProperty("refused", !preview.Ok);
+    ShowFooter(preview.Text, !preview.Ok);
+}
+
+void frmSBS::ShowFooter(const QString& text, bool refused)
+{
+    QString shown = text;
+    if (text.isEmpty()) {
+        int scanned = 0;
+        for (int row = 0; row < m_scan.RowCount(); ++row)
+            scanned += m_scan.ScanOn(row);
+        shown = m_scan.RowCount() == 0
+            ? tr("The register table is empty. Choose another target, or edit the table.")
+            : tr("%1 rows \u00b7 %2 scanned \u00b7 %3 answered, %4 failed \u00b7 last pass %5 ms")
+                  .arg(m_scan.RowCount()).arg(scanned).arg(m_lastReport.Answered).arg(m_lastReport.Failed)
+                  .arg(m_lastPassMs);
+    }
+    QPalette palette = this->palette();
+    const SkinColours& colours = Theme::Current().Colours();
+    palette.setColor(QPalette::WindowText, ToColour(refused ? colours.Failed : colours.TextSecondary));
+    lblFooter->setPalette(palette);
+    lblFooter->setText(shown);
+}
+
+void frmSBS::AskRefreshInterval()
+{
+    bool ok = false;
+    const QString answer
+        = QInputDialog::getText(this, QStringLiteral("Tarnlo - Refresh Interval"),
+                                QStringLiteral("Refresh Interval in milliseconds"), QLineEdit::Normal,
+                                QString::number(m_scan.Form().Interval.Refresh), &ok);
+    const IntervalChange change = SetRefreshInterval(m_scan.Form().Interval, ok ? answer : QString());
+    m_scan.Form().Interval = change.intervals;
+    ApplyIntervals();
+    for (const QString& message : change.messages)
+        m_context.messages.Show(message);
+}
+
+void frmSBS::AskLoggingInterval()
+{
+    bool ok = false;
+    const QString answer
+        = QInputDialog::getText(this, QStringLiteral("Tarnlo - Logging Interval"),
+                                QStringLiteral("Logging Interval in milliseconds.\n(Specify Minimum interval - "
+                                               "Actual interval may be greater)"),
+                                QLineEdit::Normal, QString::number(m_scan.Form().Interval.Logging), &ok);
+    const IntervalChange change = SetLoggingInterval(m_scan.Form().Interval, ok ? answer : QString());
+    m_scan.Form().Interval = change.intervals;
+    ApplyIntervals();
+    for (const QString& message : change.messages)
+        m_context.messages.Show(message);
+}
+
+void frmSBS::ApplyIntervals()
+{
+    const Intervals& intervals = m_scan.Form().Interval;
+    tmrScan->setInterval(intervals.Refresh);
+    tmrLog->setInterval(intervals.Logging);
+    lblInterval->setText(tr("every %1 ms").arg(intervals.Refresh));
+    ShowLogState();
+}
+
+LogHead frmSBS::HeadOfLog() const
+{
+    LogHead head;
+    // "Device:800, Ver:1.02"; a target whose identity is never asked is named by its file alone
+    const QStringList parts = GetDeviceKey(m_context.link.Identity()).split(QLatin1Char('.'), Qt::SkipEmptyParts);
+    head.DeviceName = m_context.profiles.String(m_context.state.TargetConfigPath, u"Device", u"Name");
+    head.GaugeName = parts.isEmpty() ? head.DeviceName : parts.first();
+    head.VersionParts = parts.mid(1);
+    head.Simulated = m_context.usb.Facts().Kind == QLatin1String("simulated");
+    for (const StaticItem& item : m_static)
+        head.StaticData.emplace_back(item.Caption, item.Text);
+    return head;
+}
+
+void frmSBS::StartLogging()
+{
+    QFileDialog dialog(this, QStringLiteral("Save as ... (Log File name)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(QStringLiteral("log"));
+    dialog.setNameFilters({QStringLiteral("Log Files(*.log)"), QStringLiteral("All Files(*.*)")});
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return;
+    std::vector<LogSwitch> rows;
+    for (int row = 0; row < m_scan.RowCount(); ++row)
+        rows.push_back({m_tables.GetSBSLogDesc(static_cast<std::int16_t>(row)), m_scan.LogOn(row)});
+    const QString problem = m_log.Start(dialog.selectedFiles().constFirst(), HeadOfLog(), LogColumns(rows));
+    if (!problem.isEmpty()) {
+        m_context.messages.Show(problem);
+        return;
+    }
+    m_transferFailed = false;
+    tmrLog->start();
+    ShowLogState();
+}
+
+void frmSBS::StopLogging()
+{
+    tmrLog->stop();
+    m_log.Stop();
+    ShowLogState();
+}
+
+void frmSBS::LogTick()
+{
+    if (m_log.Record([this](int row) { return m_scan.Row(row).Text; }, m_transferFailed))
+        m_transferFailed = false;
+    if (!m_log.IsLogging())
+        tmrLog->stop(); // the question about a file that cannot be opened ended the run
+    ShowLogState();
+}
+
+void frmSBS::ShowLogState()
+{
+    const bool logging = m_log.IsLogging();
+    cmdStartLogging->setVisible(!logging);
+    cmdStopLogging->setVisible(logging);
+    if (mnuFileLogging)
+        mnuFileLogging->setText(logging ? tr("Stop &logging") : tr("Start &logging..."));
+    QString text;
+    if (logging)
+        text = tr("sample %1 \u00b7 every %2 ms \u00b7 %3")
+                   .arg(m_log.Sample() - 1).arg(m_scan.Form().Interval.Logging)
+                   .arg(QFileInfo(m_log.FileName()).fileName());
+    lblLog->setText(m_log.LastProblem().isEmpty() ? text : m_log.LastProblem());
+    lblLog->setToolTip(logging ? m_log.FileName() : QString());
+}
+
+void frmSBS::ResetStatistics()
+{
+    m_scan.ResetStatistics();
+    m_model->MoveSBSDataToGrid();
+}
+
+void frmSBS::Copy(QChar separator)
+{
+    QApplication::clipboard()->setText(RowsAsText(m_scan, grdSBS->SelectedRows(), separator));
+    emit StatusText(tr("%n row(s) copied", nullptr, static_cast<int>(grdSBS->SelectedRows().size())));
+}
+
+void frmSBS::UpdateCurves()
+{
+    std::vector<PlotCurve> curves;
+    const std::int64_t offset = m_context.time.Now().toMSecsSinceEpoch() - m_context.time.MonotonicMs();
+    int place = 0;
+    for (const int row : m_model->Plotted()) {
+        const auto at = static_cast<std::int16_t>(row);
+        if (row >= 0)
+            curves.push_back({&m_scan.History(), static_cast<std::size_t>(row), offset, 0,
+                              ShownDescription(m_tables.GetSBSDesc(at)), m_tables.GetSBSUnit(at), place});
+        ++place;
+    }
+    m_plot->SetCurves(std::move(curves));
+}
+
+void frmSBS::StopLines()
+{
+    m_cycle.StopAndSwitchOff(tr("Stopped by hand"));
+    m_cyclePane->Refresh();
+}
+
+void frmSBS::Pause()
+{
+    m_scanRan = tmrScan->isActive();
+    m_logRan = tmrLog->isActive();
+    tmrScan->stop();
+    tmrLog->stop();
+}
+
+void frmSBS::Resume()
+{
+    if (m_scanRan && !m_closing)
+        tmrScan->start();
+    if (m_logRan && !m_closing)
+        tmrLog->start();
+}
+
+void frmSBS::Abandon()
+{
+    m_scan.RequestStop();
+}
+
+bool frmSBS::MayClose()
+{
+    if (!m_cycle.Facts().Running)
+        return true;
+    return m_context.messages.Ask(tr("The auto-cycle is running. Closing stops it and switches both lines off. Close?"),
+                                  Answer::Yes | Answer::No)
+        == Answer::Yes;
+}
+
+void frmSBS::closeEvent(QCloseEvent* event)
+{
+    if (Busy()) {
+        Abandon();
+        event->ignore();
+        return;
+    }
+    if (!m_closing) {
+        m_closing = true;
+        tmrScan->stop();
+        StopLogging();
+        m_watch->stop();
+        m_cycle.LeaveProgram();
+        SaveFormState();
+    }
+    event->accept();
+}
