@@ -1,10 +1,11 @@
 #pragma once
 
+#include "sbs/ReadStyle.h"
+
 #include <QString>
 #include <QStringView>
 
 #include <cstdint>
-#include <optional>
 
 /// A register's raw value: a byte, or a word as a signed bit pattern; -32768..65535.
 using RawValue = std::int32_t;
@@ -29,8 +30,8 @@ struct Formatted {
 [[nodiscard]] QString SubstituteX(QStringView factor, QStringView text);
 
 /// Converts a raw value by a register row's ReadFactor. "x", "X" and an empty factor leave it unchanged.
-/// @param readStyle  decides whether an unchanged value counts as a byte
-[[nodiscard]] Converted ApplyFactor(RawValue raw, std::int16_t readStyle, const QString& factor);
+/// @param style  decides whether an unchanged value counts as a byte
+[[nodiscard]] Converted ApplyFactor(RawValue raw, ReadStyle style, const QString& factor);
 
 /// Formats by the first letter of the display format: d, u, h, b or f; docs/tables.md has the rules.
 [[nodiscard]] Formatted FormatValue(const Converted& converted, const QString& displayFormat);

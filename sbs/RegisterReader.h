@@ -3,36 +3,11 @@
 #include "comm/ErrorCodes.h"
 #include "comm/frmUSB.h"
 #include "sbs/Conversion.h"
+#include "sbs/ReadStyle.h"
 #include "settings/StartupState.h"
 #include "settings/TargetSettings.h"
 
 #include <cstdint>
-
-/// How a register row is read; ReadStyle of the register table.
-enum class ReadStyle : std::int16_t {
-    None = 0,
-    SMBusWord = 1,
-    SMBusSubcommand = 2,
-    I2COnSMBByte = 3,
-    I2COnSMBWord = 4,
-    I2COnSMBSubcommand = 5,
-    FramedByte = 6, ///< framed single wire
-    FramedWord = 7,
-    FramedSubcommand = 8,
-    PlainByte = 9, ///< plain single wire
-    PlainWord = 10,
-    PlainSubcommand = 11,
-    I2CByte = 12, ///< direct I2C
-    I2CWord = 13,
-    I2CSubcommand = 14,
-};
-
-/// Styles that give an 8-bit value.
-[[nodiscard]] constexpr bool IsByteStyle(ReadStyle style)
-{
-    return style == ReadStyle::I2COnSMBByte || style == ReadStyle::FramedByte || style == ReadStyle::PlainByte
-        || style == ReadStyle::I2CByte;
-}
 
 /// Reads and writes one register by its style. Two bytes join low byte first on every bus. A sequence ends at
 /// its first failing step. Takes no lock: callers hold the bus.
@@ -58,8 +33,21 @@ public:
     ErrorCode Write(ReadStyle style, std::int16_t command, RawValue raw);
 
 private:
-    class Bus;
-    [[nodiscard]] Bus BusOf(ReadStyle style);
+    enum class Wire { SMBus, I2COnSMB, Framed, Plain, I2C };
+    enum class Shape { Byte, Word, Subcommand };
+    struct Access {
+        Wire wire;
+        Shape shape;
+        std::int16_t addr;
+    };
+    [[nodiscard]] Access AccessOf(ReadStyle style) const;
+
+    ErrorCode ReadByte(const Access& access, std::uint8_t cmd, std::uint8_t& byte);
+    ErrorCode ReadWord(const Access& access, std::uint8_t cmd, std::uint16_t& word);
+    ErrorCode ReadSubcommand(const Access& access, std::uint16_t subcommand, std::uint16_t& word);
+    ErrorCode WriteByte(const Access& access, std::uint8_t cmd, std::uint8_t byte);
+    ErrorCode WriteWord(const Access& access, std::uint8_t cmd, std::uint16_t word);
+
     frmUSB& m_usb;
     const StartupState& m_state;
     const TargetSettings& m_target;

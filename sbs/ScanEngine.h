@@ -13,6 +13,7 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <optional>
@@ -117,11 +118,19 @@ public:
     [[nodiscard]] QString CapacityUnit() const;
 
 private:
-    PassReport ReadValues_Config();
-    void Store(std::size_t row, ErrorCode code, RawValue raw);
-    void Convert(std::size_t row);
-    void Remember(std::size_t row);
-    [[nodiscard]] bool HoldsNumber(int row) const;
+    /// What a pass has read of one row; all rows are shown together when the pass has ended.
+    struct RowRead {
+        bool done = false;
+        ErrorCode code = ErrorCode::Ok;
+        RawValue raw = 0;
+        std::int64_t atMs = 0;
+    };
+
+    PassReport ReadValues_Config(std::vector<RowRead>& reads);
+    void MoveReadsToRows(const std::vector<RowRead>& reads, QStringList& badFormats);
+    void Convert(std::size_t row, QStringList& badFormats);
+    static void Remember(RowState& state, std::int64_t atMs, const QDateTime& now);
+    [[nodiscard]] WriteReport Refused(int row, ErrorCode code, const QString& reason) const;
 
     RegisterReader& m_registers;
     GaugeAccess& m_access;
@@ -131,8 +140,7 @@ private:
     const clsSBSCfgRW& m_tables;
     FormState m_form;
     std::vector<RowState> m_rows;
-    std::vector<char> m_readNow; ///< rows read in the present pass
-    std::vector<QString> m_listed; ///< the reason of each row that stands in the error list
+    std::vector<char> m_factorListed; ///< the row's factor stands in the error list already
     ValueHistory m_history;
     std::uint64_t m_generation = 0; ///< of the tables; a pass ends when it changed under it
     bool m_running = false;

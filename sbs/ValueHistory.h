@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <variant>
 #include <vector>
@@ -55,7 +54,9 @@ private:
         double high;
     };
     template <class Visitor>
-    auto Visit(std::size_t leaf, Visitor&& visitor) const;
+    static void Visit(const AnyLeaf& leaf, Visitor&& visitor);
+    void Raise(std::size_t leaf, double value); ///< takes the value into the ranges above its leaf
+    void MinMaxInLeaf(std::size_t leaf, std::size_t begin, std::size_t end, double& low, double& high) const;
     [[nodiscard]] bool Empty(std::size_t level, std::size_t block) const;
 
     std::vector<AnyLeaf> m_leaves;
@@ -88,7 +89,8 @@ private:
     [[nodiscard]] std::size_t PassAt(std::int64_t timeMs, std::size_t notBefore) const;
 
     static constexpr std::size_t kTimesPerBlock = 1024;
-    std::vector<std::unique_ptr<std::array<std::int64_t, kTimesPerBlock>>> m_times;
+    using TimeBlock = std::array<std::int64_t, kTimesPerBlock>;
+    std::vector<std::unique_ptr<TimeBlock>> m_times;
     std::size_t m_passes = 0;
     std::vector<HistorySeries> m_series;
 };
