@@ -11,7 +11,7 @@
 namespace {
 
 const QByteArray kHeadStart = QByteArrayLiteral("{\"trace\":");
-constexpr qsizetype kLongestLine = 8 * 1024 * 1024; // a flash image of 4 MiB in one call
+constexpr qsizetype kLongestLine = 1024 * 1024; // parsed it may take 40 times as much memory
 constexpr std::int64_t kNoInteger = std::numeric_limits<std::int64_t>::min();
 
 QJsonValue ToJson(const DriverArgument::Place& place)
