@@ -87,7 +87,7 @@ public:
     [[nodiscard]] std::size_t MemoryBytes() const;
 
 private:
-    [[nodiscard]] std::size_t PassAt(std::int64_t timeMs, std::size_t notBefore) const;
+    [[nodiscard]] std::size_t PassAt(std::int64_t timeMs, std::size_t notBefore, std::size_t guess) const;
 
     static constexpr std::size_t kTimesPerBlock = 1024;
     using TimeBlock = std::array<std::int64_t, kTimesPerBlock>;
