@@ -67,10 +67,10 @@ TEST(ScanEngine, EndsThePassWhenTheBusIsNotToBeHad)
     ScanBench bench({kVolt, kCurr});
     bench.engine.ReadValues();
     bench.gauge.words[9] = bench.gauge.words[10] = 70;
-    std::int16_t atOnce = 0;
+    bool taken = false;
     bench.time.onEvents = [&] { // a plug-in takes the bus after the first row and keeps it
-        bench.access.AcquireUSBExclusiveAccess(atOnce);
-        bench.time.onEvents = {};
+        std::int16_t atOnce = 0;
+        taken = taken || bench.access.AcquireUSBExclusiveAccess(atOnce);
     };
     EXPECT_EQ(bench.engine.ReadValues().End, PassEnd::BusBusy);
     bench.access.ReleaseUSBExclusiveAccess();
@@ -115,6 +115,17 @@ TEST(ScanEngine, EndsAfterTheRowInHandWhenAskedTo)
     EXPECT_EQ(bench.Shown(), Texts({"7", ""}));
     bench.gauge.onCall = {};
     EXPECT_EQ(bench.engine.ReadValues().End, PassEnd::Complete); // the request was for that pass
+
+    std::int16_t atOnce = 0;
+    bench.access.AcquireUSBExclusiveAccess(atOnce);
+    bench.gauge.calls.clear();
+    bench.time.onEvents = [&] { // also while the bus is awaited
+        if (GaugeAccess::Held())
+            bench.access.ReleaseUSBExclusiveAccess();
+        bench.engine.RequestStop();
+    };
+    EXPECT_EQ(bench.engine.ReadValues().End, PassEnd::Stopped);
+    EXPECT_TRUE(bench.gauge.calls.isEmpty());
 }
 
 TEST(ScanEngine, PutsNoOldValueIntoTablesLoadedDuringAPass)
@@ -165,8 +176,10 @@ TEST(ScanEngine, SurvivesRandomReentry)
         };
         bench.time.onEvents = event;
         bench.gauge.onCall = event;
-        for (int pass = 0; pass < 10; ++pass)
+        for (int pass = 0; pass < 10; ++pass) {
             bench.engine.ReadValues();
+            (void)bench.engine.WriteSBSValueFromGrid(2, QStringLiteral("1"));
+        }
         EXPECT_FALSE(GaugeAccess::Held());
         EXPECT_FALSE(bench.engine.Running());
         EXPECT_EQ(bench.messages.texts, QStringList());
