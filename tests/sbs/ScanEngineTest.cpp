@@ -146,32 +146,26 @@ TEST(ScanEngine, SurvivesRandomReentry)
     for (unsigned seed = 0; seed < 60; ++seed) {
         ScanBench bench({sub, sub, kCurr, sub});
         std::mt19937 random(seed);
-        int depth = 0;
-        const auto event = [&] {
-            if (depth > 2 || random() % 3 != 0)
-                return;
-            ++depth;
-            switch (random() % 6) {
-            case 0:
+        const auto any
+            = [&random](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
+        RawValue raw = 0;
+        const std::function<void()> actions[] = {
+            [&] {
                 EXPECT_EQ(bench.engine.ReadValues().End == PassEnd::Dropped,
                           bench.engine.Running() || GaugeAccess::Held());
-                break;
-            case 1:
-                (void)bench.engine.WriteSBSValueFromGrid(static_cast<int>(random() % 4), QStringLiteral("1"));
-                break;
-            case 2:
-                bench.engine.RequestStop();
-                break;
-            case 3:
-                bench.engine.Reset({});
-                break;
-            case 4:
-                bench.engine.SetCheckScan(random() % 2 == 0);
-                break;
-            default:
-                RawValue raw = 0;
-                (void)bench.engine.ReadBack(static_cast<int>(random() % 4), raw);
-            }
+            },
+            [&] { (void)bench.engine.WriteSBSValueFromGrid(any(4), QStringLiteral("1")); },
+            [&] { bench.engine.RequestStop(); },
+            [&] { bench.engine.Reset({}); },
+            [&] { bench.engine.SetCheckScan(any(2) == 0); },
+            [&] { (void)bench.engine.ReadBack(any(4), raw); },
+        };
+        int depth = 0;
+        const auto event = [&] {
+            if (depth > 2 || any(3) != 0)
+                return;
+            ++depth;
+            actions[any(6)]();
             --depth;
         };
         bench.time.onEvents = event;
@@ -188,8 +182,9 @@ TEST(ScanEngine, SurvivesRandomReentry)
         for (qsizetype i = 0; i < calls.size(); ++i) {
             if (calls[i] != QStringLiteral("AdpWriteSMBusWord [0,7,22]"))
                 continue;
-            ASSERT_EQ(calls.mid(i + 1, 4), Texts({"AdpReadSMBusWord [0,22]", "AdpWriteSMBusWord [0,51,22]",
-                                                  "AdpReadSMBusWord [0,22]", "AdpWriteSMBusWord [0,0,22]"}));
+            ASSERT_EQ(calls.mid(i + 1, 4),
+                      Texts({"AdpReadSMBusWord [0,22]", "AdpWriteSMBusWord [0,51,22]",
+                             "AdpReadSMBusWord [0,22]", "AdpWriteSMBusWord [0,0,22]"}));
         }
     }
 }
