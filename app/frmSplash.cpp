@@ -7,9 +7,9 @@
 #include <QLabel>
 #include <QPushButton>
 
-frmSplash::frmSplash(Use use, QWidget* parent) :
+frmSplash::frmSplash(QWidget* parent) :
     QDialog(parent), picLogo(new QLabel(this)), lblTitle(new QLabel(QStringLiteral("Tarnlo"), this)),
-    lblVersion(new QLabel(QStringLiteral("Version " TARNLO_VERSION), this))
+    lblVersion(new QLabel(QStringLiteral("Version " TARNLO_VERSION), this)), cmdOK(new QPushButton(QStringLiteral("OK"), this))
 {
     setObjectName(QStringLiteral("frmSplash"));
     picLogo->setObjectName(QStringLiteral("picLogo"));
@@ -35,17 +35,11 @@ frmSplash::frmSplash(Use use, QWidget* parent) :
     text->addSpacing(16);
     text->addWidget(lblLicence);
     text->addStretch();
-    if (use == Use::About) {
-        auto* cmdOK = new QPushButton(QStringLiteral("OK"), this);
-        cmdOK->setObjectName(QStringLiteral("cmdOK"));
-        cmdOK->setDefault(true);
-        connect(cmdOK, &QPushButton::clicked, this, &QDialog::accept);
-        text->addSpacing(16);
-        text->addWidget(cmdOK, 0, Qt::AlignRight);
-        setWindowFlag(Qt::WindowContextHelpButtonHint, false);
-    } else {
-        setWindowFlags(Qt::SplashScreen | Qt::FramelessWindowHint);
-    }
+    text->addWidget(cmdOK, 0, Qt::AlignRight);
+    cmdOK->setObjectName(QStringLiteral("cmdOK"));
+    cmdOK->setDefault(true);
+    cmdOK->hide();
+    connect(cmdOK, &QPushButton::clicked, this, &QDialog::accept);
     auto* across = new QHBoxLayout(this);
     across->setContentsMargins(0, 0, 0, 0);
     across->setSpacing(0);
@@ -53,8 +47,16 @@ frmSplash::frmSplash(Use use, QWidget* parent) :
     across->addLayout(text);
     across->setSizeConstraint(QLayout::SetFixedSize);
 
+    setWindowFlags(Qt::SplashScreen | Qt::FramelessWindowHint);
     connect(&Theme::Current(), &Theme::Changed, this, &frmSplash::Applyskin);
     Applyskin();
+}
+
+void frmSplash::ShowAsAboutBox()
+{
+    setWindowFlags(Qt::Dialog);
+    cmdOK->show();
+    exec();
 }
 
 void frmSplash::Applyskin()

@@ -9,8 +9,8 @@ class QPushButton;
 class frmSplash final : public QDialog {
     Q_OBJECT
 public:
-    enum class Use { Splash, About };
-    explicit frmSplash(Use use, QWidget* parent = nullptr);
+    explicit frmSplash(QWidget* parent = nullptr); ///< as the start shows it, without a frame and a button
+    void ShowAsAboutBox(); ///< waits until it is closed
 
     void Applyskin();
 
@@ -18,4 +18,5 @@ private:
     QLabel* picLogo;
     QLabel* lblTitle;
     QLabel* lblVersion;
+    QPushButton* cmdOK;
 };

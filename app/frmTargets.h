@@ -13,32 +13,36 @@ class QStackedWidget;
 class frmTargets final : public QDialog {
     Q_OBJECT
 public:
-    /// @param reason  why the list is open, one or two plain sentences; the second line says what choosing does
-    frmTargets(TargetList& targets, ProfileStore& profiles, UserMessages& messages, const StartupState& state,
-               const QString& reason, QWidget* parent = nullptr);
+    frmTargets(TargetList& targets, UserMessages& messages, const StartupState& state,
+               QWidget* parent = nullptr);
 
+    /// Why the list is open, in one plain sentence above it.
+    void ShowReason(const QString& reason);
     /// The target file as written in the settings; empty until OK was accepted.
-    [[nodiscard]] const QString& ChosenTarget() const { return m_chosen; }
+    [[nodiscard]] const QString& ChosenFile() const { return m_chosen; }
 
     void accept() override;
     void Applyskin();
 
 private:
-    void FillLines();
+    void LayOut();
+    void FillList(QListWidget* list, const QStringList& lines);
+    void ShowCategory();
     void ShowDetails();
     void SetDefault();
     void OpenDocument(const QString& fileName);
     [[nodiscard]] QListWidget* LinesInView() const;
-    [[nodiscard]] QString SelectedLine() const;
-    void FillList(QListWidget* list, const QStringList& lines);
+    [[nodiscard]] QString SelectedLine() const; ///< empty without a selection
 
     TargetList& m_targets;
-    ProfileStore& m_profiles;
     UserMessages& m_messages;
     const StartupState& m_state;
     QString m_chosen;
 
     QLabel* picReason;
+    QLabel* lblReason;
+    QLabel* Label1;
+    QLabel* Label2;
     QListWidget* lstTargetCategory;
     QListWidget* lstTargets;
     QListWidget* lstFiltered;

@@ -110,7 +110,7 @@ Skin LoadSkinColours(ProfileStore& profiles, const QString& skinFile, const QStr
     Skin skin = DefaultSkin();
     const ProfileFile& file = profiles.File(skinFile);
     for (const SkinKey& key : kSkinKeys)
-        skin.*key.value = file.Integer(skinName, QLatin1String(key.name), skin.*key.value);
+        skin.*key.value = file.Integer(skinName, QString::fromLatin1(key.name), skin.*key.value);
     return skin;
 }
 
@@ -118,7 +118,7 @@ QString SaveSkin(ProfileStore& profiles, const QString& skinFile, const QString&
 {
     for (const SkinKey& key : kSkinKeys) {
         const QString problem
-            = profiles.Write(skinFile, skinName, QLatin1String(key.name), QString::number(skin.*key.value));
+            = profiles.Write(skinFile, skinName, QString::fromLatin1(key.name), QString::number(skin.*key.value));
         if (!problem.isEmpty())
             return problem;
     }

@@ -1,6 +1,9 @@
 #include "settings/TargetList.h"
 
 #include "platform/ProgramFolder.h"
+#include "settings/TargetInfo.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -66,6 +69,18 @@ const TargetEntry* TargetList::Find(const QString& line) const
 {
     const auto found = std::ranges::find(m_entries, line, &TargetEntry::line);
     return found == m_entries.end() ? nullptr : &*found;
+}
+
+TargetDetails TargetList::Details(const TargetEntry& entry) const
+{
+    const QString path = ResolvePath(m_state.ProgramFolder, entry.file);
+    QStringList captions;
+    for (const ViewButton& button : TargetButtons(m_profiles, path))
+        captions << button.Caption;
+    return {.file = entry.file,
+            .found = QFileInfo(path).isFile(),
+            .offers = captions.join(QStringLiteral(", ")),
+            .address = m_profiles.Integer(path, u"Communication", u"TargetAddress", m_state.TargetAddress)};
 }
 
 QStringList TargetList::Categories() const

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -16,6 +17,14 @@ struct TargetEntry {
     QString file; ///< the target's configuration file as written, relative to the program folder
     QString name; ///< [Device] Name of that file; empty when the file or the key is missing
     QString line; ///< what a person chooses from: "zm41k36 (Dev:800,Ver:1.02) -800_1_02"
+};
+
+/// What a target's file says, for the person who chooses.
+struct TargetDetails {
+    QString file; ///< as written in the settings
+    bool found = false; ///< the file is there
+    QString offers; ///< captions of its views
+    std::int32_t address = 0; ///< the gauge's bus address in 8-bit form
 };
 
 /// The targets that the program settings file knows, and the remembered default among them.
@@ -30,6 +39,8 @@ public:
     [[nodiscard]] const std::vector<TargetEntry>& Entries() const { return m_entries; }
     /// The entry of a line, compared exactly; nothing when no entry has it.
     [[nodiscard]] const TargetEntry* Find(const QString& line) const;
+
+    [[nodiscard]] TargetDetails Details(const TargetEntry& entry) const;
 
     /// "All", then the categories in alphabetical order: a name's first word up to and with its first number, so
     /// that "zm41k36" and "zm41k48" stand together in "zm41".
