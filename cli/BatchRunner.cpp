@@ -13,13 +13,15 @@
 
 namespace {
 
-/// The command that "op" names below this one: {"op": "gpio-write"} or {"op": "one-wire read"}.
+/// The command that "op" names below this one: "gpio-write", and "one-wire read" or "one-wire-read".
 const CommandSpec* FindOp(const std::vector<CommandSpec>& commands, const CommandSpec& group,
                           const QString& op)
 {
-    const QString path = QLatin1String(group.Path) + QLatin1Char(' ') + op;
-    const auto found = std::ranges::find_if(
-        commands, [&](const CommandSpec& command) { return path == QLatin1String(command.Path); });
+    const auto plain = [](QString path) { return path.replace(QLatin1Char('-'), QLatin1Char(' ')); };
+    const QString path = plain(QLatin1String(group.Path) + QLatin1Char(' ') + op);
+    const auto found = std::ranges::find_if(commands, [&](const CommandSpec& command) {
+        return path == plain(QString::fromLatin1(command.Path));
+    });
     return found == commands.end() || !found->Run ? nullptr : &*found;
 }
 

@@ -54,7 +54,9 @@ Outcome WordOutcome(ErrorCode code, std::int16_t value)
     outcome.Json[QStringLiteral("msb")] = ok ? QJsonValue(word >> 8) : QJsonValue();
     outcome.Json[QStringLiteral("lsb")] = ok ? QJsonValue(word & 0xFF) : QJsonValue();
     if (ok)
-        outcome.Text = QStringLiteral("%1  0x%2").arg(word).arg(word, 4, 16, QLatin1Char('0'));
+        outcome.Text = QStringLiteral("%1  0x%2")
+                           .arg(word)
+                           .arg(QString::number(word, 16).toUpper(), 4, QLatin1Char('0'));
     return outcome;
 }
 

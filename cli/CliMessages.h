@@ -14,6 +14,8 @@ public:
     void Show(const QString& text) override;
     /// --yes and --no answer; with neither, and for buttons that mean neither, what changes nothing.
     Answer Ask(const QString& text, Answers offered) override;
+    /// From now on messages are kept: they would spoil a picture that is drawn over.
+    void Keep() { m_keep = true; }
     /// What was kept since the last call.
     [[nodiscard]] QStringList Take();
 

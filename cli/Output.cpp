@@ -46,6 +46,8 @@ void Output::Print(const Outcome& outcome, const QStringList& messages, bool alw
             PrintJson(object);
         return;
     }
+    for (const QString& message : messages)
+        PrintError(message);
     if (!outcome.Text.isEmpty())
         PrintText(outcome.Text);
     if (!outcome.Error.isEmpty())

@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr std::uint8_t kSpecificationInfo = 0x1A;
+
 Outcome WriteRow(CommandContext& context, const Arguments& arguments)
 {
     Outcome outcome;
@@ -44,21 +46,23 @@ Outcome Static(CommandContext& context, const Arguments&)
         return outcome;
     QJsonObject values;
     TextTable text({QStringLiteral("Item"), QStringLiteral("Value")});
-    QString error;
     bool any = false;
     for (const StaticItem& item :
          ReadStaticData(gauge->Usb(), gauge->Access(), context.Startup(outcome)->TargetAddress)) {
         const bool read = item.Error.isEmpty();
         any = any || read;
-        error = read ? error : item.Error;
         values[item.Caption] = read ? QJsonValue(item.Text) : QJsonValue();
         text.AddRow({item.Caption, read ? item.Text : QStringLiteral("! ") + item.Error});
     }
     outcome.Json = {{QStringLiteral("static"), values}};
     outcome.Text = text.Text();
-    if (!any) {
-        outcome.Status = ExitStatus::kNoAnswer;
-        outcome.Error = error;
+    if (!any) { // the items carry reasons in words only; one more try gives the code
+        ErrorCode code = ErrorCode::Ok;
+        std::int16_t word = 0;
+        gauge->Usb().ReadSMBusWord_(kSpecificationInfo, word, context.Startup(outcome)->TargetAddress, code);
+        const QJsonObject answer = outcome.Json;
+        outcome = NoAnswer(Failed(code) ? code : ErrorCode::Unknown);
+        outcome.Json[QStringLiteral("static")] = answer.value(QLatin1String("static"));
     }
     return outcome;
 }

@@ -14,6 +14,7 @@
 
 namespace {
 
+constexpr qsizetype kShownMessages = 3;
 constexpr int kWatchMs = 50; // how long a pass over a silent bus goes on after Ctrl+C, beside the row in hand
 
 /// Switches the rows of a list such as "3,9-12" on and all others off.
@@ -53,9 +54,13 @@ Screen ScreenOf(const Output& output)
 /// Prints pass by pass in the form asked for; at a terminal each picture takes the place of the one before.
 class PassPrinter {
 public:
-    explicit PassPrinter(CommandContext& context) : m_context(context) { }
+    explicit PassPrinter(CommandContext& context) : m_context(context)
+    {
+        if (context.Out.Terminal())
+            context.Messages.Keep();
+    }
 
-    void Print(const ScanEngine& scan, const PassFacts& facts)
+    void Print(const ScanEngine& scan, PassFacts facts)
     {
         Output& out = m_context.Out;
         if (out.Json()) {
@@ -64,6 +69,10 @@ public:
                 object[QStringLiteral("messages")] = QJsonArray::fromStringList(messages);
             out.PrintJson(object);
         } else if (out.Terminal()) {
+            for (const QString& message : m_context.Messages.Take())
+                if (!m_said.contains(message))
+                    m_said << message;
+            facts.Messages = m_said.mid(std::max<qsizetype>(m_said.size() - kShownMessages, 0));
             const QStringList lines = LiveLines(scan, facts, ScreenOf(out));
             // home and erase to the end of each line and of the screen: unlike a full erase this does not
             // flicker
@@ -77,6 +86,7 @@ public:
 
 private:
     CommandContext& m_context;
+    QStringList m_said;
     bool m_first = true;
 };
 
@@ -86,6 +96,7 @@ Outcome Scan(CommandContext& context, const Arguments& arguments)
     GaugeSession* gauge = context.Gauge(outcome);
     if (!gauge)
         return outcome;
+    PassPrinter printer(context);
     RegisterSession registers(context, *gauge, *context.Startup(outcome));
     if (const QString problem = registers.Load(); !problem.isEmpty())
         return Refused(problem);
@@ -112,7 +123,6 @@ Outcome Scan(CommandContext& context, const Arguments& arguments)
     });
     watch.start(kWatchMs);
 
-    PassPrinter printer(context);
     PassFacts facts;
     facts.Adapter = gauge->Usb().Facts().Name;
     const std::int64_t start = gauge->Time().MonotonicMs();

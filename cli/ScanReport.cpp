@@ -192,19 +192,21 @@ QStringList PassLines(const ScanEngine& scan, const PassFacts& facts)
 QStringList LiveLines(const ScanEngine& scan, const PassFacts& facts, const Screen& screen)
 {
     const std::vector<int> rows = ScannedRows(scan);
-    TextTable table({QString(), QString(), QStringLiteral(">"), QString()});
+    TextTable table({QStringLiteral(">"), QString(), QStringLiteral(">"), QString()});
     for (const int row : rows) {
         const RowState& state = scan.Row(row);
         table.AddRow({QString::number(row), ShownDesc(scan, row),
                       state.Reason.isEmpty() ? state.Text : QStringLiteral("!"), Unit(scan, row)});
     }
-    QStringList cells = table.Lines();
+    QStringList cells = table.Lines(1);
     cells.removeFirst(); // no header: the columns speak for themselves, and lines are scarce
 
     QStringList below = FlagTexts(scan);
     if (facts.RemCap)
         below << RemCapText(facts);
-    const QStringList failures = Failures(scan, rows);
+    QStringList failures = Failures(scan, rows);
+    for (const QString& message : facts.Messages)
+        failures << QLatin1String("! ") + QString(message).replace(QLatin1Char('\n'), QLatin1Char(' '));
 
     // the last line stays free, or the terminal would scroll
     const qsizetype room = std::max<qsizetype>(screen.Lines - 3 - below.size() - failures.size(), 1);

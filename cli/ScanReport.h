@@ -17,6 +17,7 @@ struct PassFacts {
     std::int64_t ElapsedMs = 0; ///< since the first pass began
     std::int64_t Number = 1; ///< counts from 1
     PassReport Report;
+    QStringList Messages; ///< for the live picture: what was said lately
     std::optional<int> RemCap; ///< the bar, kept while reads fail; nothing before the first value
 };
 

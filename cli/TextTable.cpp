@@ -12,7 +12,7 @@ TextTable::TextTable(const QStringList& header)
     m_rows.push_back(cells);
 }
 
-QStringList TextTable::Lines() const
+QStringList TextTable::Lines(int gap) const
 {
     std::vector<qsizetype> widths(m_flushRight.size(), 0);
     for (const QStringList& row : m_rows)
@@ -24,7 +24,7 @@ QStringList TextTable::Lines() const
         for (std::size_t column = 0; column < widths.size(); ++column) {
             const QString cell = row.value(static_cast<qsizetype>(column));
             if (column > 0)
-                line += QLatin1String("  ");
+                line += QString(gap, QLatin1Char(' '));
             line += m_flushRight[column] ? cell.rightJustified(widths[column])
                                          : cell.leftJustified(widths[column]);
         }

@@ -12,7 +12,8 @@ public:
     explicit TextTable(const QStringList& header);
     void AddRow(const QStringList& cells) { m_rows.push_back(cells); }
     /// Header and rows without blanks at the ends of lines.
-    [[nodiscard]] QStringList Lines() const;
+    /// @param gap  blanks between two columns
+    [[nodiscard]] QStringList Lines(int gap = 2) const;
     [[nodiscard]] QString Text() const { return Lines().join(QLatin1Char('\n')); }
 
 private:
