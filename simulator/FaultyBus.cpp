@@ -176,6 +176,7 @@ void FaultyBus::DrawFlips(int bits)
 
 Wire FaultyBus::NextByte()
 {
+    ++m_bytes;
     if (m_byte++ != m_at)
         return Wire::Ok;
     switch (m_fault) {

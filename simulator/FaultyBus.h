@@ -46,6 +46,7 @@ public:
     void PlugIn() { m_unplugged = false; }
     [[nodiscard]] bool Unplugged() const { return m_unplugged; }
     [[nodiscard]] std::int64_t Transactions() const { return m_transaction; }
+    [[nodiscard]] std::int64_t BytesMoved() const { return m_bytes; } ///< on the two-wire bus so far
     [[nodiscard]] const std::deque<FaultRecord>& Log() const { return m_log; } ///< the newest 10,000
 
 private:
@@ -79,6 +80,7 @@ private:
     Bytes m_answer; ///< what came so far
     bool m_unplugged = false;
     std::int64_t m_transaction = 0;
+    std::int64_t m_bytes = 0;
     std::map<std::uint16_t, Bytes> m_answers; ///< last good ones by address and command
     std::deque<FaultRecord> m_log;
 };

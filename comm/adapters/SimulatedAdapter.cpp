@@ -8,20 +8,21 @@
 namespace {
 
 const QString kName = QStringLiteral("Simulated");
-constexpr std::uint8_t kSpecificationInfo = 0x1A;
-constexpr int kPecVersion = 3;
 constexpr std::int16_t kChargerLine = 0;
 constexpr std::int16_t kLoadLine = 1;
 constexpr std::int32_t kFunctionPower = 0;
 constexpr std::int32_t kFunctionWriteByte = 1;
 constexpr std::int32_t kFunctionReadByte = 2;
 constexpr std::int32_t kFunctionWireControl = 3;
-constexpr ErrorCode kUnlistedCode{119}; // in no table: what a newer driver may answer
-constexpr int kLongestBlock = 255;
 
 bool IsByte(std::int32_t value) { return value >= 0 && value <= 255; }
 
 bool IsAddress(std::int16_t addr) { return IsByte(addr) && addr % 2 == 0; }
+
+bool Holds(const Bytes& data, std::int16_t length)
+{
+    return IsByte(length) && data.size() >= static_cast<std::size_t>(length);
+}
 
 std::uint8_t Low(std::int32_t value) { return static_cast<std::uint8_t>(value & 0xFF); }
 
@@ -32,257 +33,79 @@ std::int32_t FrameOf(std::uint8_t byte) // as it came: start bit 0 first, data l
     return byte << 1 | 1 << 9;
 }
 
-/// CRC-8, polynomial 0x07, start 0, over every byte on the wire.
-constexpr std::array<std::uint8_t, 256> kCrc8 = [] {
-    std::array<std::uint8_t, 256> table{};
-    for (unsigned i = 0; i < 256; ++i) {
-        unsigned crc = i;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 0x80U) != 0 ? (crc << 1U ^ 0x07U) & 0xFFU : crc << 1U;
-        table[i] = static_cast<std::uint8_t>(crc);
-    }
-    return table;
-}();
-
 } // namespace
-
-/// One message on the wire as the host drives it: nothing more is sent after the first step that failed, and
-/// the stop comes in any case.
-class SimulatedAdapter::Transfer {
-public:
-    Transfer(SimulatedAdapter& adapter, const BusMessage& message)
-        : m_adapter(adapter), m_state(adapter.m_faults.Begin(message)), m_began(m_state == Wire::Ok)
-    {
-    }
-    ~Transfer() { End(); }
-    Transfer(const Transfer&) = delete;
-    Transfer& operator=(const Transfer&) = delete;
-
-    void Start(std::uint8_t addressByte)
-    {
-        if (m_state != Wire::Ok)
-            return;
-        See(addressByte);
-        m_state = m_adapter.m_faults.Start(addressByte);
-    }
-    void Send(std::uint8_t byte)
-    {
-        if (m_state != Wire::Ok)
-            return;
-        See(byte);
-        m_state = m_adapter.m_faults.Write(byte);
-    }
-    std::uint8_t Receive(bool last)
-    {
-        std::uint8_t byte = 0;
-        if (m_state == Wire::Ok)
-            m_state = m_adapter.m_faults.Read(byte, last);
-        See(byte);
-        return byte;
-    }
-    void SendCheck() { Send(m_crc); }
-    [[nodiscard]] bool Checked() const
-    {
-        return m_crc == 0;
-    } ///< the last byte was the check of those before it
-    [[nodiscard]] bool Going() const { return m_state == Wire::Ok; }
-    ErrorCode End()
-    {
-        if (m_began)
-            m_adapter.m_faults.Stop();
-        m_began = false;
-        return Code(m_state);
-    }
-
-private:
-    void See(std::uint8_t byte) { m_crc = kCrc8[m_crc ^ byte]; }
-
-    SimulatedAdapter& m_adapter;
-    Wire m_state;
-    bool m_began;
-    std::uint8_t m_crc = 0;
-};
 
 SimulatedAdapter::SimulatedAdapter(TimeSource& time, const SimulatorSettings& settings)
     : m_time(time), m_settings(settings), m_startMs(time.MonotonicMs()), m_bench(settings),
       m_gauge(m_bench.Gauge()), m_registers(m_bench.Gauge()), m_bus(settings.BusClock, m_chip, m_registers),
-      m_faults(m_bus, settings.Faults, settings.Seed, [this] { m_bench.Gauge().Reset(); })
+      m_faults(m_bus, settings.Faults, settings.Seed, [this] { m_bench.Gauge().Reset(); }), m_host(m_faults)
 {
     m_bus.Attach(GaugeTarget::kAddress, m_gauge);
     m_bus.Attach(GaugeRegisterFile::kAddress, m_registers);
     m_bus.Attach(Eeprom::kAddress, m_eeprom);
 }
 
-ErrorCode SimulatedAdapter::Ready()
+ErrorCode SimulatedAdapter::Ready(bool understood)
 {
     if (!m_open || m_faults.Unplugged())
         return ErrorCode::NoUsb;
+    if (!understood)
+        return ErrorCode::IncorrectParam;
     const double elapsedMs = static_cast<double>(m_time.MonotonicMs() - m_startMs);
     m_bench.AdvanceTo(static_cast<std::int64_t>(elapsedMs * m_settings.TimeFactor / 1000));
     m_posted = ErrorCode::Ok;
     return ErrorCode::Ok;
 }
 
-ErrorCode SimulatedAdapter::Done(ErrorCode code, int busBytes)
+ErrorCode SimulatedAdapter::Done(ErrorCode code)
 {
-    for (int turn = m_settings.Faults.Reentry ? -busBytes : 0; turn <= 0; ++turn)
+    const std::int64_t bytes = m_faults.BytesMoved() - std::exchange(m_bytesSeen, m_faults.BytesMoved());
+    m_time.ProcessEvents(0);
+    for (std::int64_t turn = 1; m_settings.Faults.Reentry && turn < bytes; ++turn)
         m_time.ProcessEvents(0);
     return code;
 }
 
-ErrorCode SimulatedAdapter::Posted(ErrorCode code, int busBytes)
+ErrorCode SimulatedAdapter::Posted(ErrorCode code)
 {
     const bool late = code == ErrorCode::NoAcknowledge;
-    Done(ErrorCode::Ok, busBytes);
+    Done(code);
     if (late)
         m_posted = code; // after the events: a nested transfer has its own
     return late ? ErrorCode::Ok : code;
 }
 
-ErrorCode SimulatedAdapter::Code(Wire wire)
-{
-    switch (wire) {
-    case Wire::Ok:
-        return ErrorCode::Ok;
-    case Wire::Nack:
-        return ErrorCode::NoAcknowledge;
-    case Wire::TimedOut:
-        return ErrorCode::T2hTimeout;
-    case Wire::ArbitrationLost:
-        return ErrorCode::BusBusy;
-    case Wire::Ended:
-        return ErrorCode::WrongNumBytes;
-    case Wire::Unplugged:
-        return ErrorCode::NoUsb;
-    case Wire::Odd:
-        break;
-    }
-    return kUnlistedCode;
-}
-
-// ---- packet error check
-// ----------------------------------------------------------------------------------------
-
-/// @param checked  the byte behind the word was its packet error check; the read itself does not judge
-ErrorCode SimulatedAdapter::ReadWordOnce(std::uint8_t addr, std::uint8_t cmd, bool pec, std::uint16_t& word,
-                                         bool& checked)
-{
-    Transfer transfer(*this,
-                      {.Address = addr, .Command = cmd, .Written = 1, .Read = pec ? 3 : 2, .Pec = pec});
-    transfer.Start(addr);
-    transfer.Send(cmd);
-    transfer.Start(addr | 1U);
-    const std::uint8_t low = transfer.Receive(false);
-    const std::uint8_t high = transfer.Receive(!pec);
-    const std::uint8_t check = pec ? transfer.Receive(true) : 0;
-    word = static_cast<std::uint16_t>(high << 8 | low);
-    // A line that stayed high all along is no answer, although FF FF FF passes the check of command 0x01.
-    checked = transfer.Checked() && (word != 0xFFFF || check != 0xFF);
-    return transfer.End();
-}
-
-/// Decides from SpecificationInfo. A good check together with version 3 is proof; that a part has none is
-/// believed only when two reads agree, for a single flipped bit can look like it.
-ErrorCode SimulatedAdapter::DecidePec(std::uint8_t addr, bool& pec)
-{
-    PecState& state = m_pec[addr / 2];
-    std::uint16_t first = 0;
-    for (int turn = 0; turn < 2 && state == PecState::Undecided; ++turn) {
-        std::uint16_t info = 0;
-        bool checked = false;
-        if (const ErrorCode err = ReadWordOnce(addr, kSpecificationInfo, true, info, checked); Failed(err))
-            return err;
-        const bool version = (info >> 4 & 0xF) == kPecVersion;
-        if (checked && version)
-            state = PecState::On;
-        else if (turn == 1 && info == first && !version)
-            state = PecState::Off;
-        first = info;
-    }
-    pec = state == PecState::On;
-    return state == PecState::Undecided ? ErrorCode::BadPec : ErrorCode::Ok;
-}
-
-// ---- SMBus
-// -----------------------------------------------------------------------------------------------------
+// ---- SMBus ----
 
 ErrorCode SimulatedAdapter::AdpReadSMBusWord(std::int16_t cmd, std::int16_t& word, std::int16_t& addr)
 {
-    ErrorCode err = Ready();
-    if (!Failed(err) && !(IsByte(cmd) && IsAddress(addr)))
-        err = ErrorCode::IncorrectParam;
-    bool pec = false;
+    ErrorCode err = Ready(IsByte(cmd) && IsAddress(addr));
+    std::uint16_t value = 0;
     if (!Failed(err))
-        err = DecidePec(Low(addr), pec);
-    if (!Failed(err)) {
-        std::uint16_t value = 0;
-        bool checked = false;
-        err = ReadWordOnce(Low(addr), Low(cmd), pec, value, checked);
-        if (!Failed(err) && pec && !checked)
-            err = ErrorCode::BadPec;
-        if (!Failed(err))
-            word = static_cast<std::int16_t>(value);
-    }
-    return Done(err, pec ? 6 : 5);
+        err = m_host.ReadWord(Low(addr), Low(cmd), value);
+    if (!Failed(err))
+        word = static_cast<std::int16_t>(value);
+    return Done(err);
 }
 
 ErrorCode SimulatedAdapter::AdpReadSMBusBlock(std::int16_t cmd, Bytes& data, std::int16_t& length,
                                               std::int16_t& addr)
 {
-    ErrorCode err = Ready();
-    if (!Failed(err) && !(IsByte(cmd) && IsAddress(addr)))
-        err = ErrorCode::IncorrectParam;
-    bool pec = false;
+    ErrorCode err = Ready(IsByte(cmd) && IsAddress(addr));
     if (!Failed(err))
-        err = DecidePec(Low(addr), pec);
-    int received = 0;
-    if (!Failed(err)) {
-        Transfer transfer(
-            *this,
-            {.Address = Low(addr), .Command = Low(cmd), .Written = 1, .Read = 1, .Block = true, .Pec = pec});
-        transfer.Start(Low(addr));
-        transfer.Send(Low(cmd));
-        transfer.Start(Low(addr) | 1U);
-        Bytes block(transfer.Receive(false));
-        for (std::size_t i = 0; i < block.size() && transfer.Going(); ++i)
-            block[i] = transfer.Receive(!pec && i + 1 == block.size());
-        if (pec && transfer.Going())
-            transfer.Receive(true);
-        err = transfer.End();
-        received = static_cast<int>(block.size());
-        if (!Failed(err) && pec && !transfer.Checked())
-            err = ErrorCode::BadPec;
-        else if (!Failed(err) && block.empty())
-            err = ErrorCode::WrongNumBytes; // a block of no bytes is none
-        if (!Failed(err)) {
-            length = static_cast<std::int16_t>(block.size());
-            data = std::move(block);
-        }
-    }
-    return Done(err, received + 4);
+        err = m_host.ReadBlock(Low(addr), Low(cmd), data);
+    if (!Failed(err))
+        length = static_cast<std::int16_t>(data.size());
+    return Done(err);
 }
 
 ErrorCode SimulatedAdapter::WriteSMBus(std::int16_t cmd, std::int16_t addr,
                                        std::span<const std::uint8_t> payload)
 {
-    ErrorCode err = Ready();
-    if (!Failed(err) && !(IsByte(cmd) && IsAddress(addr)))
-        err = ErrorCode::IncorrectParam;
-    bool pec = false;
+    ErrorCode err = Ready(IsByte(cmd) && IsAddress(addr));
     if (!Failed(err))
-        err = DecidePec(Low(addr), pec);
-    const int written = 1 + static_cast<int>(payload.size()) + (pec ? 1 : 0);
-    if (!Failed(err)) {
-        Transfer transfer(*this, {.Address = Low(addr), .Command = Low(cmd), .Written = written, .Pec = pec});
-        transfer.Start(Low(addr));
-        transfer.Send(Low(cmd));
-        for (const std::uint8_t byte : payload)
-            transfer.Send(byte);
-        if (pec)
-            transfer.SendCheck();
-        err = transfer.End();
-    }
-    return Posted(err, 1 + written);
+        err = m_host.Write(Low(addr), Low(cmd), payload);
+    return Posted(err);
 }
 
 ErrorCode SimulatedAdapter::AdpWriteSMBusWord(std::int16_t cmd, std::int16_t word, std::int16_t& addr)
@@ -293,10 +116,10 @@ ErrorCode SimulatedAdapter::AdpWriteSMBusWord(std::int16_t cmd, std::int16_t wor
 ErrorCode SimulatedAdapter::AdpWriteSMBusBlock(std::int16_t& cmd, const Bytes& data, std::int16_t& length,
                                                std::int16_t& addr)
 {
-    if (length < 1 || length > kLongestBlock || data.size() < static_cast<std::size_t>(length))
+    if (length < 1 || !Holds(data, length))
         return Done(ErrorCode::IncorrectParam);
-    Bytes payload{Low(length)};
-    payload.insert(payload.end(), data.begin(), data.begin() + length);
+    Bytes payload(1 + static_cast<std::size_t>(length), Low(length));
+    std::copy_n(data.begin(), length, payload.begin() + 1);
     return WriteSMBus(cmd, addr, payload);
 }
 
@@ -312,72 +135,41 @@ ErrorCode SimulatedAdapter::AdpGetLastError()
     return Done(!m_open || m_faults.Unplugged() ? ErrorCode::NoUsb : posted);
 }
 
-// ---- I2C
-// -------------------------------------------------------------------------------------------------------
+// ---- I2C ----
 
 ErrorCode SimulatedAdapter::WriteI2C(std::int16_t addr, std::int16_t reg, const Bytes& data,
                                      std::int16_t length)
 {
-    ErrorCode err = Ready();
-    if (!Failed(err)
-        && (!IsAddress(addr) || !IsByte(reg) || !IsByte(length)
-            || data.size() < static_cast<std::size_t>(length)))
-        err = ErrorCode::IncorrectParam;
-    if (!Failed(err)) {
-        Transfer transfer(*this, {.Address = Low(addr), .Command = Low(reg), .Written = 1 + length});
-        transfer.Start(Low(addr));
-        transfer.Send(Low(reg));
-        for (int i = 0; i < length; ++i)
-            transfer.Send(data[static_cast<std::size_t>(i)]);
-        err = transfer.End();
-    }
-    return Posted(err, 2 + length);
+    ErrorCode err = Ready(IsAddress(addr) && IsByte(reg) && Holds(data, length));
+    if (!Failed(err))
+        err = m_host.WriteI2C(Low(addr), Low(reg), std::span(data).first(static_cast<std::size_t>(length)));
+    return Posted(err);
 }
 
-/// @param written  sent before the turn to reading; nothing: the read starts at once
-/// @param length   in: bytes to read, out: bytes that came
-ErrorCode SimulatedAdapter::ReadI2C(std::int16_t addr, const Bytes& written, Bytes& data,
-                                    std::int16_t& length)
+ErrorCode SimulatedAdapter::ReadI2C(std::int16_t addr, std::span<const std::uint8_t> written, Bytes& data,
+                                    std::int16_t length)
 {
-    ErrorCode err = Ready();
-    if (!Failed(err) && (!IsAddress(addr) || length < 1))
-        err = ErrorCode::IncorrectParam;
-    if (!Failed(err)) {
-        Transfer transfer(*this,
-                          {.Address = Low(addr),
-                           .Command = written.empty() ? std::uint8_t{0} : written.front(),
-                           .Written = static_cast<int>(written.size()),
-                           .Read = length});
-        if (!written.empty())
-            transfer.Start(Low(addr));
-        for (const std::uint8_t byte : written)
-            transfer.Send(byte);
-        transfer.Start(Low(addr) | 1U);
-        Bytes bytes;
-        while (transfer.Going() && bytes.size() < static_cast<std::size_t>(length))
-            bytes.push_back(transfer.Receive(bytes.size() + 1 == static_cast<std::size_t>(length)));
-        err = transfer.End();
-        if (!Failed(err))
-            data = std::move(bytes);
-    }
-    return Done(err, length + 2 + static_cast<int>(written.size()));
+    ErrorCode err = Ready(IsAddress(addr) && length >= 1);
+    if (!Failed(err))
+        err = m_host.ReadI2C(Low(addr), written, length, data);
+    return Done(err);
 }
 
 ErrorCode SimulatedAdapter::AdpWriteReadI2CBlockOnSMB(std::int16_t cmd, const Bytes& write,
                                                       std::int16_t writeCount, Bytes& read,
                                                       std::int16_t& readCount, std::int16_t& addr)
 {
-    if (!IsByte(cmd) || !IsByte(writeCount) || write.size() < static_cast<std::size_t>(writeCount))
+    if (!IsByte(cmd) || !Holds(write, writeCount))
         return Done(ErrorCode::IncorrectParam);
-    Bytes written{Low(cmd)};
-    written.insert(written.end(), write.begin(), write.begin() + writeCount);
+    Bytes written(1 + static_cast<std::size_t>(writeCount), Low(cmd));
+    std::copy_n(write.begin(), writeCount, written.begin() + 1);
     return ReadI2C(addr, written, read, readCount);
 }
 
 ErrorCode SimulatedAdapter::AdpReadI2CBlockOnSMB(std::int16_t cmd, Bytes& data, std::int16_t& length,
                                                  std::int16_t& addr)
 {
-    return IsByte(cmd) ? ReadI2C(addr, {Low(cmd)}, data, length) : Done(ErrorCode::IncorrectParam);
+    return IsByte(cmd) ? ReadI2C(addr, std::array{Low(cmd)}, data, length) : Done(ErrorCode::IncorrectParam);
 }
 
 ErrorCode SimulatedAdapter::AdpWriteI2CBlockOnSMB(std::int16_t& cmd, const Bytes& data, std::int16_t& length,
@@ -423,11 +215,9 @@ ErrorCode SimulatedAdapter::AdpI2CFunction(std::int32_t selector, std::int16_t& 
     default:
         return Done(ErrorCode::IncorrectParam);
     }
-    ErrorCode err = Ready();
     // One pin drives both ways; releasing is the only wire state there is.
     const bool release = selector == kFunctionWireControl;
-    if (!Failed(err) && (first < 0 || first > (release ? 0 : 1)))
-        err = ErrorCode::IncorrectParam;
+    const ErrorCode err = Ready(first >= 0 && first <= (release ? 0 : 1));
     if (!Failed(err)) {
         m_lines = {};
         m_bench.SetCharger(!release && first == 1);
@@ -436,76 +226,66 @@ ErrorCode SimulatedAdapter::AdpI2CFunction(std::int32_t selector, std::int16_t& 
     return Done(err);
 }
 
-// ---- single wire
-// -----------------------------------------------------------------------------------------------
+// ---- single wire ----
 
 ErrorCode SimulatedAdapter::AdpReadOneWire(std::int16_t mode, std::int32_t& value, std::int16_t& extra)
 {
-    ErrorCode err = Ready();
     const bool framed = (value & OneWire::kFramed) != 0;
     const std::int32_t index = value & ~OneWire::kFramed;
-    const bool memory = mode == OneWire::kReset || mode == OneWire::kReadEightBits;
-    const bool known = memory || (mode == OneWire::kReadPlainByte && !framed)
-        || mode == OneWire::kReadTwoBytes || (mode == OneWire::kReadFrame && framed);
     const int count = mode == OneWire::kReadTwoBytes ? 2 : 1;
-    if (!Failed(err)
-        && (!known || extra != OneWire::kBits
-            || (!memory && (index < 0 || index + count > GaugeRegisterFile::kRegisters))))
-        err = ErrorCode::IncorrectParam;
+    const bool memory = mode == OneWire::kReset || mode == OneWire::kReadEightBits;
+    const bool registers = mode == OneWire::kReadTwoBytes || (mode == OneWire::kReadPlainByte && !framed)
+        || (mode == OneWire::kReadFrame && framed);
+    const bool inside = index >= 0 && index + count <= GaugeRegisterFile::kRegisters;
+    ErrorCode err = Ready((memory || (registers && inside)) && extra == OneWire::kBits);
     if (!Failed(err))
-        err = Code(m_faults.Begin({.Command = Low(index), .Read = count, .SingleWire = true}));
-    if (!Failed(err)) {
-        std::int32_t came = 0;
-        int bits = 8 * count;
-        if (mode == OneWire::kReset) {
-            came = m_bus.OneWireReset() ? 1 : 0;
-            bits = 1;
-        } else if (memory) {
-            came = m_bus.OneWireRead();
-        } else {
-            bits = (framed ? 10 : 8) * count;
-            for (int i = 0; i < count; ++i) {
-                const std::uint8_t byte = m_bus.SingleWireRead(Low(index + i));
-                came |= (framed ? FrameOf(byte) : byte) << (bits / count * i);
-            }
+        err = BusHost::Code(m_faults.Begin({.Command = Low(index), .Read = count, .SingleWire = true}));
+    if (Failed(err))
+        return Done(err);
+    std::int32_t came = 0;
+    int bits = 8;
+    if (mode == OneWire::kReset) {
+        came = m_bus.OneWireReset() ? 1 : 0;
+        bits = 1;
+    } else if (memory) {
+        came = m_bus.OneWireRead();
+    } else {
+        const int each = framed ? 10 : 8;
+        bits = each * count;
+        for (int i = 0; i < count; ++i) {
+            const std::uint8_t byte = m_bus.SingleWireRead(Low(index + i));
+            came |= (framed ? FrameOf(byte) : byte) << each * i;
         }
-        err = Code(m_faults.Disturb(came, bits));
-        if (!Failed(err))
-            value = came;
     }
-    return Done(err, count);
+    err = BusHost::Code(m_faults.Disturb(came, bits));
+    if (!Failed(err))
+        value = came;
+    return Done(err);
 }
 
 ErrorCode SimulatedAdapter::AdpWriteOneWire(std::int16_t mode, std::int32_t value, std::int16_t extra)
 {
-    ErrorCode err = Ready();
     const std::int32_t payload = mode == OneWire::kWriteRegister ? value & ~OneWire::kFramed : value;
     const bool known = (mode == OneWire::kWriteEightBits && IsByte(payload))
         || (mode == OneWire::kWriteRegister && payload >= 0 && payload < GaugeRegisterFile::kRegisters * 256);
-    if (!Failed(err) && (!known || extra != OneWire::kBits))
-        err = ErrorCode::IncorrectParam;
+    ErrorCode err = Ready(known && extra == OneWire::kBits);
     if (!Failed(err))
-        err = Code(m_faults.Begin({.Command = High(payload), .Written = 1, .SingleWire = true}));
+        err = BusHost::Code(m_faults.Begin({.Command = High(payload), .Written = 1, .SingleWire = true}));
     std::int32_t sent = Low(payload);
     if (!Failed(err))
-        err = Code(m_faults.Disturb(sent, 8));
-    if (!Failed(err)) {
-        if (mode == OneWire::kWriteEightBits)
-            m_bus.OneWireWrite(Low(sent));
-        else
-            m_bus.SingleWireWrite(High(payload), Low(sent));
-    }
-    return Done(err, 1);
+        err = BusHost::Code(m_faults.Disturb(sent, 8));
+    if (!Failed(err) && mode == OneWire::kWriteEightBits)
+        m_bus.OneWireWrite(Low(sent));
+    else if (!Failed(err))
+        m_bus.SingleWireWrite(High(payload), Low(sent));
+    return Done(err);
 }
 
-// ---- lines
-// -----------------------------------------------------------------------------------------------------
+// ---- lines ----
 
 ErrorCode SimulatedAdapter::AdpGPIOWrite(std::int16_t& first, std::int16_t& second)
 {
-    ErrorCode err = Ready();
-    if (!Failed(err) && (first < kChargerLine || first > kLoadLine || second < 0 || second > 1))
-        err = ErrorCode::IncorrectParam;
+    const ErrorCode err = Ready(first >= kChargerLine && first <= kLoadLine && second >= 0 && second <= 1);
     if (!Failed(err)) {
         m_lines[static_cast<std::size_t>(first)] = second;
         m_bench.SetCharger(m_lines[kChargerLine] == 1);
@@ -516,16 +296,13 @@ ErrorCode SimulatedAdapter::AdpGPIOWrite(std::int16_t& first, std::int16_t& seco
 
 ErrorCode SimulatedAdapter::AdpGPIORead(std::int16_t& line, std::int16_t& level)
 {
-    ErrorCode err = Ready();
-    if (!Failed(err) && (line < kChargerLine || line > kLoadLine))
-        err = ErrorCode::IncorrectParam;
+    const ErrorCode err = Ready(line >= kChargerLine && line <= kLoadLine);
     if (!Failed(err))
         level = m_lines[static_cast<std::size_t>(line)];
     return Done(err);
 }
 
-// ---- device
-// ----------------------------------------------------------------------------------------------------
+// ---- device ----
 
 std::int16_t SimulatedAdapter::AdpOpenDevice(QString& name)
 {
@@ -594,8 +371,7 @@ AdapterFacts SimulatedAdapter::Facts() const
     return facts;
 }
 
-// ---- flash: this adapter has none
-// ------------------------------------------------------------------------------
+// ---- flash: this adapter has none ----
 
 std::int32_t SimulatedAdapter::AdpProgramFromSrecWithCfg(QString&, QString&, QString&)
 {

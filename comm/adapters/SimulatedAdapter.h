@@ -2,6 +2,7 @@
 
 #include "comm/adapters/Pc61vRW.h"
 #include "platform/TimeSource.h"
+#include "simulator/BusHost.h"
 #include "simulator/Eeprom.h"
 #include "simulator/FaultyBus.h"
 #include "simulator/GaugeRegisterFile.h"
@@ -71,18 +72,14 @@ public:
     [[nodiscard]] const FaultyBus& Faults() const { return m_faults; }
 
 private:
-    class Transfer;
-    enum class PecState : std::uint8_t { Undecided, On, Off };
-
-    ErrorCode Ready(); ///< open and plugged in; the pack's time catches up
-    ErrorCode Done(ErrorCode code, int busBytes = 0); ///< lets events run
-    ErrorCode Posted(ErrorCode code, int busBytes); ///< of a write: a missing acknowledge waits for the poll
-    ErrorCode DecidePec(std::uint8_t addr, bool& pec);
-    ErrorCode ReadWordOnce(std::uint8_t addr, std::uint8_t cmd, bool pec, std::uint16_t& word, bool& checked);
+    /// Open, plugged in and asked for something that can be; the pack's time then catches up.
+    ErrorCode Ready(bool understood = true);
+    ErrorCode Done(ErrorCode code); ///< lets events run
+    ErrorCode Posted(ErrorCode code); ///< of a write: a missing acknowledge waits for the poll
     ErrorCode WriteSMBus(std::int16_t cmd, std::int16_t addr, std::span<const std::uint8_t> payload);
     ErrorCode WriteI2C(std::int16_t addr, std::int16_t reg, const Bytes& data, std::int16_t length);
-    ErrorCode ReadI2C(std::int16_t addr, const Bytes& written, Bytes& data, std::int16_t& length);
-    [[nodiscard]] static ErrorCode Code(Wire wire);
+    ErrorCode ReadI2C(std::int16_t addr, std::span<const std::uint8_t> written, Bytes& data,
+                      std::int16_t length);
 
     TimeSource& m_time;
     const SimulatorSettings m_settings;
@@ -94,11 +91,12 @@ private:
     OneWireChip m_chip;
     SimulatedBus m_bus;
     FaultyBus m_faults;
+    BusHost m_host;
 
     bool m_open = false;
     double m_openedMicroseconds = 0;
     QString m_problem;
     ErrorCode m_posted = ErrorCode::Ok; ///< of the last write, until it is polled
-    std::array<PecState, 128> m_pec{}; ///< by 7-bit address; decided once, then kept
+    std::int64_t m_bytesSeen = 0; ///< of the bus, up to the last operation
     std::array<std::int16_t, 2> m_lines{};
 };

@@ -125,6 +125,19 @@ TEST(Faults, NoSingleFaultSwitchesThePacketErrorCheckOff)
         }
 }
 
+// Nobody drives the line when the read bit of the second address is lost: FF FF FF, which passes the check of
+// command 1.
+TEST(Faults, ASilentLineIsNoAnswer)
+{
+    for (std::uint64_t seed = 0; seed < 500; ++seed) {
+        SimulatorSettings settings = At(2, Fault::BitFlip);
+        settings.Seed = seed;
+        AdapterOnClock gauge(settings);
+        const int alarm = gauge.Word(0x01);
+        EXPECT_TRUE(alarm == 440 || alarm == -1) << seed << " " << alarm;
+    }
+}
+
 // The figure that a user relies on: a value on the screen is what the gauge holds, or it is not there.
 TEST(Faults, NoWrongValueInTenThousandPassesUnderFaultsThatTheCheckSees)
 {
