@@ -63,6 +63,7 @@ TEST_F(GaugeOnBench, StatusAgreesWithItsThresholdsAtEverySample)
     int seen = 0;
     int quiet = ~0;
     double discharged = 0;
+    int lowSeconds = 0;
     const auto check = [&] {
         const int status = Word(0x16);
         const int amps = Signed(0x0A);
@@ -87,9 +88,9 @@ TEST_F(GaugeOnBench, StatusAgreesWithItsThresholdsAtEverySample)
         }
         ASSERT_EQ(Word(0x15) == 0, Word(0x14) == 0);
         ASSERT_TRUE(!full || Word(0x14) == 0);
-        if (lowest > 3010 && discharging && !wasEmpty) {
-            ASSERT_EQ(status & 0x0800, 0);
-        }
+        lowSeconds = discharging && lowest <= GaugeModel::kEmptyCellMv ? lowSeconds + 1 : 0;
+        ASSERT_TRUE(lowSeconds < 3 || Word(0x0F) == 0);
+        ASSERT_TRUE(wasEmpty || !(status & 0x10) || lowSeconds >= 3);
         ASSERT_LE(std::abs(Word(0x09) - (Word(0x3C) + Word(0x3D) + Word(0x3E) + Word(0x3F))), 4);
         ASSERT_LE(Word(0x0F), Word(0x10));
         discharged += std::max(0, -amps) / 3600.0;
