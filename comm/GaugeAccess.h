@@ -11,7 +11,7 @@
 /// purpose: who takes it twice waits for itself until the time is up.
 class GaugeAccess {
 public:
-    GaugeAccess(TimeSource& time, UserMessages& messages) : m_time(time), m_messages(messages) {}
+    GaugeAccess(TimeSource& time, UserMessages& messages) : m_time(time), m_messages(messages) { }
 
     /// Tries every 200 ms.
     /// @param timeoutMs  what is left of it is handed back
@@ -32,7 +32,10 @@ private:
 
 inline constexpr std::int16_t kBusTimeoutMs = 10000;
 
-/// Holds the bus for a scope: acquires in its constructor and releases in its destructor, only if it acquired.
+/// Holds the bus for a scope: acquires in its constructor and releases in its destructor, only if it
+/// acquired. A scope further down the stack cannot go on while this one waits for it, so it is not waited
+/// for: this one is then refused at once and without a message. Other holders, who return to the event loop
+/// between their calls, are waited for.
 class ExclusiveAccess {
 public:
     ExclusiveAccess(GaugeAccess& access, const QString& owner, std::int16_t timeoutMs = kBusTimeoutMs);
@@ -41,7 +44,11 @@ public:
     ExclusiveAccess& operator=(const ExclusiveAccess&) = delete;
     explicit operator bool() const { return m_acquired; }
 
+    /// A scope further down the stack holds the bus.
+    [[nodiscard]] static bool HeldBelow() { return s_scopes > 0; }
+
 private:
+    static int s_scopes; // the user-interface thread's alone
     GaugeAccess& m_access;
     bool m_acquired;
 };

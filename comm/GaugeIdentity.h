@@ -15,10 +15,14 @@ struct IdentityRequest {
     std::int16_t TypeWord = 1;
     std::int16_t VersionWord = 2;
     bool Allowed = true; ///< false: the target's file says Identity=0, nothing is ever sent
+    QString Problem; ///< empty, or which number of which file is out of range; its default counts
 };
+/// From the program settings; the chosen target's file may forbid it, and its MA, when not 0, is the command.
 [[nodiscard]] IdentityRequest ReadIdentityRequest(ProfileStore& profiles, const StartupState& state);
 
 /// Reads "Device:800, Ver:1.02". Nothing is written to a device that does not answer a read of
 /// SpecificationInfo (0x1A) first.
 /// @param identity  untouched on failure
-ErrorCode ReadGaugeIdentity(frmUSB& usb, const IdentityRequest& request, std::int16_t addr, QString& identity);
+/// @return IncorrectParam when the request is not allowed, otherwise the first failure of the adapter
+ErrorCode ReadGaugeIdentity(frmUSB& usb, const IdentityRequest& request, std::int16_t addr,
+                            QString& identity);

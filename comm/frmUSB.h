@@ -7,6 +7,7 @@
 #include "platform/UserMessages.h"
 
 #include <QString>
+#include <QStringView>
 
 #include <cstdint>
 #include <span>
@@ -51,8 +52,10 @@ public:
     void WriteSMBusCommand(std::uint8_t cmd, std::int16_t addr, ErrorCode& err);
 
     // I2C
+    // Lengths of I2C reads, in: how many bytes to read; out: how many came.
     void ReadI2CBlockOnSMB_(std::uint8_t cmd, Bytes& data, std::int16_t& length, std::int16_t addr,
                             ErrorCode& err);
+    /// Reads 32 bytes, the most that a block holds, as two upper-case hexadecimal digits a byte.
     void ReadI2CBlockOnSMB(std::uint8_t cmd, QString& text, std::int16_t addr, ErrorCode& err);
     void WriteReadI2CBlockOnSMB(std::uint8_t cmd, const Bytes& write, std::int16_t writeCount, Bytes& read,
                                 std::int16_t& readCount, std::int16_t addr, ErrorCode& err);
@@ -60,13 +63,15 @@ public:
                             ErrorCode& err);
     void ReadI2CBlockNoCmdOnSMB(Bytes& data, std::int16_t& length, std::int16_t addr, ErrorCode& err);
     void I2CReadBlock(std::int16_t addr, std::int16_t reg, Bytes& data, std::int16_t& length, ErrorCode& err);
-    void I2CReadBlock_(std::int16_t addr, std::int16_t reg, Bytes& data, std::int16_t& length, ErrorCode& err);
+    void I2CReadBlock_(std::int16_t addr, std::int16_t reg, Bytes& data, std::int16_t& length,
+                       ErrorCode& err);
     void I2CWriteBlock(std::int16_t addr, std::int16_t reg, const Bytes& data, std::int16_t length,
                        ErrorCode& err);
     void I2CPower(std::int16_t on, ErrorCode& err);
     void I2CWriteByte(std::int16_t addr, std::int16_t reg, std::uint8_t value, ErrorCode& err);
     void I2CReadByte(std::int16_t addr, std::int16_t reg, std::uint8_t& value, ErrorCode& err);
     void I2CWireControl(std::int16_t state, ErrorCode& err);
+    // The EEPROM forms do what their I2C forms do and log the one line of a failure under their own name.
     void EEPower(std::int16_t on, ErrorCode& err);
     void EEWriteByte(std::int16_t address, std::uint8_t value, ErrorCode& err);
     void EEWrite(std::int16_t busAddress, std::int16_t address, std::uint8_t value, ErrorCode& err);
@@ -94,6 +99,16 @@ public:
     [[nodiscard]] AdapterFacts Facts() const { return m_driver.Facts(); }
 
 private:
+    /// Logs a failure under its text and hands the code back. "%1"... of the form stand for the values:
+    /// numbers as upper-case hexadecimal bit patterns without leading zeros, texts as they are.
+    template <typename... Values>
+    ErrorCode Logged(ErrorCode code, QStringView form, const Values&... values);
+    /// A write that was accepted may still not be acknowledged; the poll's code is then the write's.
+    ErrorCode Polled(ErrorCode code);
+    ErrorCode Power(std::int16_t on);
+    ErrorCode WriteByte(std::int16_t addr, std::int16_t reg, std::uint8_t value);
+    ErrorCode ReadByte(std::int16_t addr, std::int16_t reg, std::uint8_t& value);
+
     Pc61vRW& m_driver;
     TimeSource& m_time;
     UserMessages& m_messages;

@@ -12,8 +12,8 @@ struct Evaluated {
 };
 
 /// Evaluates + - * / ( ) ^ \ mod, and, or, not, &H literals, decimal numbers with "." and exponents, and the
-/// functions abs int sgn sqr log sin cos tan atn round (names ignore case). BASIC's rules: ^ binds strongest and
-/// to the left (2^3^2 is 64), then a sign (-5^2 is -25; any number of signs may stand in a row), then * and /,
-/// then \ (on integers), then mod, then + and -, then not, and, or on integers. The locale plays no part; nesting
-/// deeper than 200 and a result that is not finite are errors.
+/// functions abs int sgn sqr log sin cos tan atn round (names ignore case). BASIC's rules: ^ binds strongest
+/// and to the left (2^3^2 is 64), then a sign (-5^2 is -25; any number of signs may stand in a row), then *
+/// and /, then \ (on integers), then mod, then + and -, then not, and, or on integers. The locale plays no
+/// part; nesting deeper than 200 and a result that is not finite are errors.
 [[nodiscard]] Evaluated Evaluate(QStringView text);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 /// One settings file in profile form: "[section]" headers and "key=value" lines, read once from bytes.
 /// Names ignore case and the first match wins; blanks around names and values are trimmed, one pair of quotes
@@ -19,40 +20,79 @@ public:
     explicit ProfileFile(const QByteArray& bytes);
 
     [[nodiscard]] QString String(QStringView section, QStringView key, const QString& fallback = {}) const;
-    /// Decimal with sign, leading digits count; "0x" in front is hexadecimal; no digits or empty: the fallback.
-    /// A value past 32 bits is held at its end.
+    /// Decimal with sign, leading digits count, none give 0; "0x" in front is hexadecimal; an absent or empty
+    /// value is the fallback. A number past 32 bits is held at its end.
     [[nodiscard]] std::int32_t Integer(QStringView section, QStringView key, std::int32_t fallback = 0) const;
     [[nodiscard]] bool HasKey(QStringView section, QStringView key) const;
     /// "key=value" lines of the first section of that name as they stand, trimmed, comments left out.
     [[nodiscard]] QStringList SectionLines(QStringView section) const;
     [[nodiscard]] QStringList SectionNames() const;
 
+    /// Whether a line can hold these: no line end anywhere, no blanks around names, no "]" in a section, and
+    /// a key that is not taken for a comment, a header or a value.
+    [[nodiscard]] static bool CanHold(QStringView section, QStringView key, QStringView value);
+    /// Does nothing when CanHold says no.
     void Set(QStringView section, QStringView key, const QString& value);
+    /// Takes out every line of that key in the section, so that no later one comes to light.
     void Unset(QStringView section, QStringView key);
     void UnsetSection(QStringView section);
     [[nodiscard]] QByteArray ToBytes() const;
+    /// False when a character that was set does not exist in the file's encoding; ToBytes would lose it.
+    [[nodiscard]] bool FitsEncoding() const;
 
 private:
-    // the reader's own
+    enum class Encoding { Utf8, Utf8WithMark, Utf16WithMark, Windows1252 };
+    struct Line;
+    /// Place in the index, an open hash table over folded names.
+    struct Spot {
+        std::uint32_t hash;
+        std::uint32_t line; ///< where the line starts in the text
+        std::uint32_t owner; ///< 0 for a header, else 1 + start of the section's header
+    };
+
+    [[nodiscard]] Line LineAt(qsizetype start) const;
+    /// @return start of the line, or -1
+    [[nodiscard]] qsizetype FindHeader(QStringView section) const { return Find(0, section); }
+    [[nodiscard]] qsizetype FindKey(QStringView section, QStringView key) const;
+    [[nodiscard]] qsizetype Find(std::uint32_t owner, QStringView name) const;
+    [[nodiscard]] std::size_t SpotFor(std::uint32_t hash, std::uint32_t owner, QStringView name) const;
+    bool Add(qsizetype line, std::uint32_t owner, QStringView name);
+    void Index();
+    /// Puts a line behind the one given, with the line end in use there.
+    void InsertAfter(const Line& line, const QString& text);
+    [[nodiscard]] QString LineEnd() const;
+
+    Encoding m_encoding = Encoding::Utf8;
+    QString m_text; ///< the whole file without its mark
+    QByteArray m_tail; ///< half a character at the end of a cut UTF-16 file
+    std::vector<Spot> m_spots; ///< a power of two, at most half full
+    std::size_t m_used = 0;
 };
 
-/// All settings files of a run: each is parsed once, and again only when it changed on disk.
+/// All settings files of a run: each is parsed once, and again only when it changed on disk. Paths may be as
+/// written in a settings file: "\" and other letter case are mapped when the path itself is not there.
 class ProfileStore {
 public:
     ProfileStore();
     ~ProfileStore();
     /// A missing or unreadable file reads as an empty one. The reference stays good until the next call.
     [[nodiscard]] const ProfileFile& File(const QString& path);
+    /// Empty, or why a file that is there reads as an empty one, in plain words with its name.
+    [[nodiscard]] QString Problem(const QString& path);
     [[nodiscard]] QString String(const QString& path, QStringView section, QStringView key,
                                  const QString& fallback = {});
     [[nodiscard]] std::int32_t Integer(const QString& path, QStringView section, QStringView key,
                                        std::int32_t fallback = 0);
     /// Saved whole or not at all.
     /// @return empty, or what went wrong in plain words with the file's name
-    [[nodiscard]] QString Write(const QString& path, QStringView section, QStringView key, const QString& value);
-    [[nodiscard]] QString Remove(const QString& path, QStringView section, QStringView key); ///< empty key: section
+    [[nodiscard]] QString Write(const QString& path, QStringView section, QStringView key,
+                                const QString& value);
+    [[nodiscard]] QString Remove(const QString& path, QStringView section,
+                                 QStringView key); ///< empty key: section
 
 private:
     struct Entry;
+    Entry& Fresh(const QString& path);
+    [[nodiscard]] QString Save(Entry& entry, ProfileFile changed);
     std::unordered_map<QString, std::unique_ptr<Entry>> m_files;
 };

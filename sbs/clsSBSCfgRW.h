@@ -11,7 +11,7 @@
 struct SBSInfoRec {
     QString Desc;
     QString LogDesc;
-    std::int16_t ReadStyle = 0; ///< 0..14, sbs/RegisterReader.h
+    std::int16_t ReadStyle = 0; ///< 0..14, sbs/ReadStyle.h
     std::int16_t ReadCommand = 0;
     QString ReadFactor;
     QString WriteFactor;
@@ -43,20 +43,22 @@ struct TextGrid {
     std::vector<QStringList> cells;
 };
 
-/// Register, flag and flash-target tables: loads them, answers questions on single rows, moves them to an editing
-/// grid and back to a file. Row numbers count from 0.
+/// Register, flag and flash-target tables: loads them, answers questions on single rows, moves them to an
+/// editing grid and back to a file. Row numbers count from 0.
 class clsSBSCfgRW {
 public:
-    /// @return 0. A missing or unreadable file leaves error non-empty and the loaded table as it was; a cut last
-    /// record is dropped silently.
+    clsSBSCfgRW(); ///< empty tables with room for 21 rows each
+
+    /// @return 0. A missing or unreadable file leaves error non-empty and the loaded table as it was; a cut
+    /// last record is dropped silently.
     int LoadSBSInfo(const QString& fileName, QString* error = nullptr);
     int LoadFlagsInfo(const QString& fileName, QString* error = nullptr);
     void UnloadFlagsInfo();
     [[nodiscard]] std::int16_t GetNumSBSRows() const { return m_numSBSRows; }
     [[nodiscard]] std::int16_t GetNumFlags() const { return m_numFlags; }
 
-    // A row number beyond the capacity gives an empty text or -1; one between count and capacity gives the empty
-    // fields of an unused slot. Callers loop from 0 to count - 1.
+    // A row number beyond the capacity gives an empty text or -1; one between count and capacity gives the
+    // empty fields of an unused slot. Callers loop from 0 to count - 1.
     [[nodiscard]] QString GetSBSDesc(std::int16_t row) const;
     [[nodiscard]] QString GetSBSLogDesc(std::int16_t row) const;
     [[nodiscard]] std::int16_t GetSBSReadStyle(std::int16_t row) const;

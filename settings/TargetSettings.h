@@ -14,7 +14,8 @@ struct TargetSettings {
     std::int32_t CB_I_SETTLE = 1000; ///< ms; read and kept, nothing uses it
     std::int32_t LOAD_VI_SETTLE = 200; ///< ms after the calibration mode command
     std::int32_t USB_RESP_TIME = 1; ///< ms; read and kept, nothing uses it
-    std::int16_t VxMAC = 0; ///< manufacturer-access value; its low byte is the control register of subcommand reads
+    std::int16_t VxMAC
+        = 0; ///< manufacturer-access value; its low byte is the control register of subcommand reads
     std::int16_t TgtAddr = 0; ///< device address of subcommand reads; 0: the gauge's own
     std::int32_t GG_FWEXEC = 0;
     std::int32_t CalWr = 0;
@@ -53,7 +54,7 @@ struct TargetSettings {
 /// @return false when the key has no "."
 bool SplitTargetSections(const QString& deviceKey, QString& familySection, QString& versionSection);
 
-/// "P" and the number in four digits with leading zeros; a longer or negative number is used whole.
+/// "P" and the number, filled up with zeros on the left to four characters; a longer number is used whole.
 [[nodiscard]] QString PlatformSection(std::int32_t platform);
 
 /// Device key from an identity text: "Device:800, Ver:1.02" gives "800.1.02".
