@@ -10,8 +10,9 @@ struct Program::Session {
     Session(Program& program, std::unique_ptr<Pc61vRW> newDriver)
         : driver(std::move(newDriver)),
           usb(*driver, program.m_time, program.m_messages, program.m_state.ProgramFolder),
-          link(usb, program.m_access, program.m_profiles, program.m_messages, program.m_state, program.m_target),
-          context{program.m_profiles, program.m_state, program.m_target,   usb, program.m_access, link,
+          link(usb, program.m_access, program.m_profiles, program.m_messages, program.m_state,
+               program.m_target),
+          context{program.m_profiles, program.m_state,    program.m_target, usb, program.m_access, link,
                   program.m_time,     program.m_messages, program.m_errors}
     {
     }
@@ -38,7 +39,8 @@ void Program::ParseCommandLine(const QString& commandLine)
 
 Skin Program::LoadConfiguration()
 {
-    const Skin skin = SkinFile().isEmpty() ? DefaultSkin() : LoadSkinColours(m_profiles, SkinFile(), SkinName());
+    const Skin skin
+        = SkinFile().isEmpty() ? DefaultSkin() : LoadSkinColours(m_profiles, SkinFile(), SkinName());
     ReadTargetAddress(m_state.ProgramSettingsFile);
     return skin;
 }
@@ -146,12 +148,6 @@ void Program::CloseAdapter()
     m_session.reset();
 }
 
-GaugeContext* Program::Context()
-{
-    return m_open ? &m_session->context : nullptr;
-}
+GaugeContext* Program::Context() { return m_open ? &m_session->context : nullptr; }
 
-frmUSB* Program::Usb()
-{
-    return m_session ? &m_session->usb : nullptr;
-}
+frmUSB* Program::Usb() { return m_session ? &m_session->usb : nullptr; }

@@ -51,10 +51,7 @@ RegisterGrid::RegisterGrid(RegisterModel& model, QWidget* parent)
     header->setSectionResizeMode(kDescColumn, QHeaderView::Stretch);
 }
 
-void RegisterGrid::Filter(const QString& text)
-{
-    m_filter->setFilterFixedString(text);
-}
+void RegisterGrid::Filter(const QString& text) { m_filter->setFilterFixedString(text); }
 
 void RegisterGrid::ShowStatistics(bool min, bool max, bool age)
 {
@@ -87,7 +84,8 @@ void RegisterGrid::Toggle(int column)
         return;
     const bool on = selected.first().siblingAtColumn(column).data(Qt::CheckStateRole).toInt() == Qt::Checked;
     for (const QModelIndex& index : selected)
-        m_filter->setData(index.siblingAtColumn(column), on ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+        m_filter->setData(index.siblingAtColumn(column), on ? Qt::Unchecked : Qt::Checked,
+                          Qt::CheckStateRole);
 }
 
 void RegisterGrid::keyPressEvent(QKeyEvent* event)

@@ -1,6 +1,8 @@
 #include "sbs/frmSBS.h"
 
 #include "look/Controls.h"
+#include "look/Icons.h"
+#include "look/Theme.h"
 #include "sbs/AutoCyclePane.h"
 #include "sbs/EventsPane.h"
 #include "sbs/FlagView.h"
@@ -29,10 +31,10 @@ frmSBS::frmSBS(GaugeContext& context)
     : m_context(context), m_settings(context.profiles, context.state),
       m_registers(context.usb, context.state, context.target),
       m_scan(m_registers, context.access, context.time, context.messages, context.errors, m_tables),
-      m_log(context.time, context.messages, [] { return !ExclusiveAccess::HeldBelow(); }), m_events(context.time),
-      m_lines(context.usb, context.access), m_cycle(m_lines, context.time, context.messages),
-      tmrScan(Named(new QTimer(this), "tmrScan")), tmrLog(Named(new QTimer(this), "tmrLog")),
-      m_watch(new QTimer(this))
+      m_log(context.time, context.messages, [] { return !ExclusiveAccess::HeldBelow(); }),
+      m_events(context.time), m_lines(context.usb, context.access),
+      m_cycle(m_lines, context.time, context.messages), tmrScan(Named(new QTimer(this), "tmrScan")),
+      tmrLog(Named(new QTimer(this), "tmrLog")), m_watch(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmSBS"));
     LoadInitSBSGrid();
@@ -127,7 +129,8 @@ CycleValues frmSBS::ValuesForCycle(bool answered) const
         return raw ? CycleReading::Of(*raw) : CycleReading::Failed();
     };
     const AutoCycleSettings& settings = m_cycle.Settings();
-    return {reading(settings.RemCapRow), reading(settings.BattVoltRow), reading(settings.BattStatRow), answered};
+    return {reading(settings.RemCapRow), reading(settings.BattVoltRow), reading(settings.BattStatRow),
+            answered};
 }
 
 void frmSBS::ReadStatic()
@@ -203,7 +206,9 @@ void frmSBS::WriteSBSValueFromGrid(int row, const QString& typed)
         const ErrorCode code = m_scan.ReadBack(row, back);
         if (Failed(code))
             outcome = tr("%1: %2 was sent; it could not be read back: %3")
-                          .arg(name).arg(report.Raw).arg(ErrorCodeToText(code));
+                          .arg(name)
+                          .arg(report.Raw)
+                          .arg(ErrorCodeToText(code));
         else if ((back & 0xFFFF) != (report.Raw & 0xFFFF))
             outcome = tr("%1: %2 was sent, the gauge now holds %3").arg(name).arg(report.Raw).arg(back);
         else
@@ -234,7 +239,10 @@ void frmSBS::ShowFooter(const QString& text, bool refused)
         shown = m_scan.RowCount() == 0
             ? tr("The register table is empty. Choose another target, or edit the table.")
             : tr("%1 rows \u00b7 %2 scanned \u00b7 %3 answered, %4 failed \u00b7 last pass %5 ms")
-                  .arg(m_scan.RowCount()).arg(scanned).arg(m_lastReport.Answered).arg(m_lastReport.Failed)
+                  .arg(m_scan.RowCount())
+                  .arg(scanned)
+                  .arg(m_lastReport.Answered)
+                  .arg(m_lastReport.Failed)
                   .arg(m_lastPassMs);
     }
     QPalette palette = this->palette();
@@ -247,10 +255,9 @@ void frmSBS::ShowFooter(const QString& text, bool refused)
 void frmSBS::AskRefreshInterval()
 {
     bool ok = false;
-    const QString answer
-        = QInputDialog::getText(this, QStringLiteral("Tarnlo - Refresh Interval"),
-                                QStringLiteral("Refresh Interval in milliseconds"), QLineEdit::Normal,
-                                QString::number(m_scan.Form().Interval.Refresh), &ok);
+    const QString answer = QInputDialog::getText(
+        this, QStringLiteral("Tarnlo - Refresh Interval"), QStringLiteral("Refresh Interval in milliseconds"),
+        QLineEdit::Normal, QString::number(m_scan.Form().Interval.Refresh), &ok);
     const IntervalChange change = SetRefreshInterval(m_scan.Form().Interval, ok ? answer : QString());
     m_scan.Form().Interval = change.intervals;
     ApplyIntervals();
@@ -261,11 +268,11 @@ void frmSBS::AskRefreshInterval()
 void frmSBS::AskLoggingInterval()
 {
     bool ok = false;
-    const QString answer
-        = QInputDialog::getText(this, QStringLiteral("Tarnlo - Logging Interval"),
-                                QStringLiteral("Logging Interval in milliseconds.\n(Specify Minimum interval - "
-                                               "Actual interval may be greater)"),
-                                QLineEdit::Normal, QString::number(m_scan.Form().Interval.Logging), &ok);
+    const QString answer = QInputDialog::getText(
+        this, QStringLiteral("Tarnlo - Logging Interval"),
+        QStringLiteral("Logging Interval in milliseconds.\n(Specify Minimum interval - "
+                       "Actual interval may be greater)"),
+        QLineEdit::Normal, QString::number(m_scan.Form().Interval.Logging), &ok);
     const IntervalChange change = SetLoggingInterval(m_scan.Form().Interval, ok ? answer : QString());
     m_scan.Form().Interval = change.intervals;
     ApplyIntervals();
@@ -286,7 +293,8 @@ LogHead frmSBS::HeadOfLog() const
 {
     LogHead head;
     // "Device:800, Ver:1.02"; a target whose identity is never asked is named by its file alone
-    const QStringList parts = GetDeviceKey(m_context.link.Identity()).split(QLatin1Char('.'), Qt::SkipEmptyParts);
+    const QStringList parts
+        = GetDeviceKey(m_context.link.Identity()).split(QLatin1Char('.'), Qt::SkipEmptyParts);
     head.DeviceName = m_context.profiles.String(m_context.state.TargetConfigPath, u"Device", u"Name");
     head.GaugeName = parts.isEmpty() ? head.DeviceName : parts.first();
     head.VersionParts = parts.mid(1);
@@ -343,7 +351,8 @@ void frmSBS::ShowLogState()
     QString text;
     if (logging)
         text = tr("sample %1 \u00b7 every %2 ms \u00b7 %3")
-                   .arg(m_log.Sample() - 1).arg(m_scan.Form().Interval.Logging)
+                   .arg(m_log.Sample() - 1)
+                   .arg(m_scan.Form().Interval.Logging)
                    .arg(QFileInfo(m_log.FileName()).fileName());
     lblLog->setText(m_log.LastProblem().isEmpty() ? text : m_log.LastProblem());
     lblLog->setToolTip(logging ? m_log.FileName() : QString());
@@ -398,17 +407,15 @@ void frmSBS::Resume()
         tmrLog->start();
 }
 
-void frmSBS::Abandon()
-{
-    m_scan.RequestStop();
-}
+void frmSBS::Abandon() { m_scan.RequestStop(); }
 
 bool frmSBS::MayClose()
 {
     if (!m_cycle.Facts().Running)
         return true;
-    return m_context.messages.Ask(tr("The auto-cycle is running. Closing stops it and switches both lines off. Close?"),
-                                  Answer::Yes | Answer::No)
+    return m_context.messages.Ask(
+               tr("The auto-cycle is running. Closing stops it and switches both lines off. Close?"),
+               Answer::Yes | Answer::No)
         == Answer::Yes;
 }
 
