@@ -289,7 +289,7 @@ void PlotCanvas::DrawNoise(QCPPainter* painter, const QPolygonF& points)
             lines << QLineF(from, to);
             continue;
         }
-        const auto [top, bottom] = std::minmax(from.y(), to.y());
+        const auto [top, bottom] = std::minmax({from.y(), to.y()});
         if (!lines.isEmpty() && lines.last().x1() == column && lines.last().x2() == column)
             lines.last().setLine(column, std::min(lines.last().y1(), top), column, std::max(lines.last().y2(), bottom));
         else
