@@ -41,9 +41,10 @@ QStringView Unquoted(QStringView value)
 /// Seeded anew in every run, so that no file can be made whose names all meet in one place of the index.
 std::uint32_t FoldedHash(std::uint32_t owner, QStringView name)
 {
-    QVarLengthArray<char16_t, 128> folded(name.size());
-    std::transform(name.begin(), name.end(), folded.begin(),
-                   [](QChar c) { return c.toCaseFolded().unicode(); });
+    QVarLengthArray<char16_t, 128> folded;
+    folded.reserve(name.size());
+    for (const QChar c : name)
+        folded.append(c.toCaseFolded().unicode());
     const std::size_t hash
         = qHashBits(folded.constData(), static_cast<std::size_t>(folded.size()) * sizeof(char16_t),
                     static_cast<std::size_t>(QHashSeed::globalSeed()) ^ owner);

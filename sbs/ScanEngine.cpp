@@ -71,7 +71,7 @@ void ScanEngine::SetCheckLog(bool on) { m_form.Log.assign(m_rows.size(), on); }
 
 PassReport ScanEngine::ReadValues()
 {
-    if (m_running || m_holdsBus)
+    if (m_running || ExclusiveAccess::HeldBelow())
         return {.End = PassEnd::Dropped};
     const Raised running(m_running);
     m_stop = false;
@@ -108,7 +108,6 @@ PassReport ScanEngine::ReadValues_Config(std::vector<RowRead>& reads)
             }
             if (ended()) // while the bus was awaited
                 break;
-            const Raised holds(m_holdsBus);
             read.code = m_registers.Read(style, m_tables.GetSBSReadCommand(number), read.raw);
         } // given back before events run or a message shows: a timer may start its own sequence now
         if (read.code == ErrorCode::DriverFileMissing)
@@ -226,13 +225,11 @@ WriteReport ScanEngine::WriteSBSValueFromGrid(int row, const QString& typed)
     if (IsByteStyle(style) && (word.raw < -128 || word.raw > 255))
         return Refused(row, ErrorCode::IncorrectParam,
                        QStringLiteral("%1 does not fit one byte (-128 to 255)").arg(word.raw));
-    if (m_holdsBus)
-        return Refused(row, ErrorCode::BusBusy, QStringLiteral("another row is on the bus; try again"));
-
+    if (ExclusiveAccess::HeldBelow())
+        return Refused(row, ErrorCode::BusBusy, QStringLiteral("the bus is in use just now; try again"));
     const ExclusiveAccess access(m_access, kOwner);
     if (!access)
         return Refused(row, ErrorCode::BusBusy, kBusyText);
-    const Raised holds(m_holdsBus);
     const ErrorCode code = m_registers.Write(style, m_tables.GetSBSReadCommand(number), word.raw);
     return {.Raw = word.raw,
             .Sent = true,
@@ -242,12 +239,9 @@ WriteReport ScanEngine::WriteSBSValueFromGrid(int row, const QString& typed)
 
 ErrorCode ScanEngine::ReadBack(int row, RawValue& raw)
 {
-    if (m_holdsBus)
-        return ErrorCode::BusBusy;
     const ExclusiveAccess access(m_access, kOwner);
     if (!access)
         return ErrorCode::BusBusy;
-    const Raised holds(m_holdsBus);
     const auto number = static_cast<std::int16_t>(row);
     return m_registers.Read(static_cast<ReadStyle>(m_tables.GetSBSReadStyle(number)),
                             m_tables.GetSBSReadCommand(number), raw);

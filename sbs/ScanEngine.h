@@ -44,7 +44,7 @@ enum class PassEnd {
     Complete,
     Stopped, ///< on request, after the row in hand
     BusBusy, ///< the bus was not to be had; later rows keep their old values
-    Dropped, ///< one was running already, or a write of this engine held the bus: nothing was done
+    Dropped, ///< one was running already, or a sequence further down the stack held the bus: nothing was done
 };
 
 struct PassReport {
@@ -145,5 +145,4 @@ private:
     std::uint64_t m_generation = 0; ///< of the tables; a pass ends when it changed under it
     bool m_running = false;
     bool m_stop = false;
-    bool m_holdsBus = false; ///< a row of this engine is on the bus: who comes now must not wait for it
 };

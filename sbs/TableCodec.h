@@ -6,13 +6,11 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
-#include <QFileInfo>
 #include <QString>
 #include <QStringList>
 
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -68,32 +66,38 @@ private:
     QByteArrayView m_rest;
 };
 
-/// Reads a whole table; a cut last record is dropped.
+/// Takes a whole table; a cut last record is dropped.
 /// @param records  as long as its capacity: room for 21, and 10 more whenever the next one would not fit
-/// @return empty, or what went wrong in plain words; records and count are then untouched
+/// @return empty, or why it was refused; records and count are then untouched
+template <class Record>
+[[nodiscard]] QString Decode(QByteArrayView bytes, std::vector<Record>& records, std::int16_t& count)
+{
+    std::vector<Record> decoded(kFirstCapacity);
+    std::size_t n = 0;
+    for (Reader reader(bytes); !reader.AtEnd(); ++n) {
+        if (n == kMostRows)
+            return QStringLiteral("more than %1 records; is it a table of this kind?").arg(kMostRows);
+        if (n == decoded.size())
+            decoded.resize(n + kGrowth);
+        Record record;
+        if (!reader.Take(record))
+            break;
+        decoded[n] = std::move(record);
+    }
+    records = std::move(decoded);
+    count = static_cast<std::int16_t>(n);
+    return {};
+}
+
+/// @return empty, or what went wrong in plain words with the file's name
 template <class Record>
 [[nodiscard]] QString Load(const QString& fileName, std::vector<Record>& records, std::int16_t& count)
 {
     const FileBytes file = ReadWhole(fileName, kMostBytes);
     if (!file.error.isEmpty())
         return file.error;
-    std::vector<Record> loaded(kFirstCapacity);
-    std::size_t n = 0;
-    for (Reader reader(file.bytes); !reader.AtEnd(); ++n) {
-        if (n == kMostRows)
-            return QStringLiteral("%1 holds more than %2 records; is it a table of this kind?")
-                .arg(fileName)
-                .arg(kMostRows);
-        if (n == loaded.size())
-            loaded.resize(n + kGrowth);
-        Record record;
-        if (!reader.Take(record))
-            break;
-        loaded[n] = std::move(record);
-    }
-    records = std::move(loaded);
-    count = static_cast<std::int16_t>(n);
-    return {};
+    const QString problem = Decode(file.bytes, records, count);
+    return problem.isEmpty() ? QString() : QStringLiteral("%1: %2").arg(fileName, problem);
 }
 
 inline QString CellText(const QString& text, CellForm) { return text; }

@@ -225,18 +225,30 @@ std::int64_t ValueHistory::TimeMs(std::size_t pass) const
     return (*m_times[pass / kTimesPerBlock])[pass % kTimesPerBlock];
 }
 
-std::size_t ValueHistory::PassAt(std::int64_t timeMs) const { return PassAt(timeMs, 0); }
+std::size_t ValueHistory::PassAt(std::int64_t timeMs) const { return PassAt(timeMs, 0, m_passes / 2); }
 
-std::size_t ValueHistory::PassAt(std::int64_t timeMs, std::size_t notBefore) const
+std::size_t ValueHistory::PassAt(std::int64_t timeMs, std::size_t notBefore, std::size_t guess) const
 {
-    // Neighbouring columns lie close together, so the search widens from where the last one ended.
+    // Passes come at nearly even times, so the search widens from a good guess before it halves.
     std::size_t low = notBefore;
-    std::size_t high = notBefore;
-    for (std::size_t step = 1; high < m_passes && TimeMs(high) < timeMs; step *= 2) {
-        low = high + 1;
-        high += step;
+    std::size_t high = m_passes;
+    guess = std::min(guess, high);
+    if (guess < high && TimeMs(guess) < timeMs) {
+        for (std::size_t step = 1; guess < high && TimeMs(guess) < timeMs; step *= 2) {
+            low = guess + 1;
+            guess += step;
+        }
+        high = std::min(guess, high);
+    } else {
+        high = guess;
+        for (std::size_t step = 1; high - low > step; step *= 2) {
+            if (TimeMs(high - step) < timeMs) {
+                low = high - step + 1;
+                break;
+            }
+            high -= step;
+        }
     }
-    high = std::min(high, m_passes);
     while (low < high) {
         const std::size_t middle = low + (high - low) / 2;
         if (TimeMs(middle) < timeMs)
@@ -255,11 +267,13 @@ std::vector<HistoryColumn> ValueHistory::Columns(std::size_t row, std::int64_t f
     const double width
         = (static_cast<double>(toMs) - static_cast<double>(fromMs)) / static_cast<double>(columns);
     std::size_t begin = PassAt(fromMs);
+    std::size_t passes = 0; // of the column before
     for (std::size_t i = 0; i < columns && begin < m_passes; ++i) {
         const std::int64_t endMs = i + 1 == columns
             ? toMs
             : fromMs + static_cast<std::int64_t>(width * static_cast<double>(i + 1));
-        const std::size_t end = PassAt(endMs, begin);
+        const std::size_t end = PassAt(endMs, begin, begin + passes);
+        passes = end - begin;
         HistoryColumn& column = result[i];
         const std::size_t first = series.FirstValue(begin, end);
         if (first < end) {

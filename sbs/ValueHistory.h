@@ -18,6 +18,7 @@ struct HistoryColumn {
     std::int64_t LastMs = 0;
     bool HasValue = false;
     bool Gap = false; ///< passes fell into the column and none of them gave a value: a line breaks here
+    bool operator==(const HistoryColumn&) const = default;
 };
 
 /// One row's values in pass order; not a number marks a gap. Blocks of 16 and 256 values and 16-fold ones
@@ -86,7 +87,7 @@ public:
     [[nodiscard]] std::size_t MemoryBytes() const;
 
 private:
-    [[nodiscard]] std::size_t PassAt(std::int64_t timeMs, std::size_t notBefore) const;
+    [[nodiscard]] std::size_t PassAt(std::int64_t timeMs, std::size_t notBefore, std::size_t guess) const;
 
     static constexpr std::size_t kTimesPerBlock = 1024;
     using TimeBlock = std::array<std::int64_t, kTimesPerBlock>;

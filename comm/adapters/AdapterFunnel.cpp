@@ -31,7 +31,7 @@ Passed<Type> Out(Type& value)
 
 } // namespace
 
-void Answer(DriverCall& call, ErrorCode code)
+void AnswerWith(DriverCall& call, ErrorCode code)
 {
     const std::int16_t number
         = Failed(code) && call.Number == AdapterCall::OpenDevice ? std::int16_t{-1} : Number(code);

@@ -81,4 +81,4 @@ private:
 };
 
 /// Gives a call the result that says code. Opening knows one failure only, -1.
-void Answer(DriverCall& call, ErrorCode code);
+void AnswerWith(DriverCall& call, ErrorCode code);

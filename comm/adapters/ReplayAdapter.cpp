@@ -49,7 +49,7 @@ void ReplayAdapter::Perform(DriverCall& call)
 
 void ReplayAdapter::Differ(DriverCall& call, int line, const QString& why)
 {
-    Answer(call, ErrorCode::CompareDifferent);
+    AnswerWith(call, ErrorCode::CompareDifferent);
     if (m_difference.isEmpty())
         m_difference = QStringLiteral("%1, line %2: %3.").arg(m_file, QString::number(line), why);
     m_facts.Problem = m_difference;

@@ -12,7 +12,9 @@
 /// Time that stands still until somebody waits; onEvents runs at every turn of the event pump.
 class TestTime final : public TimeSource {
 public:
-    explicit TestTime(QDateTime start = QDateTime(QDate(2026, 1, 5), QTime(9, 0))) : m_start(std::move(start)) {}
+    explicit TestTime(QDateTime start = QDateTime(QDate(2026, 1, 5), QTime(9, 0))) : m_start(std::move(start))
+    {
+    }
     double SecondsOfDay() override;
     QDateTime Now() override { return m_start.addMSecs(m_ms); }
     std::int64_t MonotonicMs() override { return m_ms; }
@@ -28,7 +30,8 @@ private:
     bool m_inEvents = false;
 };
 
-/// Keeps what was said and answers questions from a list, with the answer that changes nothing when it is empty.
+/// Keeps what was said and answers questions from a list, with the answer that changes nothing when it is
+/// empty.
 class RecordedMessages final : public UserMessages {
 public:
     void Show(const QString& text) override { texts << text; }

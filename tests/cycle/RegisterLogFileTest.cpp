@@ -1,0 +1,237 @@
+#include "sbs/RegisterLogFile.h"
+#include "sbs/LogCompare.h"
+
+#include "tests/support/TestSupport.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+const QByteArray kHead = "GG Version: 1 for Simulated\r\n2026-01-05\r\n           \r\nMaker: A \r\n";
+
+RegisterLogData Parse(const QByteArray& bytes)
+{
+    return ParseRegisterLog({bytes.data(), static_cast<std::size_t>(bytes.size())});
+}
+
+/// Records of one register, sample numbers from 1, a second apart.
+RegisterLogData Column(const QStringList& values)
+{
+    QByteArray log = "Sample\tStamp\t~Elapsed(s)\tX\r\n";
+    for (qsizetype i = 0; i < values.size(); ++i)
+        log += QStringLiteral("%1\t09:00:00\t%2\t%3\r\n").arg(i + 1).arg(i).arg(values[i]).toUtf8();
+    return Parse(log);
+}
+
+/// Numbers as text, a gap as "-".
+QString Shown(const std::vector<double>& values)
+{
+    QStringList texts;
+    for (const double value : values)
+        texts << (std::isnan(value) ? QStringLiteral("-") : QString::number(value, 'g', 12));
+    return texts.join(u' ');
+}
+
+struct ValueCase {
+    const char* name;
+    QStringList written;
+    const char* read;
+    bool hexadecimal;
+    int problems;
+};
+class Values : public testing::TestWithParam<ValueCase> { };
+
+TEST_P(Values, AreReadByTheColumnTheyStandIn)
+{
+    const RegisterLogData data = Column(GetParam().written);
+    ASSERT_EQ(data.Series.size(), 1U);
+    EXPECT_EQ(Shown(data.Series[0].Values), QLatin1String(GetParam().read));
+    EXPECT_EQ(data.Series[0].Hexadecimal, GetParam().hexadecimal);
+    EXPECT_EQ(data.ProblemCount, GetParam().problems);
+    EXPECT_EQ(data.Series[0].Gaps,
+              QLatin1String(GetParam().read).count('-') - QLatin1String(GetParam().read).count("-1"));
+}
+
+QStringList L(const char* text) { return QString::fromLatin1(text).split(u','); }
+
+INSTANTIATE_TEST_SUITE_P(
+    Notations, Values,
+    testing::Values(ValueCase{"Decimal", L("3712,371.2,-1.5,0,0.05"), "3712 371.2 -1.5 0 0.05", false, 0},
+                    ValueCase{"FailedReadIsAGap", L("1,,3, "), "1 - 3 -", false, 0},
+                    ValueCase{"DigitsStayDecimal", L("10,20"), "10 20", false, 0},
+                    ValueCase{"LetterMakesHexadecimal", L("1234,00C0,5a6f"), "4660 192 23151", true, 0},
+                    ValueCase{"LeadingZeroMakesHexadecimal", L("10,0081,,20"), "16 129 - 32", true, 0},
+                    ValueCase{"SignUndoesHexadecimal", L("0081,00C0,-1"), "81 - -1", false, 0},
+                    ValueCase{"HexadecimalInADecimalColumn", L("1.5,C0,007"), "1.5 - 7", false, 1},
+                    ValueCase{"LongNumbers", L("123456789,12345678901234567890,1e+20"),
+                              "123456789 1.23456789012e+19 1e+20", false, 0},
+                    ValueCase{"TextsAreReported", L("12:30,inf,nan,3,-,1.2.3"), "- - - 3 - -", false, 5}),
+    [](const auto& info) { return info.param.name; });
+
+struct TimeCase {
+    const char* name;
+    const char* lines; ///< records without values, separated by |
+    const char* captions;
+    const char* seconds;
+};
+class TimeAxis : public testing::TestWithParam<TimeCase> { };
+
+TEST_P(TimeAxis, RisesThroughTheRun)
+{
+    QByteArray log = kHead + GetParam().captions + "\r\n";
+    for (const QByteArray& line : QByteArray(GetParam().lines).split('|'))
+        log += QByteArray(line).replace(' ', '\t') + "\r\n";
+    EXPECT_EQ(Shown(Parse(log).Seconds), QLatin1String(GetParam().seconds));
+}
+
+constexpr const char* kFull = "Sample\tStamp\t~Elapsed(s)";
+INSTANTIATE_TEST_SUITE_P(
+    Logs, TimeAxis,
+    testing::Values(
+        TimeCase{"TiesAreSpread", "1 09:00:00 0|2 09:00:00 0|3 09:00:01 1|4 09:00:01 1", kFull,
+                 "0 0.5 1 1.5"},
+        TimeCase{"LostRecordsKeepTheirPlace", "1 09:00:00 0|4 09:00:00 0|5 09:00:01 1", kFull, "0 0.75 1"},
+        TimeCase{"TiesWithoutOrderedSamples", "5 09:00:00 0|5 09:00:00 0|1 09:00:01 1", kFull, "0 0.5 1"},
+        TimeCase{"MidnightByElapsed", "1 23:59:59 0|2 00:00:04 5", kFull, "0 5"},
+        TimeCase{"MidnightByStamp", "1 23:59:59|2 00:00:04|3 23:59:58|4 00:00:01", "Sample\tStamp",
+                 "0 5 86399 86402"},
+        TimeCase{"SecondRunFollows", "1 09:00:00 0|2 09:00:05 5|1 10:00:00 0|2 10:00:05 5", kFull,
+                 "0 5 6 11"},
+        TimeCase{"UnusableTimeCountsToTheSecondBefore", "1 x 0|2 x 7|3 x abc|4 x 1e300|5 x 8", kFull,
+                 "0 7 7.33333333333 7.66666666667 8"},
+        TimeCase{"NoTimeAtAll", "1|2|3", "Sample\tX", "0 1 2"}),
+    [](const auto& info) { return info.param.name; });
+
+struct OddCase {
+    const char* name;
+    QByteArray bytes;
+    int records;
+    std::vector<std::int64_t> problemLines;
+};
+class OddLogs : public testing::TestWithParam<OddCase> { };
+
+TEST_P(OddLogs, OpenAsFarAsTheyAreWhole)
+{
+    const RegisterLogData data = Parse(GetParam().bytes);
+    EXPECT_EQ(static_cast<int>(data.Records()), GetParam().records);
+    for (const LogSeries& series : data.Series)
+        EXPECT_EQ(series.Values.size(), data.Records());
+    std::vector<std::int64_t> lines;
+    for (const LogProblem& problem : data.Problems)
+        lines.push_back(problem.Line);
+    EXPECT_EQ(lines, GetParam().problemLines);
+}
+
+const QByteArray kCaptions = "Sample\tStamp\t~Elapsed(s)\tA\tB\n";
+INSTANTIATE_TEST_SUITE_P(
+    Files, OddLogs,
+    testing::Values(
+        OddCase{"Empty", "", 0, {0}}, OddCase{"Binary", QByteArray("\0\xFF\t\r\n\x80", 6), 0, {1, 0}},
+        OddCase{"LineFeedsOnly", kCaptions + "1\t09:00:00\t0\t1\t2\n", 1, {}},
+        OddCase{"NoLineEnd", kCaptions + "1\t09:00:00\t0\t1\t2", 0, {2}},
+        OddCase{"ShortRecord", kCaptions + "1\t09:00:00\t0\t1\n", 1, {2}},
+        OddCase{"ForeignLines", kCaptions + "hello\n\n1\t09:00:00\t0\t1\t2\n", 1, {2}},
+        OddCase{"ErrorFlagAndMore",
+                kCaptions + "1\t09:00:00\t0\t1\t2\tPossible Error-See error log\n2\t09:00:01\t1\t1\t2\tx\n",
+                2,
+                {3}},
+        OddCase{"OtherCaptionsLater",
+                kCaptions + "1\t09:00:00\t0\t1\t2\nSample\tStamp\t~Elapsed(s)\tC\n1\t09:00:00\t0\t9\n",
+                1,
+                {3}},
+        OddCase{"LineTooLong",
+                kCaptions + "1\t09:00:00\t0\t" + QByteArray(2 << 20, '7') + "\n1\t09:00:00\t0\t1\t2\n",
+                1,
+                {2}}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(RegisterLogFile, ReadsEveryCutUpToItsLastWholeRecord)
+{
+    const QByteArray log = kHead
+        + "Sample\tStamp\t~Elapsed(s)\tV\tF\r\n1\t23:59:58\t0\t14800\t00C0\r\n"
+          "2\t00:00:03\t5\t\t00C1\tPossible Error-See error log\r\n3\t00:00:08\t10\t-5\t0080\r\n";
+    const RegisterLogData whole = Parse(log);
+    ASSERT_EQ(whole.Records(), 3U);
+    EXPECT_EQ(whole.FlaggedRecords, std::vector<std::int64_t>{1});
+    EXPECT_EQ(whole.Start, QDateTime(QDate(2026, 1, 5), QTime(23, 59, 58)));
+    EXPECT_EQ(whole.Head.size(), 4);
+    for (qsizetype length = 0; length < log.size(); ++length) {
+        const QByteArray cut = log.left(length);
+        const qsizetype wholeLines = cut.count('\n');
+        const RegisterLogData data = Parse(cut);
+        ASSERT_EQ(static_cast<qsizetype>(data.Records()), std::max<qsizetype>(0, wholeLines - 5)) << length;
+        for (std::size_t i = 0; i < data.Records(); ++i)
+            ASSERT_EQ(data.Seconds[i], whole.Seconds[i]);
+        ASSERT_EQ(data.ProblemCount > 0, !cut.endsWith('\n') || wholeLines < 5) << length;
+
+        RegisterLogParser inPieces; // the same bytes in two pieces give the same
+        inPieces.Feed({log.data(), static_cast<std::size_t>(length)});
+        inPieces.Feed({log.data() + length, static_cast<std::size_t>(log.size() - length)});
+        const RegisterLogData joined = inPieces.Finish();
+        ASSERT_EQ(joined.Records(), 3U) << length;
+        ASSERT_EQ(Shown(joined.Series[1].Values), Shown(whole.Series[1].Values));
+    }
+}
+
+// Lines of two bytes under a caption line of thousands of columns must not multiply the memory.
+TEST(RegisterLogFile, MakesUpNoMoreFieldsThanItReadBytes)
+{
+    QByteArray log = "Sample";
+    for (int i = 0; i < 5000; ++i)
+        log += '\t';
+    log += '\n';
+    for (int i = 0; i < 20000; ++i)
+        log += "1\n";
+    const RegisterLogData data = Parse(log);
+    EXPECT_LE(data.Records() * data.Series.size(), static_cast<std::size_t>(2 * log.size()));
+    EXPECT_EQ(data.Problems.size(), RegisterLogData::kProblemsKept);
+    EXPECT_GT(data.ProblemCount, 19000);
+}
+
+TEST(RegisterLogFile, TellsOfAFileThatCannotBeReadAndCanBeCancelled)
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.log"));
+    EXPECT_TRUE(ReadRegisterLog(path).Problems.at(0).Text.contains(path));
+    EXPECT_EQ(ReadRegisterLog(folder.path()).Problems.at(0).Line, 0);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(kCaptions + QByteArray("1\t09:00:00\t0\t1\t2\n").repeated(200'000));
+    file.close();
+    EXPECT_EQ(ReadRegisterLog(path).Records(), 200'000U);
+    const RegisterLogData some
+        = ReadRegisterLog(path, [](qint64 done, qint64 total) { return done > total; });
+    EXPECT_TRUE(some.Cancelled);
+    EXPECT_GT(some.Records(), 0U);
+    EXPECT_LT(some.Records(), 200'000U);
+}
+
+TEST(CompareLogs, LaysRunsOverEachOther)
+{
+    const auto log = [](const QByteArray& captions, const QByteArray& records) {
+        QByteArray text = "Sample\tStamp\t~Elapsed(s)\t" + captions + '\n';
+        for (const QByteArray& record : records.split('|'))
+            text += "1\t09:00:00\t" + QByteArray(record).replace(' ', '\t') + '\n';
+        return Parse(text);
+    };
+    const LogComparison both
+        = CompareLogs(log("V\tOld\tF\tV", "0 10 1 0A 1|2 20 1 0B 2|4 30 1 0C 3|9 40 1 0D 4"),
+                      log("F\tV\tV\tNew", "1 A0 0 7 1|3 B0 10  1|4 C0 40 9 1|8 D0 80 9 1"));
+    EXPECT_EQ(Shown(both.Seconds), QStringLiteral("2 4"));
+    ASSERT_EQ(both.Series.size(), 3U);
+    EXPECT_EQ(Shown(both.Series[0].Second), QStringLiteral("5 40"));
+    EXPECT_EQ(Shown(both.Series[0].Difference), QStringLiteral("-15 10"));
+    EXPECT_EQ(both.Series[0].Largest, 15);
+    EXPECT_EQ(both.Series[0].Mean, -2.5);
+    EXPECT_EQ(Shown(both.Series[1].Second), QStringLiteral("176 192")) << "words are not mixed";
+    EXPECT_EQ(Shown(both.Series[2].Second), QStringLiteral("- 9")) << "no point across a gap";
+    EXPECT_EQ(both.Series[2].Count, 1);
+    EXPECT_EQ(both.OnlyInFirst, QStringList{QStringLiteral("Old")});
+    EXPECT_EQ(both.OnlyInSecond, QStringList{QStringLiteral("New")});
+}
+
+} // namespace
