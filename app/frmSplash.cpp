@@ -35,7 +35,7 @@ frmSplash::frmSplash(QWidget* parent)
     text->addWidget(lblVersion);
     text->addSpacing(16);
     text->addWidget(lblLicence);
-    text->addStretch();
+    text->addSpacing(16);
     text->addWidget(cmdOK, 0, Qt::AlignRight);
     cmdOK->setObjectName(QStringLiteral("cmdOK"));
     cmdOK->setDefault(true);

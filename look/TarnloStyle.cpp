@@ -67,6 +67,15 @@ void DrawSplitterDots(QPainter* painter, const QStyleOption* option)
         painter->fillRect(QRect(dot, QSize(2, 2)), ToColour(Colours().Outline));
 }
 
+void DrawHeader(QPainter* painter, const QRect& rect, bool section)
+{
+    painter->fillRect(rect, ToColour(Colours().HeaderFill));
+    painter->setPen(ToColour(Colours().Line));
+    painter->drawLine(rect.bottomLeft(), rect.bottomRight());
+    if (section)
+        painter->drawLine(rect.topRight(), rect.bottomRight());
+}
+
 } // namespace
 
 TarnloStyle::TarnloStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
@@ -90,7 +99,8 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
             DrawFieldFrame(painter, option);
             return;
         }
-        break;
+        DrawFrame(painter, option->rect, Colours().Line, 1);
+        return;
     case PE_PanelButtonCommand: {
         QProxyStyle::drawPrimitive(element, option, painter, widget);
         const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
@@ -112,9 +122,24 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
 void TarnloStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                               const QWidget* widget) const
 {
-    if (element == CE_Splitter) {
+    switch (element) {
+    case CE_Splitter:
         DrawSplitterDots(painter, option);
         return;
+    case CE_HeaderSection:
+    case CE_HeaderEmptyArea:
+        DrawHeader(painter, option->rect, element == CE_HeaderSection);
+        return;
+    case CE_HeaderLabel:
+        if (const auto* header = qstyleoption_cast<const QStyleOptionHeader*>(option)) {
+            QStyleOptionHeader quiet(*header);
+            quiet.palette.setColor(QPalette::ButtonText, ToColour(Colours().TextSecondary));
+            QProxyStyle::drawControl(element, &quiet, painter, widget);
+            return;
+        }
+        break;
+    default:
+        break;
     }
     QProxyStyle::drawControl(element, option, painter, widget);
     if (element == CE_ProgressBarGroove)
@@ -127,6 +152,16 @@ void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
     QProxyStyle::drawComplexControl(control, option, painter, widget);
     if (control == CC_ComboBox || control == CC_SpinBox)
         DrawFieldFrame(painter, option);
+}
+
+QSize TarnloStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
+                                    const QWidget* widget) const
+{
+    QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (type == CT_PushButton && button && !button->icon.isNull())
+        size.rwidth() += 12; // Fusion leaves no room beside an icon
+    return size;
 }
 
 int TarnloStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const
@@ -142,6 +177,8 @@ int TarnloStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, con
         return 8;
     case PM_SplitterWidth:
         return 6;
+    case PM_FocusFrameHMargin:
+        return 5; // room left and right of a cell's text
     default:
         return QProxyStyle::pixelMetric(metric, option, widget);
     }

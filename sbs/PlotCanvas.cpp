@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 
 namespace {
 
@@ -19,8 +20,8 @@ constexpr int kStripGap = 3;
 constexpr int kStripHeight = 18;
 constexpr int kEventIcon = 14;
 constexpr int kMostListed = 20;
-constexpr std::size_t kMostPointsWithMarkers = 60;
-constexpr std::size_t kMostAntialiasedPoints = 20'000;
+constexpr qsizetype kMostPointsWithMarkers = 60;
+constexpr std::size_t kMostAntialiasedValues = 20'000;
 // A longer way of the pen over the picture is noise in which no dash can be told; drawing it costs most.
 constexpr double kLongestDashedPath = 20'000;
 constexpr double kWheelStep = 120;
@@ -74,9 +75,7 @@ PlotCanvas::PlotCanvas(QWidget* parent) : QCustomPlot(parent), m_colours(Theme::
     setNoAntialiasingOnDrag(true);
     setMouseTracking(true);
     yAxis->setVisible(false); // value axes come and go with the units
-    axisRect()->setupFullAxesBox();
-    xAxis2->setVisible(false);
-    yAxis2->setVisible(false);
+    yAxis->grid()->setVisible(false);
     axisRect()->setMinimumMargins(QMargins(56, 10, 16, 0));
     xAxis->setOffset(kStripGap + kStripHeight);
     xAxis->setTicker(QSharedPointer<QCPAxisTickerDateTime>::create());
@@ -237,60 +236,98 @@ void PlotCanvas::DrawFailed(QCPPainter* painter) const
     }
 }
 
+PlotCanvas::Path PlotCanvas::PathOf(const PlotAxis& axis, const PlotLine& line) const
+{
+    const QRect rect = axisRect()->rect();
+    const double scale = rect.height() / axis.range().size();
+    Path path;
+    path.points.reserve(static_cast<qsizetype>(line.Points.size()));
+    QPointF last(X(0), std::numeric_limits<double>::quiet_NaN());
+    for (const PlotPoint& point : line.Points) {
+        const QPointF at(X(point.Ms), rect.bottom() + 1 - (point.Value - axis.range().lower) * scale);
+        const double step = std::abs(at.x() - last.x()) + std::abs(at.y() - last.y());
+        path.length += std::isnan(step) ? 0 : step;
+        path.points << at;
+        last = at;
+    }
+    return path;
+}
+
 void PlotCanvas::DrawCurves(QCPPainter* painter) const
 {
-    std::size_t points = 0;
-    for (const PlotLine& line : m_lines)
-        points += line.Points.size();
+    struct Drawing {
+        const PlotCurve* curve;
+        Path path;
+    };
+    std::vector<Drawing> drawings;
+    std::size_t values = 0;
+    for (std::size_t i = 0; i < m_curves.size(); ++i) {
+        if (const PlotAxis* axis = AxisOf(m_curves[i])) {
+            drawings.push_back({&m_curves[i], PathOf(*axis, m_lines[i])});
+            values += m_lines[i].Passes;
+        }
+    }
+    // noise covers what lies under it, so the busiest curve comes first
+    std::ranges::stable_sort(drawings, std::greater{}, [](const Drawing& drawing) { return drawing.path.length; });
     painter->save();
     painter->setClipRect(axisRect()->rect().adjusted(0, -1, 1, 1));
-    for (std::size_t i = 0; i < m_curves.size(); ++i)
-        DrawCurve(painter, i, points <= kMostAntialiasedPoints);
+    for (const Drawing& drawing : drawings)
+        DrawCurve(painter, *drawing.curve, drawing.path, values <= kMostAntialiasedValues);
     painter->restore();
 }
 
-void PlotCanvas::DrawCurve(QCPPainter* painter, std::size_t i, bool antialiased) const
+void PlotCanvas::DrawNoise(QCPPainter* painter, const QPolygonF& points)
 {
-    const PlotCurve& curve = m_curves[i];
-    const PlotAxis* axis = AxisOf(curve);
-    if (!axis)
-        return;
-    const std::vector<PlotPoint>& points = m_lines[i].Points;
-    const QRect rect = axisRect()->rect();
-    const double yScale = rect.height() / axis->range().size();
-    const double yLow = axis->range().lower;
-    QPolygonF polyline;
-    polyline.reserve(static_cast<qsizetype>(points.size()));
-    double path = 0;
-    for (const PlotPoint& point : points) {
-        polyline << QPointF(X(point.Ms), rect.bottom() + 1 - (point.Value - yLow) * yScale);
-        if (polyline.size() > 1 && !std::isnan(point.Value)) {
-            const QPointF step = polyline.last() - polyline[polyline.size() - 2];
-            path += std::isnan(step.y()) ? 0 : std::abs(step.x()) + std::abs(step.y());
+    QVector<QLineF> lines;
+    for (qsizetype i = 1; i < points.size(); ++i) {
+        const QPointF& from = points[i - 1];
+        const QPointF& to = points[i];
+        if (std::isnan(from.y()) || std::isnan(to.y()))
+            continue;
+        const double column = std::floor(to.x());
+        if (column - std::floor(from.x()) > 1) {
+            lines << QLineF(from, to);
+            continue;
         }
+        const auto [top, bottom] = std::minmax({from.y(), to.y()});
+        if (!lines.isEmpty() && lines.last().x1() == column && lines.last().x2() == column)
+            lines.last().setLine(column, std::min(lines.last().y1(), top), column, std::max(lines.last().y2(), bottom));
+        else
+            lines << QLineF(column, top, column, bottom);
     }
-    const bool dense = path > kLongestDashedPath;
-    QPen pen = CurvePen(curve.Place, m_colours, m_selected == curve.Place ? 2 : 1.5);
-    if (dense) {
+    painter->drawLines(lines);
+}
+
+void PlotCanvas::DrawCurve(QCPPainter* painter, const PlotCurve& curve, const Path& path, bool antialiased) const
+{
+    const QPolygonF& points = path.points;
+    const QColor colour = CurveColour(curve.Place, m_colours);
+    const bool dense = path.length > kLongestDashedPath;
+    const bool smooth = antialiased && !dense;
+    // without antialiasing a line is a whole number of pixels wide
+    QPen pen = CurvePen(curve.Place, m_colours, m_selected == curve.Place ? 2 : smooth ? 1.5 : 1);
+    if (dense)
         pen.setStyle(Qt::SolidLine);
-        pen.setWidthF(1);
-    }
-    painter->setAntialiasing(antialiased && !dense);
+    painter->setAntialiasing(smooth);
     painter->setPen(pen);
+    if (dense)
+        return DrawNoise(painter, points);
+    const bool markers = points.size() < kMostPointsWithMarkers;
     qsizetype begin = 0;
-    for (qsizetype end = 0; end <= polyline.size(); ++end) {
-        if (end < polyline.size() && !std::isnan(polyline[end].y()))
+    for (qsizetype end = 0; end <= points.size(); ++end) {
+        if (end < points.size() && !std::isnan(points[end].y()))
             continue;
         if (end - begin > 1)
-            painter->drawPolyline(polyline.constData() + begin, static_cast<int>(end - begin));
-        else if (end - begin == 1) // a value between two failed reads
-            DrawCurveMarker(*painter, polyline[begin], 5, curve.Place, CurveColour(curve.Place, m_colours));
+            painter->drawPolyline(points.constData() + begin, static_cast<int>(end - begin));
+        else if (end - begin == 1 && !markers) // a value between two failed reads
+            DrawCurveMarker(*painter, points[begin], 5, curve.Place, colour);
         begin = end + 1;
     }
-    if (points.size() < kMostPointsWithMarkers)
-        for (const QPointF& point : polyline)
-            if (!std::isnan(point.y()))
-                DrawCurveMarker(*painter, point, 6, curve.Place, CurveColour(curve.Place, m_colours));
+    if (!markers)
+        return;
+    for (const QPointF& point : points)
+        if (!std::isnan(point.y()))
+            DrawCurveMarker(*painter, point, 6, curve.Place, colour);
 }
 
 void PlotCanvas::DrawOverlay(QCPPainter* painter) const

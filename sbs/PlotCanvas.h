@@ -66,7 +66,14 @@ private:
     [[nodiscard]] std::vector<EventGroup> EventGroups() const;
     void DrawFailed(QCPPainter* painter) const;
     void DrawCurves(QCPPainter* painter) const;
-    void DrawCurve(QCPPainter* painter, std::size_t i, bool antialiased) const;
+    struct Path {
+        QPolygonF points; ///< in pixels; not a number breaks it
+        double length = 0;
+    };
+    [[nodiscard]] Path PathOf(const PlotAxis& axis, const PlotLine& line) const;
+    /// A line that fills the picture, as one upright stroke a pixel column.
+    static void DrawNoise(QCPPainter* painter, const QPolygonF& points);
+    void DrawCurve(QCPPainter* painter, const PlotCurve& curve, const Path& path, bool antialiased) const;
     void DrawOverlay(QCPPainter* painter) const;
     void DrawEvents(QCPPainter* painter) const;
     void DrawCursor(QCPPainter* painter) const;

@@ -109,6 +109,7 @@ PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t t
     }
 
     const std::size_t next = history.PassAt(toMs - curve.OffsetMs);
+    line.Passes = next - first;
     if (next < history.Passes()) {
         const double value = history.Value(curve.Row, next);
         if (std::isnan(value))

@@ -45,6 +45,7 @@ struct PlotLine {
     double Low = 0; ///< of the points inside
     double High = 0;
     bool Any = false; ///< there is a point inside
+    std::size_t Passes = 0; ///< how many fall into the span
 };
 
 [[nodiscard]] PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t toMs, std::size_t columns);

@@ -14,6 +14,7 @@
 #include <QFileDialog>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QPushButton>
 #include <QSvgGenerator>
 #include <QToolButton>
 
@@ -38,6 +39,7 @@ constexpr SpanChoice kSpans[]{
     {QT_TRANSLATE_NOOP("PlotView", "All"), 0},
 };
 constexpr int kFirstSpan = 2;
+constexpr int kButtonHeight = 25;
 constexpr double kKeyPan = .1;
 constexpr double kKeyZoom = .8;
 
@@ -47,7 +49,8 @@ QToolButton* NewButton(const char* name, const QString& icon, const QString& tip
     button->setIcon(ThemeIcon(icon));
     button->setToolTip(tip);
     button->setAccessibleName(tip);
-    button->setFixedHeight(24);
+    button->setFixedHeight(kButtonHeight);
+    button->setMinimumWidth(28);
     return button;
 }
 
@@ -60,7 +63,7 @@ PlotView::PlotView(QWidget* parent)
       cmdFit(NewButton("cmdFit", QStringLiteral("zoomfit"), tr("Show all (0)"), this)),
       cmdCursor(NewButton("cmdCursor", QStringLiteral("cursor"), tr("Cursor with values (C)"), this)),
       cboSpan(Named(new QComboBox(this), "cboSpan")),
-      cmdExport(NewButton("cmdExport", QStringLiteral("export"), tr("Export what is visible"), this)),
+      cmdExport(Named(new QPushButton(ThemeIcon(QStringLiteral("export")), tr("Export"), this), "cmdExport")),
       m_legend(new PlotLegend(this)), m_canvas(new PlotCanvas(this))
 {
     setObjectName(QStringLiteral("plotView"));
@@ -103,10 +106,10 @@ void PlotView::LayOut()
 {
     cmdPause->setText(tr("Pause"));
     cmdPause->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    cmdExport->setText(tr("Export"));
-    cmdExport->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    cmdExport->setPopupMode(QToolButton::InstantPopup);
-    cmdExport->setAutoRaise(true);
+    cmdExport->setToolTip(tr("Export what is visible"));
+    cmdExport->setAutoDefault(false);
+    cmdExport->setFixedHeight(kButtonHeight);
+    cboSpan->setFixedHeight(kButtonHeight);
     auto* tools = new QButtonGroup(this);
     for (QToolButton* tool : {cmdPan, cmdZoom}) {
         tool->setCheckable(true);
@@ -123,6 +126,7 @@ void PlotView::LayOut()
 
     auto* bar = new QHBoxLayout;
     bar->setContentsMargins(8, 4, 8, 4);
+    bar->setSpacing(8);
     for (QWidget* control : std::initializer_list<QWidget*>{cmdPause, cmdPan, cmdZoom, cmdFit, cmdCursor, cboSpan})
         bar->addWidget(control);
     bar->addStretch();

@@ -10,6 +10,7 @@
 class PlotCanvas;
 class PlotLegend;
 class QComboBox;
+class QPushButton;
 class QToolButton;
 
 /// Live plots: curves over time with legend, cursor, pan and zoom, pause, and export of what is visible.
@@ -62,7 +63,7 @@ private:
     QToolButton* cmdFit;
     QToolButton* cmdCursor;
     QComboBox* cboSpan;
-    QToolButton* cmdExport;
+    QPushButton* cmdExport;
     PlotLegend* m_legend;
     PlotCanvas* m_canvas;
 };
