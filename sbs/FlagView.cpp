@@ -26,3 +26,14 @@ FlagLine ReadFlagLine(const ScanEngine& scan, int flag)
     }
     return line;
 }
+
+QString ShortBitName(const QString& name)
+{
+    const QStringList words = name.split(QLatin1Char('_'), Qt::SkipEmptyParts);
+    if (words.size() < 2)
+        return name.left(4);
+    QString letters;
+    for (const QString& word : words)
+        letters += word.front();
+    return letters;
+}

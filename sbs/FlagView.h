@@ -22,6 +22,10 @@ struct FlagLine {
     std::vector<FlagBit> Bits; ///< highest first
 };
 
+/// A name for narrow places: the first letters of its words, "OCA" for "OVER_CHARGED_ALARM"; a single word is
+/// cut to four letters.
+[[nodiscard]] QString ShortBitName(const QString& name);
+
 inline constexpr int kMostFlagBits = 32;
 
 /// @param flag  0 up to the number of flags; a BitWidth outside 0..kMostFlagBits is brought into that range

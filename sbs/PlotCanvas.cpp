@@ -30,7 +30,9 @@ constexpr double kWheelStep = 120;
 class Painted final : public QCPLayerable {
 public:
     Painted(QCustomPlot* plot, const QString& layer, std::function<void(QCPPainter*)> drawing)
-        : QCPLayerable(plot, layer), m_drawing(std::move(drawing)) { }
+        : QCPLayerable(plot, layer), m_drawing(std::move(drawing))
+    {
+    }
 
 protected:
     void applyDefaultAntialiasingHint(QCPPainter* painter) const override { painter->setAntialiasing(false); }
@@ -82,7 +84,8 @@ PlotCanvas::PlotCanvas(QWidget* parent) : QCustomPlot(parent), m_colours(Theme::
 
     new Painted(this, QStringLiteral("background"), [this](QCPPainter* painter) { DrawFailed(painter); });
     new Painted(this, QStringLiteral("main"), [this](QCPPainter* painter) { DrawCurves(painter); });
-    layer(QStringLiteral("overlay"))->setMode(QCPLayer::lmBuffered); // a moving cursor redraws this layer alone
+    layer(QStringLiteral("overlay"))
+        ->setMode(QCPLayer::lmBuffered); // a moving cursor redraws this layer alone
     new Painted(this, QStringLiteral("overlay"), [this](QCPPainter* painter) { DrawOverlay(painter); });
     Applyskin();
 }
@@ -94,10 +97,7 @@ void PlotCanvas::SetCurves(std::vector<PlotCurve> curves)
     Show(m_fromMs, m_toMs);
 }
 
-void PlotCanvas::SetEvents(std::vector<PlotEvent> events)
-{
-    m_events = std::move(events);
-}
+void PlotCanvas::SetEvents(std::vector<PlotEvent> events) { m_events = std::move(events); }
 
 void PlotCanvas::SetSelected(std::optional<int> place)
 {
@@ -123,7 +123,8 @@ void PlotCanvas::MakeAxes()
     for (const PlotCurve& curve : m_curves)
         if (!units.contains(curve.Unit) && units.size() < kMostAxes)
             units << curve.Unit;
-    const bool same = std::ranges::equal(units, m_axes, {}, {}, [](const PlotAxis* axis) { return axis->Unit; });
+    const bool same
+        = std::ranges::equal(units, m_axes, {}, {}, [](const PlotAxis* axis) { return axis->Unit; });
     if (!same) {
         for (PlotAxis* axis : m_axes)
             axisRect()->removeAxis(axis);
@@ -146,7 +147,8 @@ void PlotCanvas::MakeAxes()
         for (const PlotCurve& curve : m_curves)
             if (curve.Unit == axis->Unit)
                 names << curve.Name;
-        const QString title = names.size() <= 2 ? names.join(QStringLiteral(", ")) : tr("%1 curves").arg(names.size());
+        const QString title
+            = names.size() <= 2 ? names.join(QStringLiteral(", ")) : tr("%1 curves").arg(names.size());
         axis->setLabel(axis->Unit.isEmpty() ? title : QStringLiteral("%1 (%2)").arg(title, axis->Unit));
     }
 }
@@ -187,7 +189,8 @@ void PlotCanvas::FitAxes()
         }
         if (!range)
             continue; // the scale stays while nothing is in sight
-        const double pad = range->size() > 0 ? range->size() * .06 : std::max(1.0, std::abs(range->center()) * .01);
+        const double pad
+            = range->size() > 0 ? range->size() * .06 : std::max(1.0, std::abs(range->center()) * .01);
         axis->setRange(range->lower - pad, range->upper + pad);
     }
 }
@@ -198,24 +201,27 @@ void PlotCanvas::ChooseTimeLabels()
     constexpr double kDay = 24 * 60 * kMinute;
     const double span = xAxis->range().size();
     const auto ticker = xAxis->ticker().staticCast<QCPAxisTickerDateTime>();
-    ticker->setDateTimeFormat(span < 10 ? QStringLiteral("hh:mm:ss.zzz")
-                              : span < 8 * kMinute ? QStringLiteral("hh:mm:ss")
-                              : span < kDay        ? QStringLiteral("hh:mm")
-                                                   : QStringLiteral("yyyy-MM-dd\nhh:mm"));
-    ticker->setTickCount(std::clamp(axisRect()->width() / (span < 8 * kMinute || span >= kDay ? 100 : 80), 2, 12));
+    ticker->setDateTimeFormat(span < 10                ? QStringLiteral("hh:mm:ss.zzz")
+                                  : span < 8 * kMinute ? QStringLiteral("hh:mm:ss")
+                                  : span < kDay        ? QStringLiteral("hh:mm")
+                                                       : QStringLiteral("yyyy-MM-dd\nhh:mm"));
+    ticker->setTickCount(
+        std::clamp(axisRect()->width() / (span < 8 * kMinute || span >= kDay ? 100 : 80), 2, 12));
 }
 
 double PlotCanvas::X(double ms) const
 {
     const QRect rect = axisRect()->rect();
-    return rect.left() + (ms - static_cast<double>(m_fromMs)) / static_cast<double>(m_toMs - m_fromMs) * rect.width();
+    return rect.left()
+        + (ms - static_cast<double>(m_fromMs)) / static_cast<double>(m_toMs - m_fromMs) * rect.width();
 }
 
 std::int64_t PlotCanvas::TimeAt(double x) const
 {
     const QRect rect = axisRect()->rect();
     return m_fromMs
-        + static_cast<std::int64_t>((x - rect.left()) / std::max(rect.width(), 1) * static_cast<double>(m_toMs - m_fromMs));
+        + static_cast<std::int64_t>((x - rect.left()) / std::max(rect.width(), 1)
+                                    * static_cast<double>(m_toMs - m_fromMs));
 }
 
 QRect PlotCanvas::Strip() const
@@ -268,7 +274,8 @@ void PlotCanvas::DrawCurves(QCPPainter* painter) const
         }
     }
     // noise covers what lies under it, so the busiest curve comes first
-    std::ranges::stable_sort(drawings, std::greater{}, [](const Drawing& drawing) { return drawing.path.length; });
+    std::ranges::stable_sort(drawings, std::greater{},
+                             [](const Drawing& drawing) { return drawing.path.length; });
     painter->save();
     painter->setClipRect(axisRect()->rect().adjusted(0, -1, 1, 1));
     for (const Drawing& drawing : drawings)
@@ -291,14 +298,16 @@ void PlotCanvas::DrawNoise(QCPPainter* painter, const QPolygonF& points)
         }
         const auto [top, bottom] = std::minmax({from.y(), to.y()});
         if (!lines.isEmpty() && lines.last().x1() == column && lines.last().x2() == column)
-            lines.last().setLine(column, std::min(lines.last().y1(), top), column, std::max(lines.last().y2(), bottom));
+            lines.last().setLine(column, std::min(lines.last().y1(), top), column,
+                                 std::max(lines.last().y2(), bottom));
         else
             lines << QLineF(column, top, column, bottom);
     }
     painter->drawLines(lines);
 }
 
-void PlotCanvas::DrawCurve(QCPPainter* painter, const PlotCurve& curve, const Path& path, bool antialiased) const
+void PlotCanvas::DrawCurve(QCPPainter* painter, const PlotCurve& curve, const Path& path,
+                           bool antialiased) const
 {
     const QPolygonF& points = path.points;
     const QColor colour = CurveColour(curve.Place, m_colours);
@@ -350,7 +359,8 @@ void PlotCanvas::DrawOverlay(QCPPainter* painter) const
     if (m_curves.empty()) {
         painter->setFont(Theme::Current().Font(Type::Body));
         painter->setPen(ToColour(m_colours.TextSecondary));
-        painter->drawText(rect, Qt::AlignCenter | Qt::TextWordWrap, tr("Tick Plot in a row to see its values here."));
+        painter->drawText(rect, Qt::AlignCenter | Qt::TextWordWrap,
+                          tr("Tick Plot in a row to see its values here."));
     }
 }
 
@@ -361,7 +371,8 @@ void PlotCanvas::DrawAxisMarkers(QCPPainter* painter) const
     const QFontMetrics metrics(Theme::Current().Font(Type::Strong));
     for (const PlotAxis* axis : m_axes) {
         const double outwards = axis->offset() + axis->Margin() - metrics.height() / 2.0 - 2;
-        const double x = axis->axisType() == QCPAxis::atLeft ? rect.left() - outwards : rect.right() + outwards;
+        const double x
+            = axis->axisType() == QCPAxis::atLeft ? rect.left() - outwards : rect.right() + outwards;
         double y = rect.center().y() + metrics.horizontalAdvance(axis->label()) / 2.0 + kPitch;
         for (const PlotCurve& curve : m_curves) {
             if (curve.Unit != axis->Unit)
@@ -396,8 +407,8 @@ void PlotCanvas::DrawEvents(QCPPainter* painter) const
     painter->drawRect(strip);
     painter->setFont(Theme::Current().Font(Type::Small));
     painter->setPen(ToColour(m_colours.TextSecondary));
-    painter->drawText(QRect(0, strip.top(), strip.left() - 6, strip.height()), Qt::AlignRight | Qt::AlignVCenter,
-                      tr("Events"));
+    painter->drawText(QRect(0, strip.top(), strip.left() - 6, strip.height()),
+                      Qt::AlignRight | Qt::AlignVCenter, tr("Events"));
     const double ratio = painter->device()->devicePixelRatioF();
     for (const EventGroup& group : EventGroups()) {
         const EventLook look = LookOf(m_events[group.first].What);
@@ -489,8 +500,10 @@ void PlotCanvas::mousePressEvent(QMouseEvent* event)
             if (std::abs(group.x - at.x()) > kEventIcon)
                 continue;
             QStringList lines;
-            for (std::size_t i = group.first; i < group.first + std::min<std::size_t>(group.count, kMostListed); ++i)
-                lines << QDateTime::fromMSecsSinceEpoch(m_events[i].AtMs).toString(QStringLiteral("hh:mm:ss  "))
+            for (std::size_t i = group.first;
+                 i < group.first + std::min<std::size_t>(group.count, kMostListed); ++i)
+                lines
+                    << QDateTime::fromMSecsSinceEpoch(m_events[i].AtMs).toString(QStringLiteral("hh:mm:ss  "))
                         + m_events[i].Text;
             if (group.count > kMostListed)
                 lines << tr("and %1 more").arg(group.count - kMostListed);
