@@ -11,7 +11,7 @@
 
 namespace {
 
-/// File systems stamp with the kernel's tick: two changes this close together can carry one stamp.
+/// Kernels before 6.13 stamp files with their tick: two changes this close together can carry one stamp.
 constexpr std::int64_t kStampGrainNs = 20'000'000;
 
 /// What tells one state of a file from another.

@@ -151,7 +151,7 @@ protected:
     ProfileStore store;
 };
 
-// Same size, and within one tick of the file system's clock: neither size nor time stamp tells.
+// Same size and inode, and within one tick of the clock that older kernels stamp files with.
 TEST_F(ProfileStoreTest, SeesEveryChangeOnDisk)
 {
     const QString path = Path("a.ini");
