@@ -4,6 +4,7 @@
 #include "sbs/clsSBSCfgRW.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 #include <vector>
@@ -22,9 +23,9 @@ struct FlagLine {
     std::vector<FlagBit> Bits; ///< highest first
 };
 
-/// A name for narrow places: the first letters of its words, "OCA" for "OVER_CHARGED_ALARM"; a single word is
-/// cut to four letters.
-[[nodiscard]] QString ShortBitName(const QString& name);
+/// Names for narrow places: the first letters of the words, "OCA" for "OVER_CHARGED_ALARM"; a single word is
+/// cut to four letters, and where two names would be alike the first word gives three.
+[[nodiscard]] QStringList ShortBitNames(const FlagLine& line);
 
 inline constexpr int kMostFlagBits = 32;
 

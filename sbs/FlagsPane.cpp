@@ -56,6 +56,7 @@ protected:
             const FlagLine& line = m_lines[i];
             PaintHead(painter, line, m_values[i], y);
             y += HeadHeight();
+            const QStringList shortNames = NamesFit(line) ? QStringList() : ShortBitNames(line);
             const int count = static_cast<int>(line.Bits.size());
             for (int first = 0; first < count; first += m_bitsPerRow) {
                 const int last = std::min(first + m_bitsPerRow, count) - 1;
@@ -71,8 +72,8 @@ protected:
                     const QRect cell = CellOf(bit - first, y);
                     FlagBit shown = line.Bits[static_cast<std::size_t>(bit)];
                     m_places.emplace_back(cell, Described(line, shown));
-                    if (!NamesFit(line))
-                        shown.Name = ShortBitName(shown.Name);
+                    if (!shortNames.isEmpty())
+                        shown.Name = shortNames[bit];
                     DrawBit(painter, cell,
                             !shown.Value       ? BitState::Unknown
                                 : *shown.Value ? BitState::Set
