@@ -136,7 +136,7 @@ QString Children(const CLI::App& app)
 
 QString TakeGlobals(const Arguments& given, GlobalOptions& globals)
 {
-    if (const QString wrong = given.Check(GlobalSpecs()); !wrong.isEmpty())
+    if (QString wrong = given.Check(GlobalSpecs()); !wrong.isEmpty())
         return wrong;
     globals.Json = given.On(QStringLiteral("json"));
     globals.Yes = given.On(QStringLiteral("yes"));
