@@ -130,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(
                     AnswerCase{
                         "RetryAsksAgain", {Answer::Retry, Answer::Retry, Answer::Ignore}, false, false, true},
                     AnswerCase{"RetryWrites", {Answer::Retry}, true, true, true}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(RegisterLogTest, FullDiskLeavesNoHalfRecordAndIsToldOnce)
 {
