@@ -42,7 +42,7 @@ void WordRead(benchmark::State& state)
     NullAdapter driver(time);
     frmUSB usb(driver, time, messages, QString());
     usb.EnableErrorLog(); // so that the check for a line to log is the one of a logged run
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         std::int16_t word = 0;
         ErrorCode err = ErrorCode::Unknown;
         usb.ReadSMBusWord_(9, word, 22, err);
@@ -57,7 +57,7 @@ void OneProcess(benchmark::State& state)
 {
     char path[] = "/bin/true";
     char* arguments[] = {path, nullptr};
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         pid_t child = 0;
         int status = 0;
         if (posix_spawn(&child, path, nullptr, nullptr, arguments, environ) != 0

@@ -20,6 +20,8 @@ class UserMessages {
 public:
     virtual ~UserMessages() = default;
     virtual void Show(const QString& text) = 0;
+    /// A fault that may come back on every pass: the window lists it without stopping anybody.
+    virtual void Report(const QString& text) { Show(text); }
     /// Asks and waits. Where nobody can answer it gives the answer that changes nothing:
     /// No, else Cancel, else Ignore, else Abort.
     virtual Answer Ask(const QString& text, Answers offered) = 0;

@@ -11,7 +11,7 @@
 struct SBSInfoRec {
     QString Desc;
     QString LogDesc;
-    std::int16_t ReadStyle = 0; ///< 0..14, sbs/RegisterReader.h
+    std::int16_t ReadStyle = 0; ///< 0..14, sbs/ReadStyle.h
     std::int16_t ReadCommand = 0;
     QString ReadFactor;
     QString WriteFactor;
@@ -47,6 +47,8 @@ struct TextGrid {
 /// editing grid and back to a file. Row numbers count from 0.
 class clsSBSCfgRW {
 public:
+    clsSBSCfgRW(); ///< empty tables with room for 21 rows each
+
     /// @return 0. A missing or unreadable file leaves error non-empty and the loaded table as it was; a cut
     /// last record is dropped silently.
     int LoadSBSInfo(const QString& fileName, QString* error = nullptr);

@@ -2,6 +2,7 @@
 
 #include "comm/adapters/RecordedAdapter.h"
 #include "comm/adapters/ReplayAdapter.h"
+#include "comm/adapters/SimulatedAdapter.h"
 #include "platform/ProgramFolder.h"
 
 #include <QFileInfo>
@@ -33,7 +34,15 @@ std::unique_ptr<Pc61vRW> MakeReplay(const AdapterSettings& adapter, ProfileStore
     return std::make_unique<ReplayAdapter>(time, adapter.ReplayFile);
 }
 
+std::unique_ptr<Pc61vRW> MakeSimulated(const AdapterSettings& /*adapter*/, ProfileStore& profiles,
+                                       const StartupState& state, TimeSource& time)
+{
+    return std::make_unique<SimulatedAdapter>(time,
+                                              ReadSimulatorSettings(profiles, state.ProgramSettingsFile));
+}
+
 constexpr std::array kBackEnds{
+    BackEnd{AdapterKind::Simulated, MakeSimulated, nullptr},
     BackEnd{AdapterKind::Replay, MakeReplay, nullptr},
 };
 

@@ -63,17 +63,19 @@ public:
                                             std::int16_t& addr)
         = 0;
     virtual ErrorCode AdpReadI2CBlockNoCmdOnSMB(Bytes& data, std::int16_t& length, std::int16_t& addr) = 0;
-    virtual std::int32_t AdpProgramFromSrecWithCfg(QString& srecPath, QString& configPath, QString& third) = 0;
+    virtual std::int32_t AdpProgramFromSrecWithCfg(QString& srecPath, QString& configPath, QString& third)
+        = 0;
     virtual void AdpDelay(std::int32_t time) = 0; ///< the adapter itself pauses, milliseconds
-    virtual ErrorCode AdpI2CReadBlock(std::int16_t& addr, std::int16_t& reg, Bytes& data, std::int16_t& length)
+    virtual ErrorCode AdpI2CReadBlock(std::int16_t& addr, std::int16_t& reg, Bytes& data,
+                                      std::int16_t& length)
         = 0;
     virtual ErrorCode AdpI2CWriteBlock(std::int16_t& addr, std::int16_t& reg, const Bytes& data,
                                        std::int16_t& length)
         = 0;
     virtual ErrorCode AdpGetVersion(std::int16_t& major, std::int16_t& minor) = 0;
     virtual std::int32_t AdpProgramFlash(std::int32_t area, std::int32_t address, const Bytes& data,
-                                         std::int32_t length, const Bytes& options, std::int32_t optionsLength,
-                                         std::int32_t flags, std::int16_t& status)
+                                         std::int32_t length, const Bytes& options,
+                                         std::int32_t optionsLength, std::int32_t flags, std::int16_t& status)
         = 0;
     virtual std::int32_t AdpReadFlash(std::int32_t area, std::int32_t address, Bytes& data,
                                       std::int32_t length, std::int32_t options, std::int32_t flags,

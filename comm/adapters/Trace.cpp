@@ -11,7 +11,7 @@
 namespace {
 
 const QByteArray kHeadStart = QByteArrayLiteral("{\"trace\":");
-constexpr qsizetype kLongestLine = 8 * 1024 * 1024; // a flash image of 4 MiB in one call
+constexpr qsizetype kLongestLine = 1'048'576; // parsed it may take 40 times as much memory
 constexpr std::int64_t kNoInteger = std::numeric_limits<std::int64_t>::min();
 
 QJsonValue ToJson(const DriverArgument::Place& place)
@@ -94,7 +94,7 @@ AdapterFacts FactsFromJson(const QJsonObject& object)
     AdapterFacts facts;
     facts.Name = object[u"name"].toString();
     facts.Kind = object[u"kind"].toString();
-    for (const QJsonValue& function : object[u"functions"].toArray())
+    for (const auto& function : object[u"functions"].toArray())
         facts.Functions << function.toString();
     facts.Problem = object[u"problem"].toString();
     facts.BusHertz = object[u"hertz"].toDouble(facts.BusHertz);

@@ -131,9 +131,10 @@ TEST(Wait, LastsAsLongAsAskedButNeverPastMidnightAndRunsEvents)
         std::int32_t ms;
         std::int64_t waitedMs;
     };
-    for (const Case& row : {Case{QTime(9, 0), 200, 200}, Case{QTime(9, 0), 0, 0}, Case{QTime(9, 0), -100, 0},
-                            Case{QTime(13, 37, 11, 333), 1500, 1500}, Case{QTime(9, 0), 600'000, 600'000},
-                            Case{QTime(23, 59, 59), 5000, 1000}, Case{QTime(23, 59, 59, 900), 100, 100}}) {
+    for (const Case& row :
+         {Case{QTime(9, 0), 200, 200}, Case{QTime(9, 0), 0, 0}, Case{QTime(9, 0), -100, 0},
+          Case{QTime(13, 37, 11, 333), 1500, 1500}, Case{QTime(9, 0), 600'000, 600'000},
+          Case{QTime(23, 59, 59, 400), 5000, 600}, Case{QTime(23, 59, 59, 900), 100, 100}}) {
         TestTime time(QDateTime(QDate(2026, 1, 5), row.start));
         WaitMs(time, row.ms);
         EXPECT_EQ(time.MonotonicMs(), row.waitedMs) << row.ms;

@@ -15,23 +15,24 @@
 
 namespace {
 
-const QString kPoll = QStringLiteral("AdpGetLastError []");
-const QString kReset = QStringLiteral("AdpReadOneWire [4,0,8]");
-const QString kReadEight = QStringLiteral("AdpReadOneWire [3,0,8]");
-
-QString Send(int byte) { return QStringLiteral("AdpWriteOneWire [1,%1,8]").arg(byte); }
-QString SetRegister(int value) { return QStringLiteral("AdpWriteOneWire [6,%1,8]").arg(value); }
-QString GetRegister(int value) { return QStringLiteral("AdpReadOneWire [1,%1,8]").arg(value); }
-
-/// A number that stands for whatever a sequence reads; -1 stays when it reads nothing.
-using Run = ErrorCode (*)(frmUSB& usb, std::int32_t& result);
+/// What a sequence may read into; all of it stays as it is when nothing was read.
+struct Places {
+    std::uint8_t byte = 1;
+    std::int16_t word = 1;
+    Bytes bytes;
+    QString text;
+    [[nodiscard]] QString Shown() const
+    {
+        return QStringLiteral("%1 %2 ").arg(byte).arg(word) + HexText(bytes) + text;
+    }
+};
 
 struct Sequence {
     const char* name;
-    Run run;
-    QStringList calls;
+    ErrorCode (*run)(frmUSB& usb, Places& at);
+    const char* calls; ///< get and set are one-wire transfers, read and write those of words
     std::vector<QJsonArray> answers; ///< to the calls in order; an empty one is a plain success
-    std::int32_t result = -1;
+    const char* shown = "1 1 ";
     ErrorCode code = ErrorCode::Ok;
 };
 
@@ -45,156 +46,95 @@ protected:
         for (const QJsonArray& answer : GetParam().answers)
             gauge.Will(0, answer);
         FaultyAdapter driver(gauge, failAt, ErrorCode::BusBusy);
-        frmUSB usb(driver, m_time, m_messages, QString());
-        const ErrorCode err = GetParam().run(usb, result);
+        TestTime time;
+        RecordedMessages messages;
+        frmUSB usb(driver, time, messages, QString());
+        Places at;
+        const ErrorCode err = GetParam().run(usb, at);
+        shown = at.Shown();
         sent = gauge.calls;
+        sent.replaceInStrings(QStringLiteral("AdpReadOneWire "), QStringLiteral("get"))
+            .replaceInStrings(QStringLiteral("AdpWriteOneWire "), QStringLiteral("set"))
+            .replaceInStrings(QStringLiteral("AdpReadSMBusWord "), QStringLiteral("read"))
+            .replaceInStrings(QStringLiteral("AdpWriteSMBusWord "), QStringLiteral("write"))
+            .replaceInStrings(QStringLiteral("AdpGetLastError []"), QStringLiteral("poll"));
         calls = driver.Calls();
         return err;
     }
-    std::int32_t result = -1;
+    QStringList expected = QString::fromLatin1(GetParam().calls).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    QString shown;
     QStringList sent;
     int calls = 0;
-
-private:
-    TestTime m_time;
-    RecordedMessages m_messages;
 };
 
 TEST_P(Sequences, SendTheirStepsInOrder)
 {
     EXPECT_EQ(RunWithFaultAt(0), GetParam().code);
-    EXPECT_EQ(sent, GetParam().calls);
-    EXPECT_EQ(result, GetParam().result);
+    EXPECT_EQ(sent, expected);
+    EXPECT_EQ(shown, QString::fromLatin1(GetParam().shown));
 }
 
 TEST_P(Sequences, SendNothingAfterTheStepThatFailed)
 {
-    for (int failAt = 1; failAt <= GetParam().calls.size(); ++failAt) {
+    for (int failAt = 1; failAt <= expected.size(); ++failAt) {
         EXPECT_EQ(RunWithFaultAt(failAt), ErrorCode::BusBusy) << failAt;
         EXPECT_EQ(calls, failAt);
-        EXPECT_EQ(sent, GetParam().calls.mid(0, failAt - 1));
-        EXPECT_EQ(result, -1);
+        EXPECT_EQ(sent, expected.mid(0, failAt - 1));
+        EXPECT_TRUE(shown.startsWith(QStringLiteral("1 1 "))) << "nothing half-read is handed out";
     }
 }
 
-const QJsonArray kPresent{1};
+using U = frmUSB;
+using P = Places;
+const QJsonArray kHere{1};
+const QJsonArray kNobody{0};
+const QJsonArray kNone;
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, Sequences,
-    testing::Values(Sequence{"WriteTwoWords",
-                             [](frmUSB& usb, std::int32_t&) {
-                                 return WriteTwoWords(usb, 0x1234, 0x51, 0x50, 0x5678, 22);
-                             },
-                             {QStringLiteral("AdpWriteSMBusWord [80,4660,22]"), kPoll,
-                              QStringLiteral("AdpWriteSMBusWord [81,22136,22]"), kPoll, kPoll},
-                             {}},
-                    Sequence{"ReadMemoryOfNoBytes",
-                             [](frmUSB& usb, std::int32_t&) {
-                                 Bytes data;
-                                 return OneWireReadMemory(usb, 0x34, data, 0);
-                             },
-                             {kReset, Send(0xCC), Send(0xF0), Send(0x34), Send(0)},
-                             {kPresent}},
-                    Sequence{"ReadMemoryWithoutADevice",
-                             [](frmUSB& usb, std::int32_t&) {
-                                 Bytes data;
-                                 return OneWireReadMemory(usb, 0x34, data, 1);
-                             },
-                             {kReset},
-                             {{0}},
-                             -1,
-                             ErrorCode::NoAcknowledge},
-                    Sequence{"ReadMemoryPastTheEnd",
-                             [](frmUSB& usb, std::int32_t&) {
-                                 Bytes data;
-                                 return OneWireReadMemory(usb, 0x134, data, 1);
-                             },
-                             {kReset, Send(0xCC), Send(0xF0)},
-                             {kPresent},
-                             -1,
-                             ErrorCode::IncorrectParam},
-                    Sequence{"ReadByte",
-                             [](frmUSB& usb, std::int32_t& result) {
-                                 std::uint8_t byte = 0;
-                                 const ErrorCode err = OneWireReadByteAt(usb, 255, byte);
-                                 result = Failed(err) ? -1 : byte;
-                                 return err;
-                             },
-                             {kReset, Send(0xCC), Send(0xF0), Send(255), Send(0), kReadEight},
-                             {kPresent, {}, {}, {}, {}, {0x81}},
-                             0x81},
-                    Sequence{"ReadWordLowByteFirst",
-                             [](frmUSB& usb, std::int32_t& result) {
-                                 std::int16_t word = 0;
-                                 const ErrorCode err = OneWireReadWordAt(usb, 0, word);
-                                 result = Failed(err) ? -1 : word;
-                                 return err;
-                             },
-                             {kReset, Send(0xCC), Send(0xF0), Send(0), Send(0), kReadEight, kReadEight},
-                             {kPresent, {}, {}, {}, {}, {0x34}, {0xF2}},
-                             static_cast<std::int16_t>(0xF234)},
-                    Sequence{"WriteByte",
-                             [](frmUSB& usb, std::int32_t&) { return OneWireWriteByteAt(usb, 7, 0xA5); },
-                             {kReset, Send(0xCC), Send(0x0F), Send(7), Send(0), Send(0xA5)},
-                             {kPresent}},
-                    Sequence{"WriteWordLowByteFirst",
-                             [](frmUSB& usb, std::int32_t&) { return OneWireWriteWordAt(usb, 7, -2); },
-                             {kReset, Send(0xCC), Send(0x0F), Send(7), Send(0), Send(0xFE), Send(0xFF)},
-                             {kPresent}},
-                    Sequence{"WriteMemoryWithoutADevice",
-                             [](frmUSB& usb, std::int32_t&) { return OneWireWriteByteAt(usb, 7, 0xA5); },
-                             {kReset},
-                             {{0}},
-                             -1,
-                             ErrorCode::NoAcknowledge},
-                    Sequence{"ReadRegisters",
-                             [](frmUSB& usb, std::int32_t& result) {
-                                 Bytes data;
-                                 const ErrorCode err = OneWireReadRegs(usb, 254, data, 2);
-                                 result = Failed(err) ? -1 : data[0] * 256 + data[1];
-                                 return err;
-                             },
-                             {GetRegister(254), GetRegister(255)},
-                             {{0x12}, {0x34}},
-                             0x1234},
-                    Sequence{"WriteRegisters",
-                             [](frmUSB& usb, std::int32_t&) {
-                                 return OneWireWriteRegs(usb, 0x10, Bytes{1, 2, 3});
-                             },
-                             {SetRegister(0x1001), SetRegister(0x1102), SetRegister(0x1203)},
-                             {}},
-                    Sequence{"WriteRegistersPastTheEnd",
-                             [](frmUSB& usb, std::int32_t&) { return OneWireWriteRegWord(usb, 255, 0x1234); },
-                             {SetRegister(0xFF34)},
-                             {},
-                             -1,
-                             ErrorCode::IncorrectParam},
-                    Sequence{"Identity",
-                             [](frmUSB& usb, std::int32_t& result) {
-                                 QString identity;
-                                 const ErrorCode err = ReadGaugeIdentity(usb, {}, 22, identity);
-                                 if (!identity.isEmpty())
-                                     result = identity == QStringLiteral("Device:800, Ver:1.02") ? 1 : 0;
-                                 return err;
-                             },
-                             {QStringLiteral("AdpReadSMBusWord [26,22]"),
-                              QStringLiteral("AdpWriteSMBusWord [0,1,22]"), kPoll,
-                              QStringLiteral("AdpReadSMBusWord [0,22]"),
-                              QStringLiteral("AdpWriteSMBusWord [0,2,22]"), kPoll,
-                              QStringLiteral("AdpReadSMBusWord [0,22]")},
-                             {{0x31}, {}, {}, {0x0800}, {}, {}, {0x0102}},
-                             1},
-                    Sequence{"IdentityThatIsForbidden",
-                             [](frmUSB& usb, std::int32_t&) {
-                                 QString identity;
-                                 return ReadGaugeIdentity(usb, {.Allowed = false, .Problem = {}}, 22,
-                                                          identity);
-                             },
-                             {},
-                             {},
-                             -1,
-                             ErrorCode::IncorrectParam}),
-    [](const auto& row) { return row.param.name; });
+// One-wire modes: get 4 resets, get 3 reads 8 bits, set 1 sends 8 bits; get 1 and set 6 move a register.
+// clang-format off
+const std::vector<Sequence> kSequences{
+    {"WriteTwoWords", [](U& u, P&) { return WriteTwoWords(u, 0x1234, 0x51, 0x50, 0x5678, 22); },
+     "write[80,4660,22] poll write[81,22136,22] poll poll", {}},
+    {"ReadMemoryOfNoBytes", [](U& u, P& at) { return OneWireReadMemory(u, 0x34, at.bytes, 0); },
+     "get[4,0,8] set[1,204,8] set[1,240,8] set[1,52,8] set[1,0,8]", {kHere}},
+    {"ReadMemoryWithoutADevice", [](U& u, P& at) { return OneWireReadMemory(u, 0x34, at.bytes, 1); },
+     "get[4,0,8]", {kNobody}, "1 1 ", ErrorCode::NoAcknowledge},
+    {"ReadMemoryPastTheEnd", [](U& u, P& at) { return OneWireReadMemory(u, 0x134, at.bytes, 1); },
+     "get[4,0,8] set[1,204,8] set[1,240,8]", {kHere}, "1 1 ", ErrorCode::IncorrectParam},
+    {"ReadByte", [](U& u, P& at) { return OneWireReadByteAt(u, 255, at.byte); },
+     "get[4,0,8] set[1,204,8] set[1,240,8] set[1,255,8] set[1,0,8] get[3,0,8]",
+     {kHere, kNone, kNone, kNone, kNone, {0x81}}, "129 1 "},
+    {"ReadWordLowByteFirst", [](U& u, P& at) { return OneWireReadWordAt(u, 0, at.word); },
+     "get[4,0,8] set[1,204,8] set[1,240,8] set[1,0,8] set[1,0,8] get[3,0,8] get[3,0,8]",
+     {kHere, kNone, kNone, kNone, kNone, {0xFE}, {0xFF}}, "1 -2 "},
+    {"WriteByte", [](U& u, P&) { return OneWireWriteByteAt(u, 7, 0xA5); },
+     "get[4,0,8] set[1,204,8] set[1,15,8] set[1,7,8] set[1,0,8] set[1,165,8]", {kHere}},
+    {"WriteWordLowByteFirst", [](U& u, P&) { return OneWireWriteWordAt(u, 7, -2); },
+     "get[4,0,8] set[1,204,8] set[1,15,8] set[1,7,8] set[1,0,8] set[1,254,8] set[1,255,8]", {kHere}},
+    {"WriteMemoryWithoutADevice", [](U& u, P&) { return OneWireWriteByteAt(u, 7, 0xA5); },
+     "get[4,0,8]", {kNobody}, "1 1 ", ErrorCode::NoAcknowledge},
+    {"ReadRegisters", [](U& u, P& at) { return OneWireReadRegs(u, 254, at.bytes, 2); },
+     "get[1,254,8] get[1,255,8]", {{0x12}, {0x34}}, "1 1 1234"},
+    {"ReadRegistersPastTheEnd", [](U& u, P& at) { return OneWireReadRegs(u, 255, at.bytes, 2); },
+     "get[1,255,8]", {{0x12}}, "1 1 12", ErrorCode::IncorrectParam},
+    {"WriteRegisters", [](U& u, P&) { return OneWireWriteRegs(u, 0x10, Bytes{1, 2, 3}); },
+     "set[6,4097,8] set[6,4354,8] set[6,4611,8]", {}},
+    {"WriteRegistersPastTheEnd", [](U& u, P&) { return OneWireWriteRegWord(u, 255, 0x1234); },
+     "set[6,65332,8]", {}, "1 1 ", ErrorCode::IncorrectParam},
+    {"Identity", [](U& u, P& at) { return ReadGaugeIdentity(u, {}, 22, at.text); },
+     "read[26,22] write[0,1,22] poll read[0,22] write[0,2,22] poll read[0,22]",
+     {{0x31}, kNone, kNone, {0x0800}, kNone, kNone, {0x0102}}, "1 1 Device:800, Ver:1.02"},
+    {"IdentityOfHighNumbers",
+     [](U& u, P& at) { return ReadGaugeIdentity(u, {62, -1, 3, true, {}}, 22, at.text); },
+     "read[26,22] write[62,-1,22] poll read[62,22] write[62,3,22] poll read[62,22]",
+     {{0x31}, kNone, kNone, {-2}, kNone, kNone, {-0x5FF1}}, "1 1 Device:FFFE, Ver:A0.0F"},
+    {"IdentityThatIsForbidden",
+     [](U& u, P& at) { return ReadGaugeIdentity(u, {0, 1, 2, false, {}}, 22, at.text); },
+     "", {}, "1 1 ", ErrorCode::IncorrectParam},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(Table, Sequences, testing::ValuesIn(kSequences),
+                         [](const auto& row) { return row.param.name; });
 
 TEST(GaugeIdentity, TakesItsRequestFromProgramSettingsAndTarget)
 {

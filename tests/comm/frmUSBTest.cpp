@@ -34,9 +34,19 @@ struct Bench {
     frmUSB usb{driver, time, messages, folder.path()};
 };
 
+/// Arguments for the wrappers to read and write.
+struct Places {
+    std::uint8_t byte = 0;
+    std::int16_t word = 0;
+    std::int16_t length = 10;
+    std::int32_t wide = 0x1002A;
+    Bytes bytes;
+    QString text;
+};
+
 struct Wrapper {
     const char* name;
-    void (*run)(frmUSB& usb, ErrorCode& err);
+    void (*run)(frmUSB& usb, Places& at, ErrorCode& err);
     const char* call; ///< what reaches the driver
     const char* log; ///< text of a failure's one line; empty: none
     bool polls = false;
@@ -44,19 +54,14 @@ struct Wrapper {
 
 void PrintTo(const Wrapper& wrapper, std::ostream* out) { *out << wrapper.name; }
 
-std::int16_t g_word = 0;
-std::int32_t g_long = 0;
-std::uint8_t g_byte = 0;
-Bytes g_bytes;
-QString g_text;
-
 class Wrappers : public testing::TestWithParam<Wrapper> { };
 
 TEST_P(Wrappers, MakesOneCallAndPollsOnlyAfterAWrite)
 {
     Bench bench;
     ErrorCode err = ErrorCode::Unknown;
-    GetParam().run(bench.usb, err);
+    Places at;
+    GetParam().run(bench.usb, at, err);
     EXPECT_EQ(err, ErrorCode::Ok);
     QStringList expected{QString::fromLatin1(GetParam().call)};
     if (GetParam().polls)
@@ -74,7 +79,8 @@ TEST_P(Wrappers, LogsARefusalOnceAndAFailedPollTwice)
             bench.driver.Will(ErrorCode::Ok);
         bench.driver.Will(ErrorCode::NoAcknowledge);
         ErrorCode err = ErrorCode::Ok;
-        GetParam().run(bench.usb, err);
+        Places at;
+        GetParam().run(bench.usb, at, err);
         EXPECT_EQ(err, ErrorCode::NoAcknowledge);
         EXPECT_EQ(bench.driver.calls.size(), failAt);
         QStringList lines;
@@ -88,112 +94,83 @@ TEST_P(Wrappers, LogsARefusalOnceAndAFailedPollTwice)
 
 const Bytes kThree{1, 2, 0xFE};
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, Wrappers,
-    testing::Values(
-        Wrapper{"CheckForError", [](auto& usb, auto& err) { usb.CheckForError(err); }, "AdpGetLastError []",
-                "CheckForError()"},
-        Wrapper{"Version", [](auto& usb, auto& err) { usb.GetHX5100Version(g_word, g_word, err); },
-                "AdpGetVersion []", "GetHX5100Version()"},
-        Wrapper{"ReadWord", [](auto& usb, auto& err) { usb.ReadSMBusWord_(9, g_word, 22, err); },
-                "AdpReadSMBusWord [9,22]", "ReadSMBusWord_(9)"},
-        Wrapper{"ReadWordBytes",
-                [](auto& usb, auto& err) { usb.ReadSMBusWord(0xAB, g_byte, g_byte, 22, err); },
-                "AdpReadSMBusWord [171,22]", "ReadSMBusWord_(AB)"},
-        Wrapper{"WriteWord", [](auto& usb, auto& err) { usb.WriteSMBusWord_(0x0F, -2, 22, err); },
-                "AdpWriteSMBusWord [15,-2,22]", "WriteSMBusWord_(F,FFFE)", true},
-        Wrapper{"WriteWordBytes", [](auto& usb, auto& err) { usb.WriteSMBusWord(0, 0xFF, 0x0A, 22, err); },
-                "AdpWriteSMBusWord [0,-246,22]", "WriteSMBusWord_(0,FF0A)", true},
-        Wrapper{"ReadBlockQuietly",
-                [](auto& usb, auto& err) { usb.ReadSMBusBlock_(32, g_bytes, g_word, 22, err); },
-                "AdpReadSMBusBlock [32,22]", ""},
-        Wrapper{"ReadBlockAsText", [](auto& usb, auto& err) { usb.ReadSMBusBlock(32, g_text, 22, 0, err); },
-                "AdpReadSMBusBlock [32,22]", "ReadSMBusBlock(20)"},
-        Wrapper{"WriteBlock", [](auto& usb, auto& err) { usb.WriteSMBusBlock(0x2F, kThree, 3, 22, err); },
-                "AdpWriteSMBusBlock [47,\"0102FE\",3,22]", "WriteSMBusWord(2F,...,3)", true},
-        Wrapper{"Command", [](auto& usb, auto& err) { usb.WriteSMBusCommand(0x41, 22, err); },
-                "AdpWriteSMBusCommand [65,22]", "WriteSMBusCommand(41)", true},
-        Wrapper{"ReadI2CBlock",
-                [](auto& usb, auto& err) {
-                    std::int16_t length = 8;
-                    usb.ReadI2CBlockOnSMB_(0x1F, g_bytes, length, 22, err);
-                },
-                "AdpReadI2CBlockOnSMB [31,8,22]", "ReadI2CBlockOnSMB_(1F)"},
-        Wrapper{"ReadI2CBlockAsText",
-                [](auto& usb, auto& err) { usb.ReadI2CBlockOnSMB(0x1F, g_text, 22, err); },
-                "AdpReadI2CBlockOnSMB [31,32,22]", "ReadI2CBlockOnSMB(1F)"},
-        Wrapper{"WriteReadI2CBlock",
-                [](auto& usb, auto& err) {
-                    std::int16_t count = 16;
-                    usb.WriteReadI2CBlockOnSMB(0x1F, kThree, 3, g_bytes, count, 22, err);
-                },
-                "AdpWriteReadI2CBlockOnSMB [31,\"0102FE\",3,16,22]", "WriteReadI2CBlockOnSMB(1F,3,10)"},
-        Wrapper{"WriteI2CBlock",
-                [](auto& usb, auto& err) { usb.WriteI2CBlockOnSMB(0x1F, kThree, 3, 22, err); },
-                "AdpWriteI2CBlockOnSMB [31,\"0102FE\",3,22]", "WriteI2CBlockOnSMB(1F,...,3)", true},
-        Wrapper{"ReadWithoutCommand",
-                [](auto& usb, auto& err) {
-                    std::int16_t length = 8;
-                    usb.ReadI2CBlockNoCmdOnSMB(g_bytes, length, 22, err);
-                },
-                "AdpReadI2CBlockNoCmdOnSMB [8,22]", "WriteI2CBlockOnSMB()"},
-        Wrapper{"I2CReadBlock",
-                [](auto& usb, auto& err) {
-                    std::int16_t length = 10;
-                    usb.I2CReadBlock(0xA0, 0x10, g_bytes, length, err);
-                },
-                "AdpI2CReadBlock [160,16,10]", "I2CReadBlock_(A0,10,...,A)"},
-        Wrapper{"I2CWriteBlock", [](auto& usb, auto& err) { usb.I2CWriteBlock(0xA0, 0x10, kThree, 3, err); },
-                "AdpI2CWriteBlock [160,16,\"0102FE\",3]", "I2CWriteBlock(A0,10,...,3)", true},
-        Wrapper{"I2CPower", [](auto& usb, auto& err) { usb.I2CPower(1, err); }, "AdpI2CFunction [0,1,0,0]",
-                "I2CPower(1)", true},
-        Wrapper{"I2CWriteByte", [](auto& usb, auto& err) { usb.I2CWriteByte(0xA0, 5, 0xC3, err); },
-                "AdpI2CFunction [1,160,5,195]", "I2CWriteByte(A0,5,C3)", true},
-        Wrapper{"I2CReadByte", [](auto& usb, auto& err) { usb.I2CReadByte(0xA0, 5, g_byte, err); },
-                "AdpI2CFunction [2,160,5,0]", "I2CReadByte(A0,5)"},
-        Wrapper{"WireControl", [](auto& usb, auto& err) { usb.I2CWireControl(3, err); },
-                "AdpI2CFunction [3,3,0,0]", "I2CWireControl(3)", true},
-        Wrapper{"EEPower", [](auto& usb, auto& err) { usb.EEPower(1, err); }, "AdpI2CFunction [0,1,0,0]",
-                "EEPower(1)", true},
-        Wrapper{"EEWriteByte", [](auto& usb, auto& err) { usb.EEWriteByte(0x7F, 0xC3, err); },
-                "AdpI2CFunction [1,160,127,195]", "EEWriteByte(7F,C3)", true},
-        Wrapper{"EEWrite", [](auto& usb, auto& err) { usb.EEWrite(0xA2, 0x7F, 0xC3, err); },
-                "AdpI2CFunction [1,162,127,195]", "EEWrite(A2,7F,C3)", true},
-        Wrapper{"EEReadByte", [](auto& usb, auto& err) { usb.EEReadByte(0x7F, g_byte, err); },
-                "AdpI2CFunction [2,160,127,0]", "EEReadByte(7F)"},
-        Wrapper{"EERead", [](auto& usb, auto& err) { usb.EERead(0xA2, 0x7F, g_byte, err); },
-                "AdpI2CFunction [2,162,127,0]", "EERead(A2,7F)"},
-        Wrapper{"ReadOneWire",
-                [](auto& usb, auto& err) {
-                    std::int32_t value = 0x1002A;
-                    usb.ReadOneWire(8, value, err);
-                },
-                "AdpReadOneWire [8,65578,8]", "ReadOneWire(81002A)"},
-        Wrapper{"WriteOneWire", [](auto& usb, auto& err) { usb.WriteOneWire(1, 0xCC, err); },
-                "AdpWriteOneWire [1,204,8]", "WriteOneWire(1CC8)"},
-        Wrapper{"SrecWithCfg",
-                [](auto& usb, auto& err) {
-                    usb.ProgramFromSrecWithCfg(QStringLiteral("a%1.srec"), QStringLiteral("b"),
-                                               QStringLiteral("c"), err);
-                },
-                "AdpProgramFromSrecWithCfg [\"a%1.srec\",\"b\",\"c\"]", "ProgramFromSrecWithCfg(a%1.srec)"},
-        Wrapper{"ProgramSrec",
-                [](auto& usb, auto& err) { usb.ProgramSrec(QStringLiteral("a"), g_word, g_long, err); },
-                "AdpProgramSrec [\"a\"]", "ProgramSrec(a)"},
-        Wrapper{"ReadSrec",
-                [](auto& usb, auto& err) { usb.ReadSrec(QStringLiteral("a"), g_word, g_long, err); },
-                "AdpReadSrec [\"a\",0]", "ReadSrec(a)"},
-        Wrapper{"ProgramFlash",
-                [](auto& usb, auto& err) { usb.ProgramFlash(1, 0x4000, kThree, 3, {}, 0, -7, g_word, err); },
-                "AdpProgramFlash [1,16384,\"0102FE\",3,\"\",0,-7]", "ProgramFlash(1,16384,...,3,...,0)"},
-        Wrapper{"ReadFlash",
-                [](auto& usb, auto& err) { usb.ReadFlash(1, 0x4000, g_bytes, 32, 6, 7, g_word, err); },
-                "AdpReadFlash [1,16384,32,6,7]", "ReadFlash(1,16384,...,32,...,7)"},
-        Wrapper{"GPIOWrite", [](auto& usb, auto& err) { usb.GPIOWrite(1, 0, err); }, "AdpGPIOWrite [1,0]",
-                ""},
-        Wrapper{"GPIORead", [](auto& usb, auto& err) { usb.GPIORead(1, g_word, err); }, "AdpGPIORead [1]",
-                ""}),
-    [](const auto& row) { return row.param.name; });
+using U = frmUSB;
+using P = Places;
+using E = ErrorCode;
+
+const Wrapper kWrappers[] = {
+    {"CheckForError", [](U& u, P&, E& e) { u.CheckForError(e); }, "AdpGetLastError []", "CheckForError()"},
+    {"Version", [](U& u, P& at, E& e) { u.GetHX5100Version(at.word, at.word, e); }, "AdpGetVersion []",
+     "GetHX5100Version()"},
+    {"ReadWord", [](U& u, P& at, E& e) { u.ReadSMBusWord_(9, at.word, 22, e); }, "AdpReadSMBusWord [9,22]",
+     "ReadSMBusWord_(9)"},
+    {"ReadWordBytes", [](U& u, P& at, E& e) { u.ReadSMBusWord(0xAB, at.byte, at.byte, 22, e); },
+     "AdpReadSMBusWord [171,22]", "ReadSMBusWord_(AB)"},
+    {"WriteWord", [](U& u, P&, E& e) { u.WriteSMBusWord_(0x0F, -2, 22, e); }, "AdpWriteSMBusWord [15,-2,22]",
+     "WriteSMBusWord_(F,FFFE)", true},
+    {"WriteWordBytes", [](U& u, P&, E& e) { u.WriteSMBusWord(0, 0xFF, 0x0A, 22, e); },
+     "AdpWriteSMBusWord [0,-246,22]", "WriteSMBusWord_(0,FF0A)", true},
+    {"ReadBlockQuietly", [](U& u, P& at, E& e) { u.ReadSMBusBlock_(32, at.bytes, at.word, 22, e); },
+     "AdpReadSMBusBlock [32,22]", ""},
+    {"ReadBlockAsText", [](U& u, P& at, E& e) { u.ReadSMBusBlock(32, at.text, 22, 0, e); },
+     "AdpReadSMBusBlock [32,22]", "ReadSMBusBlock(20)"},
+    {"WriteBlock", [](U& u, P&, E& e) { u.WriteSMBusBlock(0x2F, kThree, 3, 22, e); },
+     "AdpWriteSMBusBlock [47,\"0102FE\",3,22]", "WriteSMBusWord(2F,...,3)", true},
+    {"Command", [](U& u, P&, E& e) { u.WriteSMBusCommand(0x41, 22, e); }, "AdpWriteSMBusCommand [65,22]",
+     "WriteSMBusCommand(41)", true},
+    {"ReadI2CBlock", [](U& u, P& at, E& e) { u.ReadI2CBlockOnSMB_(0x1F, at.bytes, at.length, 22, e); },
+     "AdpReadI2CBlockOnSMB [31,10,22]", "ReadI2CBlockOnSMB_(1F)"},
+    {"ReadI2CBlockAsText", [](U& u, P& at, E& e) { u.ReadI2CBlockOnSMB(0x1F, at.text, 22, e); },
+     "AdpReadI2CBlockOnSMB [31,32,22]", "ReadI2CBlockOnSMB(1F)"},
+    {"WriteReadI2CBlock",
+     [](U& u, P& at, E& e) { u.WriteReadI2CBlockOnSMB(0x1F, kThree, 3, at.bytes, at.length, 22, e); },
+     "AdpWriteReadI2CBlockOnSMB [31,\"0102FE\",3,10,22]", "WriteReadI2CBlockOnSMB(1F,3,A)"},
+    {"WriteI2CBlock", [](U& u, P&, E& e) { u.WriteI2CBlockOnSMB(0x1F, kThree, 3, 22, e); },
+     "AdpWriteI2CBlockOnSMB [31,\"0102FE\",3,22]", "WriteI2CBlockOnSMB(1F,...,3)", true},
+    {"ReadWithoutCommand", [](U& u, P& at, E& e) { u.ReadI2CBlockNoCmdOnSMB(at.bytes, at.length, 22, e); },
+     "AdpReadI2CBlockNoCmdOnSMB [10,22]", "WriteI2CBlockOnSMB()"},
+    {"I2CReadBlock", [](U& u, P& at, E& e) { u.I2CReadBlock(0xA0, 0x10, at.bytes, at.length, e); },
+     "AdpI2CReadBlock [160,16,10]", "I2CReadBlock_(A0,10,...,A)"},
+    {"I2CWriteBlock", [](U& u, P&, E& e) { u.I2CWriteBlock(0xA0, 0x10, kThree, 3, e); },
+     "AdpI2CWriteBlock [160,16,\"0102FE\",3]", "I2CWriteBlock(A0,10,...,3)", true},
+    {"I2CPower", [](U& u, P&, E& e) { u.I2CPower(1, e); }, "AdpI2CFunction [0,1,0,0]", "I2CPower(1)", true},
+    {"I2CWriteByte", [](U& u, P&, E& e) { u.I2CWriteByte(0xA0, 5, 0xC3, e); }, "AdpI2CFunction [1,160,5,195]",
+     "I2CWriteByte(A0,5,C3)", true},
+    {"I2CReadByte", [](U& u, P& at, E& e) { u.I2CReadByte(0xA0, 5, at.byte, e); },
+     "AdpI2CFunction [2,160,5,0]", "I2CReadByte(A0,5)"},
+    {"WireControl", [](U& u, P&, E& e) { u.I2CWireControl(3, e); }, "AdpI2CFunction [3,3,0,0]",
+     "I2CWireControl(3)", true},
+    {"EEPower", [](U& u, P&, E& e) { u.EEPower(1, e); }, "AdpI2CFunction [0,1,0,0]", "EEPower(1)", true},
+    {"EEWriteByte", [](U& u, P&, E& e) { u.EEWriteByte(0x7F, 0xC3, e); }, "AdpI2CFunction [1,160,127,195]",
+     "EEWriteByte(7F,C3)", true},
+    {"EEWrite", [](U& u, P&, E& e) { u.EEWrite(0xA2, 0x7F, 0xC3, e); }, "AdpI2CFunction [1,162,127,195]",
+     "EEWrite(A2,7F,C3)", true},
+    {"EEReadByte", [](U& u, P& at, E& e) { u.EEReadByte(0x7F, at.byte, e); }, "AdpI2CFunction [2,160,127,0]",
+     "EEReadByte(7F)"},
+    {"EERead", [](U& u, P& at, E& e) { u.EERead(0xA2, 0x7F, at.byte, e); }, "AdpI2CFunction [2,162,127,0]",
+     "EERead(A2,7F)"},
+    {"ReadOneWire", [](U& u, P& at, E& e) { u.ReadOneWire(8, at.wide, e); }, "AdpReadOneWire [8,65578,8]",
+     "ReadOneWire(81002A)"},
+    {"WriteOneWire", [](U& u, P&, E& e) { u.WriteOneWire(1, 0xCC, e); }, "AdpWriteOneWire [1,204,8]",
+     "WriteOneWire(1CC8)"},
+    {"SrecWithCfg",
+     [](U& u, P&, E& e) {
+         u.ProgramFromSrecWithCfg(QStringLiteral("a%1.srec"), QStringLiteral("b"), QStringLiteral("c"), e);
+     },
+     "AdpProgramFromSrecWithCfg [\"a%1.srec\",\"b\",\"c\"]", "ProgramFromSrecWithCfg(a%1.srec)"},
+    {"ProgramSrec", [](U& u, P& at, E& e) { u.ProgramSrec(QStringLiteral("a"), at.word, at.wide, e); },
+     "AdpProgramSrec [\"a\"]", "ProgramSrec(a)"},
+    {"ReadSrec", [](U& u, P& at, E& e) { u.ReadSrec(QStringLiteral("a"), at.word, at.wide, e); },
+     "AdpReadSrec [\"a\",0]", "ReadSrec(a)"},
+    {"ProgramFlash", [](U& u, P& at, E& e) { u.ProgramFlash(1, 0x4000, kThree, 3, {}, 0, -7, at.word, e); },
+     "AdpProgramFlash [1,16384,\"0102FE\",3,\"\",0,-7]", "ProgramFlash(1,16384,...,3,...,0)"},
+    {"ReadFlash", [](U& u, P& at, E& e) { u.ReadFlash(1, 0x4000, at.bytes, 32, 6, 7, at.word, e); },
+     "AdpReadFlash [1,16384,32,6,7]", "ReadFlash(1,16384,...,32,...,7)"},
+    {"GPIOWrite", [](U& u, P&, E& e) { u.GPIOWrite(1, 0, e); }, "AdpGPIOWrite [1,0]", ""},
+    {"GPIORead", [](U& u, P& at, E& e) { u.GPIORead(1, at.word, e); }, "AdpGPIORead [1]", ""},
+};
+INSTANTIATE_TEST_SUITE_P(Table, Wrappers, testing::ValuesIn(kWrappers),
+                         [](const auto& row) { return row.param.name; });
 
 TEST(frmUSB, PollsAfterTheAdaptersPauseAndLogsBoth)
 {
@@ -291,8 +268,9 @@ TEST(frmUSB, CountsAnyFlashResultButZeroAsAFailure)
          {std::pair{0, 0}, {51, 51}, {-1, -1}, {0x8004, -0x7FFC}, {0x10000, 100}, {-0x8001, 100}}) {
         Bench bench;
         bench.driver.Will(result);
+        Places at;
         ErrorCode err = ErrorCode::Ok;
-        bench.usb.ProgramSrec(QString(), g_word, g_long, err);
+        bench.usb.ProgramSrec(QString(), at.word, at.wide, err);
         EXPECT_EQ(Number(err), code) << result;
     }
 }

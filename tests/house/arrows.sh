@@ -4,11 +4,12 @@
 set -euo pipefail
 cd "${1:?top of the source tree}"
 
-lower='platform settings comm'
+lower='platform settings look comm'
 declare -A may=(
     [platform]='platform'
     [settings]='platform settings'
-    [comm]='platform settings comm'
+    [look]='platform settings look'
+    [comm]='platform settings look comm'
     [simulator]='platform simulator'
     [sbs]="$lower sbs" [dataflash]="$lower dataflash" [flashimage]="$lower flashimage"
     [calibration]="$lower calibration dataflash" [engineering]="$lower engineering"
@@ -25,6 +26,8 @@ while IFS=: read -r file include; do
     from=${file%%/*} to=${include%%/*} seen=$((seen + 1))
     [[ " ${may[$from]} " == *" $to "* || ${may[$from]} == '*' ]] && wrong= || wrong='an arrow the wrong way'
     [[ "$file $include" =~ $exceptions ]] && wrong=
+    # looks belong to windows; comm's core has none
+    [[ $from == comm && $to == look && ${file##*/} != frmErrMsg.* ]] && wrong="a core that knows windows' looks"
     # a view includes no other room's view, and a core no view at all
     if [[ ${include##*/} == frm* && ${include##*/} != frmUSB.h && $from != app ]]; then
         [[ ${file##*/} == frm* && $from == "$to" ]] || wrong='only app/ knows the views'

@@ -1,0 +1,81 @@
+#include "cli/BatchRunner.h"
+
+#include "cli/Interrupt.h"
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <QJsonParseError>
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+namespace {
+
+/// The command that "op" names below this one: "gpio-write", and "one-wire read" or "one-wire-read".
+const CommandSpec* FindOp(const std::vector<CommandSpec>& commands, const CommandSpec& group,
+                          const QString& op)
+{
+    const auto plain = [](QString path) { return path.replace(QLatin1Char('-'), QLatin1Char(' ')); };
+    const QString path = plain(QLatin1String(group.Path) + QLatin1Char(' ') + op);
+    const auto found = std::ranges::find_if(commands, [&](const CommandSpec& command) {
+        return path == plain(QString::fromLatin1(command.Path));
+    });
+    return found == commands.end() || !found->Run ? nullptr : &*found;
+}
+
+Outcome RunLine(CommandContext& context, const std::vector<CommandSpec>& commands, const CommandSpec& group,
+                const QByteArray& text)
+{
+    QJsonParseError problem;
+    const QJsonDocument document = QJsonDocument::fromJson(text, &problem);
+    if (!document.isObject())
+        return Refused(problem.error == QJsonParseError::NoError
+                           ? QStringLiteral("the line is no JSON object")
+                           : QStringLiteral("the line is no JSON object: %1 at byte %2")
+                                 .arg(problem.errorString())
+                                 .arg(problem.offset));
+    QJsonObject members = document.object();
+    const CommandSpec* command = &group;
+    if (group.Batch == BatchForm::Ops) {
+        const QString op = members.take(QStringLiteral("op")).toString();
+        command = FindOp(commands, group, op);
+        if (!command)
+            return Refused(
+                QStringLiteral("there is no \"op\" named \"%1\"; \"tarnlo-cli %2 --help\" lists them")
+                    .arg(op, QLatin1String(group.Path)));
+    }
+    Arguments arguments;
+    QString wrong = arguments.AddJson(members);
+    if (wrong.isEmpty())
+        wrong = arguments.Check(command->Arguments);
+    return wrong.isEmpty() ? command->Run(context, arguments) : Refused(wrong);
+}
+
+} // namespace
+
+Outcome RunBatch(CommandContext& context, const std::vector<CommandSpec>& commands,
+                 const CommandSpec& command, const QString& file)
+{
+    std::ifstream opened;
+    if (file != QLatin1String("-")) {
+        opened.open(file.toStdString());
+        if (!opened)
+            return Refused(QStringLiteral("%1 could not be opened for reading").arg(file));
+    }
+    std::istream& input = file == QLatin1String("-") ? std::cin : opened;
+
+    int status = ExitStatus::kDone;
+    bool anyDone = false;
+    std::string line;
+    while (!Interrupt::Asked() && !context.Out.Broken() && std::getline(input, line)) {
+        const Outcome outcome = RunLine(context, commands, command, QByteArray::fromStdString(line));
+        context.Out.Print(outcome, context.Messages.Take(), true);
+        status = outcome.Status;
+        anyDone = anyDone || status == ExitStatus::kDone;
+    }
+    Outcome end;
+    end.Status = anyDone ? ExitStatus::kDone : status;
+    return end;
+}

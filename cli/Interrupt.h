@@ -1,0 +1,10 @@
+#pragma once
+
+#include <atomic>
+
+/// SIGINT, SIGTERM and SIGHUP ask the running command to end; the second one ends the program at once.
+namespace Interrupt {
+void Install();
+[[nodiscard]] const std::atomic<bool>& Flag();
+[[nodiscard]] inline bool Asked() { return Flag().load(); }
+} // namespace Interrupt

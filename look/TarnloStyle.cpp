@@ -1,0 +1,160 @@
+#include "look/TarnloStyle.h"
+
+#include "look/Theme.h"
+
+#include <QPainter>
+#include <QStyleOption>
+#include <QWidget>
+
+namespace {
+
+const SkinColours& Colours()
+{
+    return Theme::Current().Colours();
+}
+
+void DrawFrame(QPainter* painter, const QRect& rect, Rgb colour, qreal width, const QBrush& fill = Qt::NoBrush)
+{
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(QPen(ToColour(colour), width));
+    painter->setBrush(fill);
+    const qreal inset = width / 2;
+    painter->drawRoundedRect(QRectF(rect).adjusted(inset, inset, -inset, -inset), 2, 2);
+    painter->restore();
+}
+
+/// The frame of anything that takes the keyboard.
+void DrawFieldFrame(QPainter* painter, const QStyleOption* option, const QBrush& fill = Qt::NoBrush)
+{
+    const bool enabled = option->state & QStyle::State_Enabled;
+    if (enabled && (option->state & QStyle::State_HasFocus))
+        DrawFrame(painter, option->rect, Colours().SelectionHighlight, 2, fill);
+    else
+        DrawFrame(painter, option->rect, enabled ? Colours().Outline : Colours().Line, 1, fill);
+}
+
+void DrawCheckBox(QPainter* painter, const QStyleOption* option, QStyle::State checked)
+{
+    const int side = std::min({option->rect.width(), option->rect.height(), 13});
+    QRect box(0, 0, side, side);
+    box.moveCenter(option->rect.center());
+    const bool enabled = option->state & QStyle::State_Enabled;
+    const bool focus = enabled && (option->state & QStyle::State_HasFocus);
+    DrawFrame(painter, box, focus ? Colours().SelectionHighlight : enabled ? Colours().Outline : Colours().Line,
+              focus ? 2 : 1, ToColour(enabled ? Colours().Base : Colours().Background));
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    const QColor ink = ToColour(enabled ? Colours().TextFore : Colours().TextDisabled);
+    painter->setPen(QPen(ink, 1.75, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    const QRectF inner = QRectF(box).adjusted(3, 3, -3, -3);
+    if (checked & QStyle::State_On)
+        painter->drawPolyline(QPolygonF{{inner.left(), inner.center().y()},
+                                        {inner.left() + inner.width() * .38, inner.bottom() - .7},
+                                        {inner.right() + .3, inner.top() + .3}});
+    else if (checked & QStyle::State_NoChange)
+        painter->drawLine(QPointF(inner.left(), inner.center().y()), QPointF(inner.right(), inner.center().y()));
+    painter->restore();
+}
+
+void DrawSplitterDots(QPainter* painter, const QStyleOption* option)
+{
+    constexpr int kDots = 8;
+    constexpr int kPitch = 4;
+    const bool upright = option->state & QStyle::State_Horizontal; // between things side by side
+    QPoint dot = option->rect.center() - (upright ? QPoint(0, kDots * kPitch / 2) : QPoint(kDots * kPitch / 2, 0));
+    for (int i = 0; i < kDots; ++i, dot += upright ? QPoint(0, kPitch) : QPoint(kPitch, 0))
+        painter->fillRect(QRect(dot, QSize(2, 2)), ToColour(Colours().Outline));
+}
+
+} // namespace
+
+TarnloStyle::TarnloStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+
+void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                                const QWidget* widget) const
+{
+    switch (element) {
+    case PE_IndicatorCheckBox:
+    case PE_IndicatorItemViewItemCheck:
+        DrawCheckBox(painter, option, option->state);
+        return;
+    case PE_PanelLineEdit:
+        if (const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(option); frame && frame->lineWidth > 0)
+            DrawFieldFrame(painter, option, option->palette.brush(QPalette::Base));
+        else
+            painter->fillRect(option->rect, option->palette.brush(QPalette::Base));
+        return;
+    case PE_Frame:
+        if (widget && widget->focusPolicy() != Qt::NoFocus) { // a list, table or text, not a group
+            DrawFieldFrame(painter, option);
+            return;
+        }
+        break;
+    case PE_PanelButtonCommand: {
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+        const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+        if (button && (button->state & State_Enabled)
+            && ((button->features & QStyleOptionButton::DefaultButton) || (button->state & State_HasFocus)))
+            DrawFrame(painter, option->rect, Colours().SelectionHighlight, 2);
+        return;
+    }
+    case PE_FrameFocusRect:
+        if (widget && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")))
+            return; // their frame shows it
+        break;
+    default:
+        break;
+    }
+    QProxyStyle::drawPrimitive(element, option, painter, widget);
+}
+
+void TarnloStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                              const QWidget* widget) const
+{
+    if (element == CE_Splitter) {
+        DrawSplitterDots(painter, option);
+        return;
+    }
+    QProxyStyle::drawControl(element, option, painter, widget);
+    if (element == CE_ProgressBarGroove)
+        DrawFrame(painter, option->rect, Colours().Outline, 1);
+}
+
+void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
+                                     const QWidget* widget) const
+{
+    QProxyStyle::drawComplexControl(control, option, painter, widget);
+    if (control == CC_ComboBox || control == CC_SpinBox)
+        DrawFieldFrame(painter, option);
+}
+
+int TarnloStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const
+{
+    switch (metric) {
+    case PM_LayoutLeftMargin:
+    case PM_LayoutTopMargin:
+    case PM_LayoutRightMargin:
+    case PM_LayoutBottomMargin:
+        return 12;
+    case PM_LayoutHorizontalSpacing:
+    case PM_LayoutVerticalSpacing:
+        return 8;
+    case PM_SplitterWidth:
+        return 6;
+    default:
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+}
+
+int TarnloStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                           QStyleHintReturn* returned) const
+{
+    switch (hint) {
+    case SH_Widget_Animation_Duration:
+    case SH_EtchDisabledText:
+        return 0;
+    default:
+        return QProxyStyle::styleHint(hint, option, widget, returned);
+    }
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "sbs/ScanEngine.h"
+#include "sbs/clsSBSCfgRW.h"
+
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+struct FlagBit {
+    QString Name; ///< empty: reserved
+    int Bit = 0; ///< 0 is the lowest
+    std::optional<bool> Value; ///< nothing: not read, read failed, or beyond the register's 16 bits
+};
+
+/// One line of the flags display.
+struct FlagLine {
+    QString Caption;
+    int Row = 0; ///< register row
+    bool Scanned = false; ///< the register row exists and its scan switch is on
+    std::vector<FlagBit> Bits; ///< highest first
+};
+
+inline constexpr int kMostFlagBits = 32;
+
+/// @param flag  0 up to the number of flags; a BitWidth outside 0..kMostFlagBits is brought into that range
+[[nodiscard]] FlagLine ReadFlagLine(const ScanEngine& scan, int flag);

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <qcustomplot.h>
+
+/// A value axis that knows how wide it came out, so that the markers of its curves can stand beside its title.
+class PlotAxis final : public QCPAxis {
+    Q_OBJECT
+public:
+    PlotAxis(QCPAxisRect* parent, AxisType type, QString unit) : QCPAxis(parent, type), Unit(std::move(unit)) { }
+
+    const QString Unit;
+    [[nodiscard]] int Margin() const { return m_margin; }
+
+protected:
+    int calculateMargin() override { return m_margin = QCPAxis::calculateMargin(); }
+
+private:
+    int m_margin = 0;
+};

@@ -1,0 +1,506 @@
+#include "sbs/PlotCanvas.h"
+
+#include "look/Icons.h"
+#include "look/Marks.h"
+#include "look/Theme.h"
+#include "sbs/PlotAxis.h"
+#include "sbs/PlotPens.h"
+
+#include <QSharedPointer>
+#include <QToolTip>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+namespace {
+
+constexpr int kStripGap = 3;
+constexpr int kStripHeight = 18;
+constexpr int kEventIcon = 14;
+constexpr int kMostListed = 20;
+constexpr std::size_t kMostPointsWithMarkers = 60;
+constexpr std::size_t kMostAntialiasedPoints = 20'000;
+// A longer way of the pen over the picture is noise in which no dash can be told; drawing it costs most.
+constexpr double kLongestDashedPath = 20'000;
+constexpr double kWheelStep = 120;
+
+/// One layer's drawing, given by the canvas.
+class Painted final : public QCPLayerable {
+public:
+    Painted(QCustomPlot* plot, const QString& layer, std::function<void(QCPPainter*)> drawing)
+        : QCPLayerable(plot, layer), m_drawing(std::move(drawing)) { }
+
+protected:
+    void applyDefaultAntialiasingHint(QCPPainter* painter) const override { painter->setAntialiasing(false); }
+    void draw(QCPPainter* painter) override { m_drawing(painter); }
+
+private:
+    std::function<void(QCPPainter*)> m_drawing;
+};
+
+struct EventLook {
+    const char* icon;
+    Rgb SkinColours::*ink;
+};
+
+EventLook LookOf(PlotEvent::Kind kind)
+{
+    switch (kind) {
+    case PlotEvent::Kind::Alarm:
+        return {"alarm", &SkinColours::Caution};
+    case PlotEvent::Kind::FailedRead:
+        return {"cross", &SkinColours::Failed};
+    case PlotEvent::Kind::Write:
+        return {"edit", &SkinColours::Edited};
+    case PlotEvent::Kind::Charge:
+        return {"charge", &SkinColours::TextFore};
+    case PlotEvent::Kind::Discharge:
+        return {"discharge", &SkinColours::TextFore};
+    case PlotEvent::Kind::Relax:
+        return {"relax", &SkinColours::TextFore};
+    }
+    return {"info", &SkinColours::TextFore};
+}
+
+} // namespace
+
+PlotCanvas::PlotCanvas(QWidget* parent) : QCustomPlot(parent), m_colours(Theme::Current().Colours())
+{
+    setObjectName(QStringLiteral("plotCanvas"));
+    setAccessibleName(tr("Plot"));
+    setFocusPolicy(Qt::StrongFocus);
+    setLocale(QLocale::c());
+    setNoAntialiasingOnDrag(true);
+    setMouseTracking(true);
+    yAxis->setVisible(false); // value axes come and go with the units
+    axisRect()->setupFullAxesBox();
+    xAxis2->setVisible(false);
+    yAxis2->setVisible(false);
+    axisRect()->setMinimumMargins(QMargins(56, 10, 16, 0));
+    xAxis->setOffset(kStripGap + kStripHeight);
+    xAxis->setTicker(QSharedPointer<QCPAxisTickerDateTime>::create());
+
+    new Painted(this, QStringLiteral("background"), [this](QCPPainter* painter) { DrawFailed(painter); });
+    new Painted(this, QStringLiteral("main"), [this](QCPPainter* painter) { DrawCurves(painter); });
+    layer(QStringLiteral("overlay"))->setMode(QCPLayer::lmBuffered); // a moving cursor redraws this layer alone
+    new Painted(this, QStringLiteral("overlay"), [this](QCPPainter* painter) { DrawOverlay(painter); });
+    Applyskin();
+}
+
+void PlotCanvas::SetCurves(std::vector<PlotCurve> curves)
+{
+    m_curves = std::move(curves);
+    MakeAxes();
+    Show(m_fromMs, m_toMs);
+}
+
+void PlotCanvas::SetEvents(std::vector<PlotEvent> events)
+{
+    m_events = std::move(events);
+}
+
+void PlotCanvas::SetSelected(std::optional<int> place)
+{
+    m_selected = place;
+    replot(rpQueuedReplot);
+}
+
+void PlotCanvas::SetCursor(std::optional<std::int64_t> atMs)
+{
+    m_cursorMs = atMs;
+    layer(QStringLiteral("overlay"))->replot();
+}
+
+void PlotCanvas::SetTool(Tool tool)
+{
+    m_tool = tool;
+    QCustomPlot::setCursor(tool == Tool::Zoom ? Qt::CrossCursor : Qt::ArrowCursor);
+}
+
+void PlotCanvas::MakeAxes()
+{
+    QStringList units;
+    for (const PlotCurve& curve : m_curves)
+        if (!units.contains(curve.Unit) && units.size() < kMostAxes)
+            units << curve.Unit;
+    const bool same = std::ranges::equal(units, m_axes, {}, {}, [](const PlotAxis* axis) { return axis->Unit; });
+    if (!same) {
+        for (PlotAxis* axis : m_axes)
+            axisRect()->removeAxis(axis);
+        m_axes.clear();
+        for (const QString& unit : units) {
+            const auto side = m_axes.size() % 2 == 0 ? QCPAxis::atLeft : QCPAxis::atRight;
+            auto* axis = new PlotAxis(axisRect(), side, unit);
+            axisRect()->addAxis(side, axis);
+            axis->setLayer(QStringLiteral("axes"));
+            axis->grid()->setLayer(QStringLiteral("grid"));
+            axis->grid()->setVisible(m_axes.empty()); // one set of lines; the other axes have their own ticks
+            axis->setNumberPrecision(7);
+            axis->setNumberFormat(QStringLiteral("g"));
+            m_axes.push_back(axis);
+        }
+        ColourAxes();
+    }
+    for (PlotAxis* axis : m_axes) {
+        QStringList names;
+        for (const PlotCurve& curve : m_curves)
+            if (curve.Unit == axis->Unit)
+                names << curve.Name;
+        const QString title = names.size() <= 2 ? names.join(QStringLiteral(", ")) : tr("%1 curves").arg(names.size());
+        axis->setLabel(axis->Unit.isEmpty() ? title : QStringLiteral("%1 (%2)").arg(title, axis->Unit));
+    }
+}
+
+PlotAxis* PlotCanvas::AxisOf(const PlotCurve& curve) const
+{
+    const auto axis = std::ranges::find(m_axes, curve.Unit, &PlotAxis::Unit);
+    return axis == m_axes.end() ? nullptr : *axis;
+}
+
+void PlotCanvas::Show(std::int64_t fromMs, std::int64_t toMs)
+{
+    m_fromMs = fromMs;
+    m_toMs = std::max(toMs, fromMs + 1);
+    m_lines.clear();
+    std::vector<PlotSpan> failed;
+    const auto columns = static_cast<std::size_t>(std::max(axisRect()->width(), 1));
+    for (const PlotCurve& curve : m_curves) {
+        m_lines.push_back(VisibleLine(curve, m_fromMs, m_toMs, columns));
+        failed.insert(failed.end(), m_lines.back().Failed.begin(), m_lines.back().Failed.end());
+    }
+    m_failed = Joined(std::move(failed));
+    FitAxes();
+    xAxis->setRange(static_cast<double>(m_fromMs) / 1000, static_cast<double>(m_toMs) / 1000);
+    ChooseTimeLabels();
+    replot(rpQueuedReplot);
+}
+
+void PlotCanvas::FitAxes()
+{
+    for (PlotAxis* axis : m_axes) {
+        std::optional<QCPRange> range;
+        for (std::size_t i = 0; i < m_curves.size(); ++i) {
+            if (m_curves[i].Unit != axis->Unit || !m_lines[i].Any)
+                continue;
+            const QCPRange own(m_lines[i].Low, m_lines[i].High);
+            range = range ? range->expanded(own) : own;
+        }
+        if (!range)
+            continue; // the scale stays while nothing is in sight
+        const double pad = range->size() > 0 ? range->size() * .06 : std::max(1.0, std::abs(range->center()) * .01);
+        axis->setRange(range->lower - pad, range->upper + pad);
+    }
+}
+
+void PlotCanvas::ChooseTimeLabels()
+{
+    constexpr double kMinute = 60;
+    constexpr double kDay = 24 * 60 * kMinute;
+    const double span = xAxis->range().size();
+    const auto ticker = xAxis->ticker().staticCast<QCPAxisTickerDateTime>();
+    ticker->setDateTimeFormat(span < 10 ? QStringLiteral("hh:mm:ss.zzz")
+                              : span < 8 * kMinute ? QStringLiteral("hh:mm:ss")
+                              : span < kDay        ? QStringLiteral("hh:mm")
+                                                   : QStringLiteral("yyyy-MM-dd\nhh:mm"));
+    ticker->setTickCount(std::clamp(axisRect()->width() / (span < 8 * kMinute || span >= kDay ? 100 : 80), 2, 12));
+}
+
+double PlotCanvas::X(double ms) const
+{
+    const QRect rect = axisRect()->rect();
+    return rect.left() + (ms - static_cast<double>(m_fromMs)) / static_cast<double>(m_toMs - m_fromMs) * rect.width();
+}
+
+std::int64_t PlotCanvas::TimeAt(double x) const
+{
+    const QRect rect = axisRect()->rect();
+    return m_fromMs
+        + static_cast<std::int64_t>((x - rect.left()) / std::max(rect.width(), 1) * static_cast<double>(m_toMs - m_fromMs));
+}
+
+QRect PlotCanvas::Strip() const
+{
+    const QRect rect = axisRect()->rect();
+    return {rect.left(), rect.bottom() + 1 + kStripGap, rect.width(), kStripHeight};
+}
+
+void PlotCanvas::DrawFailed(QCPPainter* painter) const
+{
+    const QRectF rect = axisRect()->rect();
+    for (const PlotSpan& span : m_failed) {
+        const double left = std::max(X(span.FromMs), rect.left());
+        const double right = std::min(std::max(X(span.ToMs), left + 2), rect.right());
+        if (right > left)
+            DrawHatch(*painter, QRectF(left, rect.top(), right - left, rect.height()),
+                      ToColour(Mix(m_colours.Base, m_colours.Failed, .2)), ToColour(m_colours.Base));
+    }
+}
+
+void PlotCanvas::DrawCurves(QCPPainter* painter) const
+{
+    std::size_t points = 0;
+    for (const PlotLine& line : m_lines)
+        points += line.Points.size();
+    painter->save();
+    painter->setClipRect(axisRect()->rect().adjusted(0, -1, 1, 1));
+    for (std::size_t i = 0; i < m_curves.size(); ++i)
+        DrawCurve(painter, i, points <= kMostAntialiasedPoints);
+    painter->restore();
+}
+
+void PlotCanvas::DrawCurve(QCPPainter* painter, std::size_t i, bool antialiased) const
+{
+    const PlotCurve& curve = m_curves[i];
+    const PlotAxis* axis = AxisOf(curve);
+    if (!axis)
+        return;
+    const std::vector<PlotPoint>& points = m_lines[i].Points;
+    const QRect rect = axisRect()->rect();
+    const double yScale = rect.height() / axis->range().size();
+    const double yLow = axis->range().lower;
+    QPolygonF polyline;
+    polyline.reserve(static_cast<qsizetype>(points.size()));
+    double path = 0;
+    for (const PlotPoint& point : points) {
+        polyline << QPointF(X(point.Ms), rect.bottom() + 1 - (point.Value - yLow) * yScale);
+        if (polyline.size() > 1 && !std::isnan(point.Value)) {
+            const QPointF step = polyline.last() - polyline[polyline.size() - 2];
+            path += std::isnan(step.y()) ? 0 : std::abs(step.x()) + std::abs(step.y());
+        }
+    }
+    const bool dense = path > kLongestDashedPath;
+    QPen pen = CurvePen(curve.Place, m_colours, m_selected == curve.Place ? 2 : 1.5);
+    if (dense) {
+        pen.setStyle(Qt::SolidLine);
+        pen.setWidthF(1);
+    }
+    painter->setAntialiasing(antialiased && !dense);
+    painter->setPen(pen);
+    qsizetype begin = 0;
+    for (qsizetype end = 0; end <= polyline.size(); ++end) {
+        if (end < polyline.size() && !std::isnan(polyline[end].y()))
+            continue;
+        if (end - begin > 1)
+            painter->drawPolyline(polyline.constData() + begin, static_cast<int>(end - begin));
+        else if (end - begin == 1) // a value between two failed reads
+            DrawCurveMarker(*painter, polyline[begin], 5, curve.Place, CurveColour(curve.Place, m_colours));
+        begin = end + 1;
+    }
+    if (points.size() < kMostPointsWithMarkers)
+        for (const QPointF& point : polyline)
+            if (!std::isnan(point.y()))
+                DrawCurveMarker(*painter, point, 6, curve.Place, CurveColour(curve.Place, m_colours));
+}
+
+void PlotCanvas::DrawOverlay(QCPPainter* painter) const
+{
+    const QRect rect = axisRect()->rect();
+    painter->setAntialiasing(false);
+    painter->setPen(ToColour(m_colours.Outline));
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRect(rect);
+    DrawAxisMarkers(painter);
+    DrawEvents(painter);
+    DrawCursor(painter);
+    if (m_rubber) {
+        QColor fill = ToColour(m_colours.SelectionHighlight);
+        painter->setPen(fill);
+        fill.setAlpha(40);
+        painter->setBrush(fill);
+        painter->drawRect(QRect(m_rubber->left(), rect.top(), m_rubber->width(), rect.height()));
+    }
+    if (m_curves.empty()) {
+        painter->setFont(Theme::Current().Font(Type::Body));
+        painter->setPen(ToColour(m_colours.TextSecondary));
+        painter->drawText(rect, Qt::AlignCenter | Qt::TextWordWrap, tr("Tick Plot in a row to see its values here."));
+    }
+}
+
+void PlotCanvas::DrawAxisMarkers(QCPPainter* painter) const
+{
+    constexpr int kPitch = 14;
+    const QRect rect = axisRect()->rect();
+    const QFontMetrics metrics(Theme::Current().Font(Type::Strong));
+    for (const PlotAxis* axis : m_axes) {
+        const double outwards = axis->offset() + axis->Margin() - metrics.height() / 2.0 - 2;
+        const double x = axis->axisType() == QCPAxis::atLeft ? rect.left() - outwards : rect.right() + outwards;
+        double y = rect.center().y() + metrics.horizontalAdvance(axis->label()) / 2.0 + kPitch;
+        for (const PlotCurve& curve : m_curves) {
+            if (curve.Unit != axis->Unit)
+                continue;
+            if (y < rect.bottom())
+                DrawCurveMarker(*painter, QPointF(x, y), 7, curve.Place, CurveColour(curve.Place, m_colours));
+            y += kPitch;
+        }
+    }
+}
+
+std::vector<PlotCanvas::EventGroup> PlotCanvas::EventGroups() const
+{
+    std::vector<EventGroup> groups;
+    const auto first = std::ranges::lower_bound(m_events, m_fromMs, {}, &PlotEvent::AtMs);
+    for (auto event = first; event != m_events.end() && event->AtMs < m_toMs; ++event) {
+        const double x = X(static_cast<double>(event->AtMs));
+        if (!groups.empty() && x - groups.back().x < kEventIcon)
+            ++groups.back().count;
+        else
+            groups.push_back({x, static_cast<std::size_t>(event - m_events.begin()), 1});
+    }
+    return groups;
+}
+
+void PlotCanvas::DrawEvents(QCPPainter* painter) const
+{
+    const QRect rect = axisRect()->rect();
+    const QRect strip = Strip();
+    painter->fillRect(strip, ToColour(m_colours.AlternateBase));
+    painter->setPen(ToColour(m_colours.Line));
+    painter->drawRect(strip);
+    painter->setFont(Theme::Current().Font(Type::Small));
+    painter->setPen(ToColour(m_colours.TextSecondary));
+    painter->drawText(QRect(0, strip.top(), strip.left() - 6, strip.height()), Qt::AlignRight | Qt::AlignVCenter,
+                      tr("Events"));
+    const double ratio = painter->device()->devicePixelRatioF();
+    for (const EventGroup& group : EventGroups()) {
+        const EventLook look = LookOf(m_events[group.first].What);
+        const QColor ink = ToColour(m_colours.*look.ink);
+        QPen dashed(ink, 1, Qt::CustomDashLine);
+        dashed.setDashPattern({3, 3});
+        painter->setPen(dashed);
+        painter->drawLine(QPointF(group.x, rect.top()), QPointF(group.x, rect.bottom()));
+        const QPointF corner(group.x - kEventIcon / 2.0, strip.top() + (kStripHeight - kEventIcon) / 2.0);
+        if (group.count == 1) {
+            painter->drawPixmap(corner, IconPixmap(QLatin1String(look.icon), kEventIcon, ink, ratio));
+        } else {
+            painter->setPen(ToColour(m_colours.TextFore));
+            painter->drawText(QRectF(group.x - 16, strip.top(), 32, strip.height()), Qt::AlignCenter,
+                              QString::number(group.count));
+        }
+    }
+}
+
+void PlotCanvas::DrawCursor(QCPPainter* painter) const
+{
+    if (!m_cursorMs || *m_cursorMs < m_fromMs || *m_cursorMs > m_toMs)
+        return;
+    const QRect rect = axisRect()->rect();
+    const double x = X(static_cast<double>(*m_cursorMs));
+    painter->setPen(ToColour(m_colours.TextFore));
+    painter->drawLine(QPointF(x, rect.top()), QPointF(x, rect.bottom()));
+    for (const PlotCurve& curve : m_curves) {
+        const PlotAxis* axis = AxisOf(curve);
+        const std::optional<double> value = ValueAt(curve, *m_cursorMs);
+        if (!axis || !value)
+            continue;
+        const QPointF centre(x, axis->coordToPixel(*value));
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(ToColour(m_colours.Base));
+        painter->drawEllipse(centre, 6, 6); // keeps the marker clear of line and curves
+        DrawCurveMarker(*painter, centre, 7, curve.Place, CurveColour(curve.Place, m_colours));
+    }
+}
+
+void PlotCanvas::ColourAxes()
+{
+    const Theme& theme = Theme::Current();
+    setBackground(ToColour(m_colours.Base));
+    std::vector<QCPAxis*> axes{xAxis};
+    axes.insert(axes.end(), m_axes.begin(), m_axes.end());
+    for (QCPAxis* axis : axes) {
+        const QPen outline(ToColour(m_colours.Outline));
+        axis->setBasePen(axis == xAxis ? QPen(Qt::NoPen) : outline);
+        axis->setTickPen(outline);
+        axis->setSubTickPen(Qt::NoPen);
+        axis->setTickLength(0, 3);
+        axis->setTickLabelFont(theme.Font(Type::Small));
+        axis->setTickLabelColor(ToColour(m_colours.TextSecondary));
+        axis->setLabelFont(theme.Font(Type::Strong));
+        axis->setLabelColor(ToColour(m_colours.TextFore));
+        axis->setLabelPadding(2);
+        axis->grid()->setPen(QPen(ToColour(m_colours.Line)));
+        axis->grid()->setZeroLinePen(QPen(ToColour(m_colours.Line)));
+    }
+}
+
+void PlotCanvas::Applyskin()
+{
+    m_colours = Theme::Current().Colours();
+    ColourAxes();
+    replot(rpQueuedReplot);
+}
+
+void PlotCanvas::DrawInto(QCPPainter& painter, const SkinColours& colours)
+{
+    const SkinColours onScreen = m_colours;
+    m_colours = colours;
+    ColourAxes();
+    toPainter(&painter, width(), height());
+    m_colours = onScreen;
+    ColourAxes();
+    replot(rpQueuedReplot);
+}
+
+void PlotCanvas::mousePressEvent(QMouseEvent* event)
+{
+    setFocus(Qt::MouseFocusReason);
+    const QPoint at = event->pos();
+    if (event->button() != Qt::LeftButton)
+        return;
+    if (Strip().contains(at)) {
+        for (const EventGroup& group : EventGroups()) {
+            if (std::abs(group.x - at.x()) > kEventIcon)
+                continue;
+            QStringList lines;
+            for (std::size_t i = group.first; i < group.first + std::min<std::size_t>(group.count, kMostListed); ++i)
+                lines << QDateTime::fromMSecsSinceEpoch(m_events[i].AtMs).toString(QStringLiteral("hh:mm:ss  "))
+                        + m_events[i].Text;
+            if (group.count > kMostListed)
+                lines << tr("and %1 more").arg(group.count - kMostListed);
+            QToolTip::showText(event->globalPosition().toPoint(), lines.join(QLatin1Char('\n')), this);
+            break;
+        }
+        return;
+    }
+    m_pressedAt = at;
+    if (m_tool == Tool::Zoom)
+        m_rubber = QRect(at, QSize(1, 1));
+}
+
+void PlotCanvas::mouseMoveEvent(QMouseEvent* event)
+{
+    const QPoint at = event->pos();
+    if (m_pressedAt && m_rubber) {
+        m_rubber = QRect(*m_pressedAt, at).normalized();
+        layer(QStringLiteral("overlay"))->replot();
+    } else if (m_pressedAt) {
+        emit Panned(static_cast<double>(m_pressedAt->x() - at.x()) / std::max(axisRect()->width(), 1));
+        m_pressedAt = at;
+    }
+    if (axisRect()->rect().contains(at))
+        emit CursorMoved(TimeAt(at.x()));
+}
+
+void PlotCanvas::mouseReleaseEvent(QMouseEvent*)
+{
+    const std::optional<QRect> chosen = std::exchange(m_rubber, std::nullopt);
+    m_pressedAt.reset();
+    constexpr int kLeastDrag = 4;
+    if (chosen && chosen->width() >= kLeastDrag)
+        emit SpanChosen(TimeAt(chosen->left()), TimeAt(chosen->right()));
+    layer(QStringLiteral("overlay"))->replot();
+}
+
+void PlotCanvas::wheelEvent(QWheelEvent* event)
+{
+    const double steps = event->angleDelta().y() / kWheelStep;
+    if (steps != 0)
+        emit Zoomed(std::pow(.8, steps), TimeAt(event->position().x()));
+    event->accept();
+}
+
+void PlotCanvas::resizeEvent(QResizeEvent* event)
+{
+    QCustomPlot::resizeEvent(event);
+    Show(m_fromMs, m_toMs); // the picture has another number of columns now
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "sbs/PlotTime.h"
+
+#include <QWidget>
+
+#include <optional>
+#include <vector>
+
+class PlotCanvas;
+class PlotLegend;
+class QComboBox;
+class QToolButton;
+
+/// Live plots: curves over time with legend, cursor, pan and zoom, pause, and export of what is visible.
+///
+/// SetCurves when a row is ticked or unticked, Advance after each pass. Histories are read while drawing and must
+/// outlive the view or be taken away with SetCurves({}).
+class PlotView final : public QWidget {
+    Q_OBJECT
+public:
+    explicit PlotView(QWidget* parent = nullptr);
+
+    void SetCurves(std::vector<PlotCurve> curves);
+    void SetEvents(std::vector<PlotEvent> events); ///< in order of time
+    void SetSelected(std::optional<int> place); ///< of the row that is selected in the grid
+    void Advance(); ///< the histories have grown
+    void ShowAll();
+
+    /// What is visible with legend and units, in the light colours unless the screen's are asked for.
+    /// @return empty, or what went wrong in plain words with the file's name
+    [[nodiscard]] QString ExportPng(const QString& path);
+    [[nodiscard]] QString ExportSvg(const QString& path);
+    [[nodiscard]] QString ExportCsv(const QString& path);
+    void SetExportInScreenColours(bool on) { m_screenColours = on; }
+
+signals:
+    void StatusText(const QString& text);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void LayOut();
+    void MakeExportMenu();
+    void Redraw();
+    void ShowLegend();
+    void ShowCursor(bool on);
+    void MoveCursor(std::int64_t atMs);
+    void ChooseSpan(int index);
+    void AskAndExport(const QString& filter, QString (PlotView::*write)(const QString&));
+    void Draw(class QCPPainter& painter);
+    [[nodiscard]] QSize PictureSize() const;
+
+    PlotTime m_time;
+    std::optional<std::int64_t> m_cursorMs;
+    bool m_screenColours = false;
+
+    QToolButton* cmdPause;
+    QToolButton* cmdPan;
+    QToolButton* cmdZoom;
+    QToolButton* cmdFit;
+    QToolButton* cmdCursor;
+    QComboBox* cboSpan;
+    QToolButton* cmdExport;
+    PlotLegend* m_legend;
+    PlotCanvas* m_canvas;
+};

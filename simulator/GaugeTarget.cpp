@@ -1,0 +1,92 @@
+#include "simulator/GaugeTarget.h"
+
+bool GaugeTarget::Start(std::uint8_t addressByte)
+{
+    if ((addressByte & 1U) == 0) {
+        m_check = 0;
+        See(addressByte);
+        m_commandCame = m_checked = m_dropped = false;
+        m_data.clear();
+        m_answer.clear();
+        m_answered = 0;
+        return true;
+    }
+    if (!m_commandCame || m_dropped)
+        return false;
+    See(addressByte);
+    m_data.clear(); // a read takes no word: what came before the turn has no effect
+    m_answer = m_gauge.Read(m_command);
+    if (GaugeModel::ShapeOf(m_command) == CommandShape::ReadBlock)
+        m_answer.insert(m_answer.begin(), static_cast<std::uint8_t>(m_answer.size()));
+    if (m_gauge.Pec()) {
+        for (const std::uint8_t byte : m_answer)
+            See(byte);
+        m_answer.push_back(m_check);
+    }
+    m_gauge.SetError(
+        GaugeError::Ok); // after the answer: a read of BatteryStatus tells of the access before it
+    return true;
+}
+
+bool GaugeTarget::Write(std::uint8_t byte)
+{
+    if (m_dropped)
+        return false;
+    if (m_commandCame)
+        return TakeData(byte);
+    if (GaugeModel::ShapeOf(byte) == CommandShape::None)
+        return Refuse(GaugeError::ReservedCommand);
+    m_command = byte;
+    m_commandCame = true;
+    See(byte);
+    return true;
+}
+
+bool GaugeTarget::TakeData(std::uint8_t byte)
+{
+    if (m_gauge.Pec() && m_data.empty() && byte == m_check
+        && GaugeModel::ShapeOf(m_command) != CommandShape::ReadWriteWord) {
+        m_checked = true; // a command alone with its check
+        return true;
+    }
+    if (GaugeModel::ShapeOf(m_command) != CommandShape::ReadWriteWord)
+        return Refuse(GaugeError::AccessDenied);
+    if (m_checked || m_data.size() > 2 || (m_data.size() == 2 && !m_gauge.Pec()))
+        return Refuse(GaugeError::BadSize);
+    if (m_data.size() == 2) {
+        m_checked = byte == m_check;
+        return m_checked || Refuse(GaugeError::Unknown);
+    }
+    See(byte);
+    m_data.push_back(byte);
+    return true;
+}
+
+bool GaugeTarget::Refuse(GaugeError error)
+{
+    m_gauge.SetError(error);
+    m_dropped = true;
+    return false;
+}
+
+std::uint8_t GaugeTarget::Read() { return m_answered < m_answer.size() ? m_answer[m_answered++] : 0xFF; }
+
+void GaugeTarget::Stop()
+{
+    if (m_commandCame && !m_dropped && m_answer.empty()) {
+        m_gauge.SetError(GaugeError::Ok);
+        if (m_data.size() == 2)
+            m_gauge.WriteWord(m_command, static_cast<std::uint16_t>(m_data[0] | m_data[1] << 8));
+        else if (m_data.size() == 1 && m_check != 0) // 0: the byte was the check of a command sent alone
+            m_gauge.SetError(GaugeError::BadSize);
+    }
+    m_commandCame = false;
+    m_dropped = false;
+}
+
+void GaugeTarget::See(std::uint8_t byte)
+{
+    m_check ^= byte;
+    for (int bit = 0; bit < 8; ++bit)
+        m_check = static_cast<std::uint8_t>((m_check & 0x80) != 0 ? m_check << 1 ^ 0x07 : m_check << 1);
+}

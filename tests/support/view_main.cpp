@@ -1,0 +1,13 @@
+#include "look/Theme.h"
+
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    const Theme theme(LightSkin());
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
