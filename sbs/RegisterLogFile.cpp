@@ -254,7 +254,7 @@ void RegisterLogParser::TakeRecord(std::string_view line)
             }
             break;
         case Role::Elapsed:
-            elapsed = cell.value;
+            elapsed = cell.kind == Cell::Kind::Hex ? kGap : cell.value;
             break;
         case Role::Value:
             Add(column, cell);

@@ -129,7 +129,7 @@ const QByteArray kCaptions = "Sample\tStamp\t~Elapsed(s)\tA\tB\n";
 INSTANTIATE_TEST_SUITE_P(
     Files, OddLogs,
     testing::Values(
-        OddCase{"Empty", "", 0, {0}}, OddCase{"Binary", QByteArray("\0\xFF\t\r\n\x80", 6), 0, {1, 0}},
+        OddCase{"Empty", "", 0, {0}}, OddCase{"Binary", QByteArray("\0\xFF\t\r\n\x80", 6), 0, {2, 0}},
         OddCase{"LineFeedsOnly", kCaptions + "1\t09:00:00\t0\t1\t2\n", 1, {}},
         OddCase{"NoLineEnd", kCaptions + "1\t09:00:00\t0\t1\t2", 0, {2}},
         OddCase{"ShortRecord", kCaptions + "1\t09:00:00\t0\t1\n", 1, {2}},
