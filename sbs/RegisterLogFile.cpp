@@ -495,3 +495,12 @@ RegisterLogData ReadRegisterLog(const QString& path, const std::function<bool(qi
         });
     return data;
 }
+
+ValueHistory HistoryOf(const RegisterLogData& data, std::size_t series)
+{
+    ValueHistory history(1);
+    const std::vector<double>& values = data.Series[series].Values;
+    for (std::size_t record = 0; record < data.Records(); ++record)
+        history.Append(std::llround(data.Seconds[record] * 1000), {&values[record], 1});
+    return history;
+}

@@ -158,6 +158,10 @@ TEST(RegisterLogFile, ReadsEveryCutUpToItsLastWholeRecord)
     EXPECT_EQ(whole.FlaggedRecords, std::vector<std::int64_t>{1});
     EXPECT_EQ(whole.Start, QDateTime(QDate(2026, 1, 5), QTime(23, 59, 58)));
     EXPECT_EQ(whole.Head.size(), 4);
+    const ValueHistory volts = HistoryOf(whole, 0);
+    EXPECT_EQ(volts.TimeMs(1), 5000);
+    EXPECT_TRUE(std::isnan(volts.Value(0, 1)));
+    EXPECT_EQ(volts.Value(0, 2), -5);
     for (qsizetype length = 0; length < log.size(); ++length) {
         const QByteArray cut = log.left(length);
         const qsizetype wholeLines = cut.count('\n');
