@@ -114,8 +114,10 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
         return;
     }
     case PE_FrameFocusRect:
-        if (widget && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")))
-            return; // their frame shows it
+        if (widget
+            && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")
+                || widget->inherits("QListView")))
+            return; // their frame, and a list's selected line, show it
         break;
     default:
         break;
