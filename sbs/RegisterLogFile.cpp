@@ -254,7 +254,7 @@ void RegisterLogParser::TakeRecord(std::string_view line)
             }
             break;
         case Role::Elapsed:
-            elapsed = cell.value;
+            elapsed = cell.kind == Cell::Kind::Hex ? kGap : cell.value;
             break;
         case Role::Value:
             Add(column, cell);
@@ -494,4 +494,13 @@ RegisterLogData ReadRegisterLog(const QString& path, const std::function<bool(qi
             return QStringLiteral("Reading stopped after %1 bytes: %2.").arg(done).arg(file.errorString());
         });
     return data;
+}
+
+ValueHistory HistoryOf(const RegisterLogData& data, std::size_t series)
+{
+    ValueHistory history(1);
+    const std::vector<double>& values = data.Series[series].Values;
+    for (std::size_t record = 0; record < data.Records(); ++record)
+        history.Append(std::llround(data.Seconds[record] * 1000), {&values[record], 1});
+    return history;
 }
