@@ -61,6 +61,7 @@ bool Program::OpenAdapterConnection()
 {
     CloseAdapter();
     m_adapter = ResolveAdapter(m_profiles, m_state, m_device, {});
+    m_adapter.PackOutrunsClock = true;
     if (std::unique_ptr<Pc61vRW> driver = MakeAdapter(m_adapter, m_profiles, m_state, m_time))
         m_session = std::make_unique<Session>(*this, std::move(driver));
     if (m_session)
@@ -74,6 +75,8 @@ bool Program::OpenAdapterConnection()
         m_session->usb.ClearErrorLog();
     if (m_profiles.Integer(m_state.ProgramSettingsFile, u"Options", u"EnableErrLog", 0) != 0)
         m_session->usb.EnableErrorLog();
+    if (const QString problem = m_session->driver->Facts().Problem; !problem.isEmpty())
+        m_messages.Show(problem); // open, but not as the settings ask
     m_session->link.Connected();
     return true;
 }

@@ -165,7 +165,6 @@ void frmMDI::Host(ChildView* view, const QString& title)
 {
     auto* window = mdiArea->addSubWindow(view);
     window->setAttribute(Qt::WA_DeleteOnClose);
-    window->setWindowIcon(QIcon());
     connect(view, &ChildView::RemainingCapacityChanged, this,
             [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);

@@ -8,12 +8,10 @@
 
 namespace {
 
-const SkinColours& Colours()
-{
-    return Theme::Current().Colours();
-}
+const SkinColours& Colours() { return Theme::Current().Colours(); }
 
-void DrawFrame(QPainter* painter, const QRect& rect, Rgb colour, qreal width, const QBrush& fill = Qt::NoBrush)
+void DrawFrame(QPainter* painter, const QRect& rect, Rgb colour, qreal width,
+               const QBrush& fill = Qt::NoBrush)
 {
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
@@ -41,7 +39,10 @@ void DrawCheckBox(QPainter* painter, const QStyleOption* option, QStyle::State c
     box.moveCenter(option->rect.center());
     const bool enabled = option->state & QStyle::State_Enabled;
     const bool focus = enabled && (option->state & QStyle::State_HasFocus);
-    DrawFrame(painter, box, focus ? Colours().SelectionHighlight : enabled ? Colours().Outline : Colours().Line,
+    DrawFrame(painter, box,
+              focus         ? Colours().SelectionHighlight
+                  : enabled ? Colours().Outline
+                            : Colours().Line,
               focus ? 2 : 1, ToColour(enabled ? Colours().Base : Colours().Background));
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
@@ -53,7 +54,30 @@ void DrawCheckBox(QPainter* painter, const QStyleOption* option, QStyle::State c
                                         {inner.left() + inner.width() * .38, inner.bottom() - .7},
                                         {inner.right() + .3, inner.top() + .3}});
     else if (checked & QStyle::State_NoChange)
-        painter->drawLine(QPointF(inner.left(), inner.center().y()), QPointF(inner.right(), inner.center().y()));
+        painter->drawLine(QPointF(inner.left(), inner.center().y()),
+                          QPointF(inner.right(), inner.center().y()));
+    painter->restore();
+}
+
+void DrawRadioButton(QPainter* painter, const QStyleOption* option)
+{
+    const qreal side = std::min({option->rect.width(), option->rect.height(), 13});
+    QRectF ring(0, 0, side, side);
+    ring.moveCenter(QRectF(option->rect).center());
+    const bool enabled = option->state & QStyle::State_Enabled;
+    const bool focus = enabled && (option->state & QStyle::State_HasFocus);
+    const qreal width = focus ? 2 : 1;
+    const Rgb frame = focus ? Colours().SelectionHighlight : enabled ? Colours().Outline : Colours().Line;
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(QPen(ToColour(frame), width));
+    painter->setBrush(ToColour(enabled ? Colours().Base : Colours().Background));
+    painter->drawEllipse(ring.adjusted(width / 2, width / 2, -width / 2, -width / 2));
+    if (option->state & QStyle::State_On) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(ToColour(enabled ? Colours().TextFore : Colours().TextDisabled));
+        painter->drawEllipse(ring.adjusted(4, 4, -4, -4));
+    }
     painter->restore();
 }
 
@@ -62,7 +86,8 @@ void DrawSplitterDots(QPainter* painter, const QStyleOption* option)
     constexpr int kDots = 8;
     constexpr int kPitch = 4;
     const bool upright = option->state & QStyle::State_Horizontal; // between things side by side
-    QPoint dot = option->rect.center() - (upright ? QPoint(0, kDots * kPitch / 2) : QPoint(kDots * kPitch / 2, 0));
+    QPoint dot
+        = option->rect.center() - (upright ? QPoint(0, kDots * kPitch / 2) : QPoint(kDots * kPitch / 2, 0));
     for (int i = 0; i < kDots; ++i, dot += upright ? QPoint(0, kPitch) : QPoint(kPitch, 0))
         painter->fillRect(QRect(dot, QSize(2, 2)), ToColour(Colours().Outline));
 }
@@ -78,7 +103,7 @@ void DrawHeader(QPainter* painter, const QRect& rect, bool section)
 
 } // namespace
 
-TarnloStyle::TarnloStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+TarnloStyle::TarnloStyle() : QProxyStyle(QStringLiteral("Fusion")) { }
 
 void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                                 const QWidget* widget) const
@@ -88,8 +113,12 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
     case PE_IndicatorItemViewItemCheck:
         DrawCheckBox(painter, option, option->state);
         return;
+    case PE_IndicatorRadioButton:
+        DrawRadioButton(painter, option);
+        return;
     case PE_PanelLineEdit:
-        if (const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(option); frame && frame->lineWidth > 0)
+        if (const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(option);
+            frame && frame->lineWidth > 0)
             DrawFieldFrame(painter, option, option->palette.brush(QPalette::Base));
         else
             painter->fillRect(option->rect, option->palette.brush(QPalette::Base));
@@ -110,7 +139,8 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
         return;
     }
     case PE_FrameFocusRect:
-        if (widget && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")))
+        if (widget && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")
+                       || widget->inherits("QRadioButton")))
             return; // their frame shows it
         break;
     default:
@@ -146,9 +176,20 @@ void TarnloStyle::drawControl(ControlElement element, const QStyleOption* option
         DrawFrame(painter, option->rect, Colours().Outline, 1);
 }
 
-void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
-                                     const QWidget* widget) const
+void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                     QPainter* painter, const QWidget* widget) const
 {
+    if (const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option); group && control == CC_GroupBox) {
+        // here and not as the box's own font, which its children would take over
+        const QFont strong = Theme::Current().Font(Type::Strong);
+        QStyleOptionGroupBox titled(*group);
+        titled.fontMetrics = QFontMetrics(strong);
+        painter->save();
+        painter->setFont(strong);
+        QProxyStyle::drawComplexControl(control, &titled, painter, widget);
+        painter->restore();
+        return;
+    }
     QProxyStyle::drawComplexControl(control, option, painter, widget);
     if (control == CC_ComboBox || control == CC_SpinBox)
         DrawFieldFrame(painter, option);

@@ -93,7 +93,7 @@ void AutoCyclePane::ShowWhy(const CycleFacts& facts)
     if (facts.Running && facts.State == CycleState::Idle && facts.Why.isEmpty())
         why = tr("Nothing is switched yet: the run waits until a limit below is crossed.");
     else if (!facts.Why.isEmpty())
-        why = tr("Last switch: %1").arg(facts.Why);
+        why = tr("Last switch: %1").arg(facts.Why.at(0).toLower() + facts.Why.mid(1));
     else
         why = tr(
             "Charges and discharges the pack again and again by the adapter's output lines. Connect charger "

@@ -148,6 +148,7 @@ void AutoCyclePane::FillTriggerTable()
     table.setEditTriggers(QAbstractItemView::NoEditTriggers);
     table.setTabKeyNavigation(false);
     table.setShowGrid(false);
+    table.setIconSize({16, 16});
     table.setAlternatingRowColors(true);
     table.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     table.verticalHeader()->hide();

@@ -4,6 +4,7 @@
 #include "sbs/clsSBSCfgRW.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 #include <vector>
@@ -21,6 +22,10 @@ struct FlagLine {
     bool Scanned = false; ///< the register row exists and its scan switch is on
     std::vector<FlagBit> Bits; ///< highest first
 };
+
+/// Names for narrow places: the first letters of the words, "OCA" for "OVER_CHARGED_ALARM"; a single word is
+/// cut to four letters, and where two names would be alike the first word gives three.
+[[nodiscard]] QStringList ShortBitNames(const FlagLine& line);
 
 inline constexpr int kMostFlagBits = 32;
 

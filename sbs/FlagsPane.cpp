@@ -56,6 +56,7 @@ protected:
             const FlagLine& line = m_lines[i];
             PaintHead(painter, line, m_values[i], y);
             y += HeadHeight();
+            const QStringList shortNames = NamesFit(line) ? QStringList() : ShortBitNames(line);
             const int count = static_cast<int>(line.Bits.size());
             for (int first = 0; first < count; first += m_bitsPerRow) {
                 const int last = std::min(first + m_bitsPerRow, count) - 1;
@@ -69,13 +70,15 @@ protected:
                 painter.setFont(theme.Font(Type::Body));
                 for (int bit = first; bit <= last; ++bit) {
                     const QRect cell = CellOf(bit - first, y);
-                    const FlagBit& shown = line.Bits[static_cast<std::size_t>(bit)];
+                    FlagBit shown = line.Bits[static_cast<std::size_t>(bit)];
+                    m_places.emplace_back(cell, Described(line, shown));
+                    if (!shortNames.isEmpty())
+                        shown.Name = shortNames[bit];
                     DrawBit(painter, cell,
                             !shown.Value       ? BitState::Unknown
                                 : *shown.Value ? BitState::Set
                                                : BitState::Clear,
                             shown.Name);
-                    m_places.emplace_back(cell, Described(line, shown));
                 }
                 y += kBitHeight + kGap;
             }
@@ -136,6 +139,15 @@ private:
         const int room = width() - 2 * kMargin - LabelWidth();
         const int each = std::max(kNarrowestBit, (room - (m_bitsPerRow - 1) * kGap) / m_bitsPerRow);
         return {kMargin + LabelWidth() + place * (each + kGap), y, each, kBitHeight};
+    }
+
+    /// All names of a line in full, or all of them short: a mixture reads badly.
+    bool NamesFit(const FlagLine& line) const
+    {
+        const QFontMetrics strong(Theme::Current().Font(Type::Strong));
+        const int room = CellOf(0, 0).width() - 22; // beside the digit and the edges
+        return std::ranges::all_of(
+            line.Bits, [&](const FlagBit& bit) { return strong.horizontalAdvance(bit.Name) <= room; });
     }
 
     int LabelWidth() const

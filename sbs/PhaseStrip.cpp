@@ -120,9 +120,15 @@ void PhaseStrip::paintEvent(QPaintEvent*)
         painter.setFont(theme.Font(piece.present ? Type::Strong : Type::Body));
         painter.setPen(ToColour(ink));
         const QRect room = place.adjusted(5 + kIcon + 4, 0, -4, 0);
-        const QString text = piece.present ? tr("%1, now").arg(AgeText(piece.ms)) : AgeText(piece.ms);
-        if (!look.Hatched && painter.fontMetrics().horizontalAdvance(text) <= room.width())
-            painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter, text);
+        const QString age = AgeText(piece.ms);
+        const QString now = tr("%1, now").arg(age);
+        const auto fits = [&](const QString& text) {
+            return !look.Hatched && painter.fontMetrics().horizontalAdvance(text) <= room.width();
+        };
+        if (piece.present && fits(now))
+            painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter, now);
+        else if (fits(age))
+            painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter, age);
         painter.setPen(ToColour(colours.Base));
         if (i > 0)
             painter.drawLine(place.topLeft(), place.bottomLeft());

@@ -2,11 +2,14 @@
 
 #include <qcustomplot.h>
 
-/// A value axis that knows how wide it came out, so that the markers of its curves can stand beside its title.
+/// A value axis that knows how wide it came out, so that the markers of its curves can stand beside its
+/// title.
 class PlotAxis final : public QCPAxis {
     Q_OBJECT
 public:
-    PlotAxis(QCPAxisRect* parent, AxisType type, QString unit) : QCPAxis(parent, type), Unit(std::move(unit)) { }
+    PlotAxis(QCPAxisRect* parent, AxisType type, QString unit) : QCPAxis(parent, type), Unit(std::move(unit))
+    {
+    }
 
     const QString Unit;
     [[nodiscard]] int Margin() const { return m_margin; }

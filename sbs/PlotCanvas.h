@@ -10,13 +10,15 @@
 
 class PlotAxis;
 
-/// The drawn part of a plot: curves on at most four value axes, one a unit, failed reads hatched, events in a strip
-/// under it, a cursor. It shows what it is told to; the pointer's wishes come out as signals.
+/// The drawn part of a plot: curves on at most four value axes, one a unit, failed reads hatched, events in a
+/// strip under it, a cursor. It shows what it is told to; the pointer's wishes come out as signals.
 class PlotCanvas final : public QCustomPlot {
     Q_OBJECT
 public:
     enum class Tool { Pan, Zoom };
     static constexpr int kMostAxes = 4;
+    static constexpr int kEventIcon = 14;
+    static constexpr int kStripHeight = 18; ///< of the events under the plot
 
     explicit PlotCanvas(QWidget* parent = nullptr);
 

@@ -61,7 +61,8 @@ private:
 
 QString Quoted(QString text)
 {
-    if (text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"')) || text.contains(QLatin1Char('\n'))) {
+    if (text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"'))
+        || text.contains(QLatin1Char('\n'))) {
         text.replace(QLatin1Char('"'), QStringLiteral("\"\""));
         return QLatin1Char('"') + text + QLatin1Char('"');
     }
@@ -92,7 +93,8 @@ PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t t
 
     const double columnMs = static_cast<double>(toMs - fromMs) / static_cast<double>(columns);
     double edge = static_cast<double>(fromMs);
-    for (const HistoryColumn& column : history.Columns(curve.Row, fromMs - curve.OffsetMs, toMs - curve.OffsetMs, columns)) {
+    for (const HistoryColumn& column :
+         history.Columns(curve.Row, fromMs - curve.OffsetMs, toMs - curve.OffsetMs, columns)) {
         edge += columnMs;
         if (!column.HasValue) {
             if (column.Gap)
@@ -130,10 +132,7 @@ std::optional<double> ValueAt(const PlotCurve& curve, std::int64_t atMs)
     return std::isnan(value) ? std::nullopt : std::optional(value);
 }
 
-QString PlotNumber(double value)
-{
-    return QString::number(value, 'g', 10);
-}
+QString PlotNumber(double value) { return QString::number(value, 'g', 10); }
 
 std::optional<PlotSpan> WholeSpan(std::span<const PlotCurve> curves)
 {
@@ -142,8 +141,10 @@ std::optional<PlotSpan> WholeSpan(std::span<const PlotCurve> curves)
         if (curve.History->Passes() == 0)
             continue;
         const auto from = static_cast<double>(curve.History->TimeMs(0) + curve.OffsetMs);
-        const auto to = static_cast<double>(curve.History->TimeMs(curve.History->Passes() - 1) + curve.OffsetMs);
-        whole = whole ? PlotSpan{std::min(whole->FromMs, from), std::max(whole->ToMs, to)} : PlotSpan{from, to};
+        const auto to
+            = static_cast<double>(curve.History->TimeMs(curve.History->Passes() - 1) + curve.OffsetMs);
+        whole
+            = whole ? PlotSpan{std::min(whole->FromMs, from), std::max(whole->ToMs, to)} : PlotSpan{from, to};
     }
     return whole;
 }
@@ -161,8 +162,8 @@ std::vector<PlotSpan> Joined(std::vector<PlotSpan> spans)
     return joined;
 }
 
-QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events, std::int64_t fromMs,
-                      std::int64_t toMs)
+QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events,
+                      std::int64_t fromMs, std::int64_t toMs)
 {
     std::vector<PlotEvent> visible;
     std::ranges::copy_if(events, std::back_inserter(visible),
@@ -171,7 +172,8 @@ QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEve
 
     QStringList cells{QStringLiteral("Time")};
     for (const PlotCurve& curve : curves)
-        cells << Quoted(curve.Unit.isEmpty() ? curve.Name : QStringLiteral("%1 (%2)").arg(curve.Name, curve.Unit));
+        cells << Quoted(curve.Unit.isEmpty() ? curve.Name
+                                             : QStringLiteral("%1 (%2)").arg(curve.Name, curve.Unit));
     if (!visible.empty())
         cells << QStringLiteral("Event");
     QByteArray csv;
@@ -208,7 +210,8 @@ QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEve
                 continue;
             const double value = curves[i].History->Value(curves[i].Row, passes[i]);
             if (!std::isnan(value))
-                cells[static_cast<qsizetype>(i) + 1] = QString::number(value, 'g', QLocale::FloatingPointShortest);
+                cells[static_cast<qsizetype>(i) + 1]
+                    = QString::number(value, 'g', QLocale::FloatingPointShortest);
             ++passes[i];
         }
         putLine();

@@ -15,7 +15,8 @@ struct PlotCurve {
     const ValueHistory* History = nullptr; ///< outlives the plot
     std::size_t Row = 0;
     std::int64_t OffsetMs = 0; ///< what to add to the history's times
-    std::int64_t BridgeMs = 0; ///< a line joins no two values further apart than this; 0: whatever the distance
+    std::int64_t BridgeMs
+        = 0; ///< a line joins no two values further apart than this; 0: whatever the distance
     QString Name;
     QString Unit;
     int Place = 0; ///< in ticking order; gives colour, marker and dash
@@ -40,7 +41,8 @@ struct PlotSpan {
 
 /// What is visible of one curve, with at most two points a pixel column.
 struct PlotLine {
-    std::vector<PlotPoint> Points; ///< the nearest ones outside the span included, so that lines reach the edges
+    std::vector<PlotPoint>
+        Points; ///< the nearest ones outside the span included, so that lines reach the edges
     std::vector<PlotSpan> Failed; ///< reads came back without a value, from the value before to the one after
     double Low = 0; ///< of the points inside
     double High = 0;
@@ -48,7 +50,8 @@ struct PlotLine {
     std::size_t Passes = 0; ///< how many fall into the span
 };
 
-[[nodiscard]] PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t toMs, std::size_t columns);
+[[nodiscard]] PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t toMs,
+                                   std::size_t columns);
 
 /// Value of the last pass at or before a time; nothing for a failed read and before the first pass.
 [[nodiscard]] std::optional<double> ValueAt(const PlotCurve& curve, std::int64_t atMs);
@@ -61,7 +64,7 @@ struct PlotLine {
 /// Spans in order, overlapping ones joined.
 [[nodiscard]] std::vector<PlotSpan> Joined(std::vector<PlotSpan> spans);
 
-/// Every stored value of the visible span: a line a pass with its time (ISO 8601, local) and a column a curve,
-/// empty where a read failed; a line an event, named in the last column, when there are events.
+/// Every stored value of the visible span: a line a pass with its time (ISO 8601, local) and a column a
+/// curve, empty where a read failed; a line an event, named in the last column, when there are events.
 [[nodiscard]] QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events,
                                     std::int64_t fromMs, std::int64_t toMs);

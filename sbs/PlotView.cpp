@@ -57,9 +57,11 @@ QToolButton* NewButton(const char* name, const QString& icon, const QString& tip
 } // namespace
 
 PlotView::PlotView(QWidget* parent)
-    : QWidget(parent), cmdPause(NewButton("cmdPause", QStringLiteral("pause"), tr("Hold the picture (K)"), this)),
+    : QWidget(parent),
+      cmdPause(NewButton("cmdPause", QStringLiteral("pause"), tr("Hold the picture (K)"), this)),
       cmdPan(NewButton("cmdPan", QStringLiteral("pan"), tr("Drag to move (arrow keys)"), this)),
-      cmdZoom(NewButton("cmdZoom", QStringLiteral("zoomin"), tr("Drag over a span to see it (+ and -)"), this)),
+      cmdZoom(
+          NewButton("cmdZoom", QStringLiteral("zoomin"), tr("Drag over a span to see it (+ and -)"), this)),
       cmdFit(NewButton("cmdFit", QStringLiteral("zoomfit"), tr("Show all (0)"), this)),
       cmdCursor(NewButton("cmdCursor", QStringLiteral("cursor"), tr("Cursor with values (C)"), this)),
       cboSpan(Named(new QComboBox(this), "cboSpan")),
@@ -127,7 +129,8 @@ void PlotView::LayOut()
     auto* bar = new QHBoxLayout;
     bar->setContentsMargins(8, 4, 8, 4);
     bar->setSpacing(8);
-    for (QWidget* control : std::initializer_list<QWidget*>{cmdPause, cmdPan, cmdZoom, cmdFit, cmdCursor, cboSpan})
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{cmdPause, cmdPan, cmdZoom, cmdFit, cmdCursor, cboSpan})
         bar->addWidget(control);
     bar->addStretch();
     bar->addWidget(cmdExport);
@@ -163,15 +166,9 @@ void PlotView::SetCurves(std::vector<PlotCurve> curves)
     Advance();
 }
 
-void PlotView::SetEvents(std::vector<PlotEvent> events)
-{
-    m_canvas->SetEvents(std::move(events));
-}
+void PlotView::SetEvents(std::vector<PlotEvent> events) { m_canvas->SetEvents(std::move(events)); }
 
-void PlotView::SetSelected(std::optional<int> place)
-{
-    m_canvas->SetSelected(place);
-}
+void PlotView::SetSelected(std::optional<int> place) { m_canvas->SetSelected(place); }
 
 void PlotView::Advance()
 {
@@ -211,8 +208,8 @@ void PlotView::Redraw()
 
 void PlotView::ShowLegend()
 {
-    const std::int64_t atMs = m_cursorMs.value_or(m_time.Following() ? std::numeric_limits<std::int32_t>::max() * 1000LL * 1000
-                                                                     : m_time.ToMs() - 1);
+    const std::int64_t atMs = m_cursorMs.value_or(
+        m_time.Following() ? std::numeric_limits<std::int32_t>::max() * 1000LL * 1000 : m_time.ToMs() - 1);
     std::vector<LegendItem> items;
     for (const PlotCurve& curve : m_canvas->Curves()) {
         const std::optional<double> value = ValueAt(curve, atMs);
@@ -224,7 +221,10 @@ void PlotView::ShowLegend()
     const bool now = !m_cursorMs && m_time.Following();
     const QString time = QDateTime::fromMSecsSinceEpoch(atMs).toString(
         m_time.SpanMs() < kMinuteMs ? QStringLiteral("hh:mm:ss.zzz") : QStringLiteral("hh:mm:ss"));
-    m_legend->Show(std::move(items), m_canvas->Curves().empty() ? QString() : now ? tr("now") : tr("at %1").arg(time));
+    m_legend->Show(std::move(items),
+                   m_canvas->Curves().empty() ? QString()
+                       : now                  ? tr("now")
+                                              : tr("at %1").arg(time));
 }
 
 void PlotView::ShowCursor(bool on)
@@ -279,10 +279,7 @@ void PlotView::keyPressEvent(QKeyEvent* event)
     QWidget::keyPressEvent(event);
 }
 
-QSize PlotView::PictureSize() const
-{
-    return {m_canvas->width(), m_legend->height() + m_canvas->height()};
-}
+QSize PlotView::PictureSize() const { return {m_canvas->width(), m_legend->height() + m_canvas->height()}; }
 
 void PlotView::Draw(QCPPainter& painter)
 {
@@ -325,7 +322,8 @@ QString PlotView::ExportSvg(const QString& path)
 
 QString PlotView::ExportCsv(const QString& path)
 {
-    return SaveWhole(path, VisibleCsv(m_canvas->Curves(), m_canvas->Events(), m_time.FromMs(), m_time.ToMs()));
+    return SaveWhole(path,
+                     VisibleCsv(m_canvas->Curves(), m_canvas->Events(), m_time.FromMs(), m_time.ToMs()));
 }
 
 void PlotView::AskAndExport(const QString& filter, QString (PlotView::*write)(const QString&))

@@ -15,8 +15,8 @@ class QToolButton;
 
 /// Live plots: curves over time with legend, cursor, pan and zoom, pause, and export of what is visible.
 ///
-/// SetCurves when a row is ticked or unticked, Advance after each pass. Histories are read while drawing and must
-/// outlive the view or be taken away with SetCurves({}).
+/// SetCurves when a row is ticked or unticked, Advance after each pass. Histories are read while drawing and
+/// must outlive the view or be taken away with SetCurves({}).
 class PlotView final : public QWidget {
     Q_OBJECT
 public:

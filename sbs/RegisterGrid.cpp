@@ -43,11 +43,10 @@ RegisterGrid::RegisterGrid(RegisterModel& model, QWidget* parent)
     const int em = fontMetrics().horizontalAdvance(QLatin1Char('0'));
     for (int column : {kScanColumn, kLogColumn, kPlotColumn})
         setColumnWidth(column, fontMetrics().horizontalAdvance(tr("Scan")) + 14);
-    setColumnWidth(kValueColumn, 12 * em);
-    setColumnWidth(kUnitColumn, 8 * em);
-    for (int column : {kMinColumn, kMaxColumn})
-        setColumnWidth(column, 8 * em);
-    setColumnWidth(kAgeColumn, 8 * em);
+    setColumnWidth(kValueColumn, 11 * em);
+    setColumnWidth(kUnitColumn, 7 * em);
+    for (int column : {kMinColumn, kMaxColumn, kAgeColumn})
+        setColumnWidth(column, 7 * em + 4);
     header->setSectionResizeMode(kDescColumn, QHeaderView::Stretch);
 }
 

@@ -70,6 +70,8 @@ QString RegisterModel::Text(int row, int column) const
         return state.Text;
     case kUnitColumn: {
         const QString unit = m_scan.Tables().GetSBSUnit(at);
+        if (unit.isEmpty() && m_scan.Tables().GetSBSDisplayFormat(at).trimmed().startsWith(QLatin1Char('h')))
+            return QStringLiteral("hex");
         return unit == QLatin1String("mAh") && !m_scan.CapacityUnit().isEmpty() ? m_scan.CapacityUnit()
                                                                                 : unit;
     }

@@ -4,6 +4,7 @@
 #include "look/Icons.h"
 #include "look/Theme.h"
 #include "sbs/AutoCyclePane.h"
+#include "sbs/CycleRows.h"
 #include "sbs/EventsPane.h"
 #include "sbs/FlagView.h"
 #include "sbs/FlagsPane.h"
@@ -104,7 +105,7 @@ void frmSBS::AfterPass(const PassReport& report)
     if (m_closing)
         return;
     const CycleState before = m_cycle.Facts().State;
-    m_cycle.Step(ValuesForCycle(report.Answered > 0));
+    m_cycle.Step(ReadCycleValues(m_scan, m_cycle.Settings(), report));
     m_cyclePane->NoteState(before, m_events);
     if (m_staticDue && report.Answered > 0)
         ReadStatic();
@@ -115,22 +116,9 @@ void frmSBS::MoveSBSDataToGrid()
     m_model->MoveSBSDataToGrid();
     m_flags->RefreshPictFlags(m_scan);
     m_plot->Advance();
-    m_eventsPane->Show(m_events);
+    ShowEvents();
     m_cyclePane->Refresh();
     ShowFooter({});
-}
-
-CycleValues frmSBS::ValuesForCycle(bool answered) const
-{
-    const auto reading = [this](std::int32_t row) {
-        if (row < 0 || row >= m_scan.RowCount() || !m_scan.ScanOn(row))
-            return CycleReading{};
-        const std::optional<RawValue>& raw = m_scan.Row(row).Raw;
-        return raw ? CycleReading::Of(*raw) : CycleReading::Failed();
-    };
-    const AutoCycleSettings& settings = m_cycle.Settings();
-    return {reading(settings.RemCapRow), reading(settings.BattVoltRow), reading(settings.BattStatRow),
-            answered};
 }
 
 void frmSBS::ReadStatic()
@@ -216,7 +204,7 @@ void frmSBS::WriteSBSValueFromGrid(int row, const QString& typed)
     }
     m_writing = false;
     m_events.Add(RegisterEvent::Kind::Write, outcome);
-    m_eventsPane->Show(m_events);
+    ShowEvents();
     ShowFooter(outcome, !report.Ok());
     emit StatusText(outcome);
 }
@@ -368,6 +356,39 @@ void frmSBS::Copy(QChar separator)
 {
     QApplication::clipboard()->setText(RowsAsText(m_scan, grdSBS->SelectedRows(), separator));
     emit StatusText(tr("%n row(s) copied", nullptr, static_cast<int>(grdSBS->SelectedRows().size())));
+}
+
+void frmSBS::ShowEvents()
+{
+    if (!m_eventsPane->Show(m_events))
+        return;
+    using enum RegisterEvent::Kind;
+    std::vector<PlotEvent> shown;
+    for (const RegisterEvent& event : m_events.Events()) {
+        const std::int64_t at = event.At.toMSecsSinceEpoch();
+        switch (event.What) {
+        case Alarm:
+            shown.push_back({at, PlotEvent::Kind::Alarm, event.Text});
+            break;
+        case Write:
+            shown.push_back({at, PlotEvent::Kind::Write, event.Text});
+            break;
+        case FailedRead:
+            shown.push_back({at, PlotEvent::Kind::FailedRead, event.Text});
+            break;
+        case Charge:
+            shown.push_back({at, PlotEvent::Kind::Charge, event.Text});
+            break;
+        case Discharge:
+            shown.push_back({at, PlotEvent::Kind::Discharge, event.Text});
+            break;
+        case Relax:
+        case Stop: // nothing flows then either
+            shown.push_back({at, PlotEvent::Kind::Relax, event.Text});
+            break;
+        }
+    }
+    m_plot->SetEvents(std::move(shown));
 }
 
 void frmSBS::UpdateCurves()

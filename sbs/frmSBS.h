@@ -105,7 +105,7 @@ private:
     void CopyCsv() { Copy(QLatin1Char(',')); }
     void FocusFilter() { txtFilter->setFocus(); }
     void UpdateCurves();
-    [[nodiscard]] CycleValues ValuesForCycle(bool answered) const;
+    void ShowEvents();
     [[nodiscard]] LogHead HeadOfLog() const;
     void SaveFormState();
 

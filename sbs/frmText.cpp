@@ -1,6 +1,7 @@
 #include "sbs/frmText.h"
 
 #include "look/Controls.h"
+#include "look/Theme.h"
 
 #include <QDialogButtonBox>
 #include <QPlainTextEdit>
@@ -13,6 +14,7 @@ frmText::frmText(const QString& title, const QString& text, QWidget* parent) : Q
     setWindowTitle(title);
     setAttribute(Qt::WA_DeleteOnClose);
     auto* page = Named(new QPlainTextEdit(text, this), "txtText");
+    page->setFont(Theme::Current().Font(Type::Mono)); // plain text may stand in columns
     page->setReadOnly(true);
     page->setAccessibleName(title);
     page->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -24,6 +26,6 @@ frmText::frmText(const QString& title, const QString& text, QWidget* parent) : Q
     column->addWidget(page);
     column->addWidget(buttons);
     const int letter = page->fontMetrics().averageCharWidth();
-    resize(QSize(letter * 92 + 60, page->fontMetrics().lineSpacing() * 32)
+    resize(QSize(letter * 116 + 80, page->fontMetrics().lineSpacing() * 40)
                .boundedTo(screen()->availableSize() - QSize(16, 48)));
 }

@@ -109,7 +109,7 @@ TEST_F(AutoCyclePaneTest, FollowsARunFromStartToTheStopButton)
     Pass(0, 11900, 0);
     EXPECT_EQ(Text("lblCycleState"), QStringLiteral("Charging"));
     EXPECT_EQ(Text("lblCycleWhy"),
-              QStringLiteral("Last switch: At 09:00:04 remaining capacity 0 % was below 1 %."));
+              QStringLiteral("Last switch: at 09:00:04 remaining capacity 0 % was below 1 %."));
     EXPECT_EQ(Text("lblCycleLines"), QStringLiteral("Charger on, load off"));
     Pass(60, 16000, 0);
     EXPECT_EQ(Text("lblCycleElapsed"), QStringLiteral("state 1, for 2.0 s of 24:00:00"));
