@@ -40,6 +40,7 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     setWindowTitle(QStringLiteral("Tarnlo"));
     setMinimumSize(640, 360);
     m_messages.SetParent(this);
+    m_errors.setParent(this, m_errors.windowFlags()); // else it can lie behind a maximised window
 
     mdiArea->setObjectName(QStringLiteral("mdiArea"));
     mdiArea->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, false);
@@ -71,7 +72,11 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     UpdateEmptyPage();
 }
 
-frmMDI::~frmMDI() { m_messages.SetParent(nullptr); }
+frmMDI::~frmMDI()
+{
+    m_messages.SetParent(nullptr);
+    m_errors.setParent(nullptr);
+}
 
 void frmMDI::Load()
 {

@@ -53,7 +53,10 @@ frmSBS::frmSBS(GaugeContext& context)
     QTimer::singleShot(0, this, &frmSBS::Refresh); // the first values at once, not after the first interval
 }
 
-frmSBS::~frmSBS() = default;
+frmSBS::~frmSBS()
+{
+    m_plot->SetCurves({}); // it draws from the engine's history, which goes first
+}
 
 void frmSBS::LoadInitSBSGrid()
 {
@@ -395,11 +398,13 @@ void frmSBS::UpdateCurves()
 {
     std::vector<PlotCurve> curves;
     const std::int64_t offset = m_context.time.Now().toMSecsSinceEpoch() - m_context.time.MonotonicMs();
+    const std::int64_t bridge
+        = 3LL * m_scan.Form().Interval.Refresh; // a line joins no two values around a pause
     int place = 0;
     for (const int row : m_model->Plotted()) {
         const auto at = static_cast<std::int16_t>(row);
         if (row >= 0)
-            curves.push_back({&m_scan.History(), static_cast<std::size_t>(row), offset, 0,
+            curves.push_back({&m_scan.History(), static_cast<std::size_t>(row), offset, bridge,
                               ShownDescription(m_tables.GetSBSDesc(at)), m_tables.GetSBSUnit(at), place});
         ++place;
     }
