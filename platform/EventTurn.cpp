@@ -48,10 +48,12 @@ bool EventTurn(double atMostMs, const std::atomic<bool>* interrupted)
     const bool ran = dispatcher && dispatcher->processEvents(QEventLoop::AllEvents);
     if (ran || atMostMs <= 0)
         return ran;
-    for (double left = atMostMs; left > 0; left = atMostMs - MsSince(start)) {
+    for (;;) {
+        const double left = atMostMs - MsSince(start);
+        if (left <= 0)
+            return false;
         const bool ending = interrupted && interrupted->load();
         if (SleepOrRunEvents(dispatcher, std::min(left, ending ? kInterruptedMs : kSliceMs)) || ending)
             return true;
     }
-    return false;
 }

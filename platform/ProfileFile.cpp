@@ -20,12 +20,13 @@ constexpr std::uint32_t kFree = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint32_t kNoOwner = kFree;
 
 bool IsBlank(QChar c) { return c.unicode() <= u' '; }
+bool SameName(QStringView a, QStringView b) { return a.compare(b, Qt::CaseInsensitive) == 0; }
 bool IsLineEnd(QChar c) { return c == u'\n' || c == u'\r'; }
 
 QStringView Trimmed(QStringView text)
 {
     while (!text.isEmpty() && IsBlank(text.front()))
-        text = text.mid(1);
+        text = text.sliced(1);
     while (!text.isEmpty() && IsBlank(text.back()))
         text.chop(1);
     return text;
@@ -157,26 +158,19 @@ QStringList ProfileFile::SectionLines(QStringView section) const
     const qsizetype header = FindHeader(section);
     if (header < 0)
         return lines;
-    for (qsizetype at = LineAt(header).next; at < m_text.size();) {
-        const Line line = LineAt(at);
-        if (line.kind == Line::Kind::Header)
-            break;
+    for (Line line = After(LineAt(header)); line.start < m_text.size() && line.kind != Line::Kind::Header;
+         line = After(line))
         if (line.kind == Line::Kind::Key)
             lines << line.content.toString();
-        at = line.next;
-    }
     return lines;
 }
 
 QStringList ProfileFile::SectionNames() const
 {
     QStringList names;
-    for (qsizetype at = 0; at < m_text.size();) {
-        const Line line = LineAt(at);
+    for (Line line = LineAt(0); line.start < m_text.size(); line = After(line))
         if (line.kind == Line::Kind::Header && FindHeader(line.name) == line.start)
             names << line.name.toString();
-        at = line.next;
-    }
     return names;
 }
 
@@ -201,14 +195,10 @@ void ProfileFile::Set(QStringView section, QStringView key, const QString& value
     } else if (const qsizetype header = FindHeader(section); header >= 0) {
         // behind the last key, not at the end: a comment in front of the next header belongs to that one
         Line last = LineAt(header);
-        for (qsizetype at = last.next; at < m_text.size();) {
-            const Line line = LineAt(at);
-            if (line.kind == Line::Kind::Header)
-                break;
+        for (Line line = After(last); line.start < m_text.size() && line.kind != Line::Kind::Header;
+             line = After(line))
             if (line.kind == Line::Kind::Key)
                 last = line;
-            at = line.next;
-        }
         InsertAfter(last, newLine);
     } else {
         const QString end = LineEnd();
@@ -221,30 +211,52 @@ void ProfileFile::Set(QStringView section, QStringView key, const QString& value
 
 void ProfileFile::Unset(QStringView section, QStringView key)
 {
-    for (qsizetype found = FindKey(section, key); found >= 0; found = FindKey(section, key)) {
-        m_text.remove(found, LineAt(found).next - found);
-        Index();
-    }
+    const qsizetype header = FindHeader(section);
+    if (header < 0)
+        return;
+    std::vector<Span> spans;
+    for (Line line = After(LineAt(header)); line.start < m_text.size() && line.kind != Line::Kind::Header;
+         line = After(line))
+        if (line.kind == Line::Kind::Key && SameName(line.name, key))
+            spans.push_back({line.start, line.next});
+    Cut(spans);
 }
 
 void ProfileFile::UnsetSection(QStringView section)
 {
-    for (qsizetype header = FindHeader(section); header >= 0; header = FindHeader(section)) {
-        qsizetype end = LineAt(header).next; // behind the last key, with the blank lines after it
-        bool blankSoFar = true;
-        for (qsizetype at = end; at < m_text.size();) {
-            const Line line = LineAt(at);
-            if (line.kind == Line::Kind::Header)
-                break;
+    std::vector<Span> spans; // each up to behind the last key, with the blank lines after it
+    bool inside = false;
+    bool blankSoFar = false;
+    for (Line line = LineAt(0); line.start < m_text.size(); line = After(line)) {
+        if (line.kind == Line::Kind::Header) {
+            inside = SameName(line.name, section);
+            if (inside)
+                spans.push_back({line.start, line.next});
+            blankSoFar = true;
+        } else if (inside) {
             blankSoFar = line.kind == Line::Kind::Key || (blankSoFar && line.content.isEmpty());
             if (blankSoFar)
-                end = line.next;
-            at = line.next;
+                spans.back().end = line.next;
         }
-        m_text.remove(header, end - header);
-        Index();
     }
+    Cut(spans);
 }
+
+/// All at once: a file with a million sections of one name must not be indexed a million times.
+void ProfileFile::Cut(const std::vector<Span>& spans)
+{
+    QString kept;
+    qsizetype at = 0;
+    for (const Span& span : spans) {
+        kept += QStringView(m_text).sliced(at, span.start - at);
+        at = span.end;
+    }
+    kept += QStringView(m_text).sliced(at);
+    m_text = kept;
+    Index();
+}
+
+ProfileFile::Line ProfileFile::After(const Line& line) const { return LineAt(line.next); }
 
 ProfileFile::Line ProfileFile::LineAt(qsizetype start) const
 {
@@ -293,8 +305,7 @@ std::size_t ProfileFile::SpotFor(std::uint32_t hash, std::uint32_t owner, QStrin
     for (std::size_t at = hash;; ++at) {
         const Spot& spot = m_spots[at & (m_spots.size() - 1)];
         if (spot.line == kFree
-            || (spot.hash == hash && spot.owner == owner
-                && LineAt(spot.line).name.compare(name, Qt::CaseInsensitive) == 0))
+            || (spot.hash == hash && spot.owner == owner && SameName(LineAt(spot.line).name, name)))
             return at & (m_spots.size() - 1);
     }
 }
@@ -327,13 +338,11 @@ void ProfileFile::Index()
     m_spots.clear();
     m_used = 0;
     std::uint32_t owner = kNoOwner;
-    for (qsizetype at = 0; at < m_text.size();) {
-        const Line line = LineAt(at);
+    for (Line line = LineAt(0); line.start < m_text.size(); line = After(line)) {
         if (line.kind == Line::Kind::Header)
-            owner = Add(at, 0, line.name) ? static_cast<std::uint32_t>(at) + 1 : kNoOwner;
+            owner = Add(line.start, 0, line.name) ? static_cast<std::uint32_t>(line.start) + 1 : kNoOwner;
         else if (line.kind == Line::Kind::Key && owner != kNoOwner)
-            Add(at, owner, line.name);
-        at = line.next;
+            Add(line.start, owner, line.name);
     }
 }
 

@@ -50,7 +50,14 @@ private:
         std::uint32_t owner; ///< 0 for a header, else 1 + start of the section's header
     };
 
+    struct Span {
+        qsizetype start;
+        qsizetype end;
+    };
+
+    /// At the end of the text: an empty line that starts there.
     [[nodiscard]] Line LineAt(qsizetype start) const;
+    [[nodiscard]] Line After(const Line& line) const;
     /// @return start of the line, or -1
     [[nodiscard]] qsizetype FindHeader(QStringView section) const { return Find(0, section); }
     [[nodiscard]] qsizetype FindKey(QStringView section, QStringView key) const;
@@ -58,6 +65,7 @@ private:
     [[nodiscard]] std::size_t SpotFor(std::uint32_t hash, std::uint32_t owner, QStringView name) const;
     bool Add(qsizetype line, std::uint32_t owner, QStringView name);
     void Index();
+    void Cut(const std::vector<Span>& spans);
     /// Puts a line behind the one given, with the line end in use there.
     void InsertAfter(const Line& line, const QString& text);
     [[nodiscard]] QString LineEnd() const;

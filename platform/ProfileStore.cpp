@@ -11,7 +11,7 @@
 
 namespace {
 
-/// File systems stamp with the kernel's tick: two changes this close together can carry one stamp.
+/// Kernels before 6.13 stamp files with their tick: two changes this close together can carry one stamp.
 constexpr std::int64_t kStampGrainNs = 20'000'000;
 
 /// What tells one state of a file from another.
@@ -135,8 +135,7 @@ QString ProfileStore::Save(Entry& entry, ProfileFile changed)
                    "%1 could not be saved: the text does not fit the file's encoding; save the file "
                    "as UTF-8 first")
             .arg(entry.opened);
-    const QString problem = SaveWhole(entry.opened, bytes);
-    if (!problem.isEmpty())
+    if (QString problem = SaveWhole(entry.opened, bytes); !problem.isEmpty())
         return problem;
     entry.file = std::move(changed);
     entry.stamp = StampOf(entry.opened);

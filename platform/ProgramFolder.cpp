@@ -35,7 +35,7 @@ QString Fill(const QString& folder, const QString& installed)
         if (!content.error.isEmpty())
             return content.error;
         QDir().mkpath(QFileInfo(target).absolutePath());
-        if (const QString problem = SaveWhole(target, content.bytes); !problem.isEmpty())
+        if (QString problem = SaveWhole(target, content.bytes); !problem.isEmpty())
             return problem;
     }
     return {};

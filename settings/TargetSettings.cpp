@@ -203,6 +203,7 @@ bool LoadTargetSettings(ProfileStore& profiles, UserMessages& messages, const QS
 std::vector<NamedSetting> NamedFields(const TargetSettings& settings)
 {
     std::vector<NamedSetting> fields;
+    fields.reserve(kFields.size());
     for (const Field& field : kFields)
         fields.push_back(
             {field.name,

@@ -6,31 +6,30 @@
 
 #include <gtest/gtest.h>
 
+// A path can hold neither blank nor "-": wanted, "-t a b-c.ini" is /home/ab.
 TEST(ParseCommandLine, TakesTheTwoOptionsAndIgnoresTheRest)
 {
     const struct {
         const char* line;
         int mode;
         const char* path;
-    } kCases[] = {
-        {"", 2, ""},
-        {"-t zm41k36\\Config.ini -d0", 0, "/home/zm41k36\\Config.ini"},
-        {"-d0 -tX", 0, "/home/X"},
-        {"tX", 2, "/home/X"},
-        {"d1 -dX", 0, ""},
-        {"-D0 -T x --help", 2, ""},
-        {"-t a b-c.ini", 2, "/home/ab"}, // neither blank nor "-" in a path, known and wanted
-        {"-t", 2, "/home/"},
-        {"-t/abs/C.ini", 2, "/abs/C.ini"},
-        {"- d 1 2 -", 12, ""},
-        {"-d2.5", 2, ""},
-        {"-d3.5x", 4, ""},
-        {"-d99999", 32767, ""},
-        {"-d1e999", 32767, ""},
-        {"-dinf", 0, ""},
-        {"-d-5", 0, ""},
-        {"-d+5", 5, ""},
-    };
+    } kCases[] = {{"", 2, ""},
+                  {"-t zm41k36\\Config.ini -d0", 0, "/home/zm41k36\\Config.ini"},
+                  {"-d0 -tX", 0, "/home/X"},
+                  {"tX", 2, "/home/X"},
+                  {"d1 -dX", 0, ""},
+                  {"-D0 -T x --help", 2, ""},
+                  {"-t a b-c.ini", 2, "/home/ab"},
+                  {"-t", 2, "/home/"},
+                  {"-t/abs/C.ini", 2, "/abs/C.ini"},
+                  {"- d 1 2 -", 12, ""},
+                  {"-d2.5", 2, ""},
+                  {"-d3.5x", 4, ""},
+                  {"-d99999", 32767, ""},
+                  {"-d1e999", 32767, ""},
+                  {"-dinf", 0, ""},
+                  {"-d-5", 0, ""},
+                  {"-d+5", 5, ""}};
     for (const auto& c : kCases) {
         StartupState state = InitialState(QStringLiteral("/home"));
         ParseCommandLine(QLatin1String(c.line), state);

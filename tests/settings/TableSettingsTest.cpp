@@ -43,6 +43,5 @@ INSTANTIATE_TEST_SUITE_P(
         TableCase{"InConfig", "[SBS]\nConfigFile=a\n", "[SBS]\nScanInterval=5\n", 5, false},
         TableCase{"InBoth", "[SBS]\nScanInterval=4\n", "[SBS]\nScanInterval=5\n", 4, true},
         TableCase{"TargetNamesTheTable", "[SBS]\nConfigFile=a\n", "[SBS]\nConfigFile=b\n", 2000, true},
-        TableCase{"ConfigNamesTheTable", "[Device]\nName=a\n", "[SBS]\nConfigFile=b\n", 2000, false},
-        TableCase{"TargetNotChosenCounts", nullptr, "[SBS]\nScanInterval=5\n", 5, false}),
+        TableCase{"ConfigNamesTheTable", "[Device]\nName=a\n", "[SBS]\nConfigFile=b\n", 2000, false}),
     [](const auto& row) { return row.param.what; });
