@@ -134,6 +134,25 @@ QString PlotNumber(double value)
     return QString::number(value, 'g', 10);
 }
 
+QString PlotTimeText(std::int64_t ms, std::int64_t spanMs, PlotClock clock)
+{
+    constexpr std::int64_t kMinuteMs = 60'000;
+    if (clock == PlotClock::Wall)
+        return QDateTime::fromMSecsSinceEpoch(ms).toString(spanMs < kMinuteMs ? QStringLiteral("hh:mm:ss.zzz")
+                                                                              : QStringLiteral("hh:mm:ss"));
+    const std::int64_t seconds = std::abs(ms) / 1000;
+    const auto twoDigits = [](std::int64_t number) {
+        return QStringLiteral("%1").arg(number, 2, 10, QLatin1Char('0'));
+    };
+    QString text = QStringLiteral("%1%2:%3:%4")
+                       .arg(ms < 0 ? QStringLiteral("-") : QString())
+                       .arg(seconds / 3600)
+                       .arg(twoDigits(seconds / 60 % 60), twoDigits(seconds % 60));
+    if (spanMs < kMinuteMs)
+        text += QStringLiteral(".%1").arg(std::abs(ms) % 1000, 3, 10, QLatin1Char('0'));
+    return text;
+}
+
 std::optional<PlotSpan> WholeSpan(std::span<const PlotCurve> curves)
 {
     std::optional<PlotSpan> whole;
@@ -161,14 +180,14 @@ std::vector<PlotSpan> Joined(std::vector<PlotSpan> spans)
 }
 
 QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events, std::int64_t fromMs,
-                      std::int64_t toMs)
+                      std::int64_t toMs, PlotClock clock)
 {
     std::vector<PlotEvent> visible;
     std::ranges::copy_if(events, std::back_inserter(visible),
                          [&](const PlotEvent& event) { return event.AtMs >= fromMs && event.AtMs < toMs; });
     std::ranges::stable_sort(visible, {}, &PlotEvent::AtMs);
 
-    QStringList cells{QStringLiteral("Time")};
+    QStringList cells{clock == PlotClock::Wall ? QStringLiteral("Time") : QStringLiteral("Elapsed (s)")};
     for (const PlotCurve& curve : curves)
         cells << Quoted(curve.Unit.isEmpty() ? curve.Name : QStringLiteral("%1 (%2)").arg(curve.Name, curve.Unit));
     if (!visible.empty())
@@ -177,7 +196,8 @@ QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEve
     const auto putLine = [&] { csv += cells.join(QLatin1Char(',')).toUtf8() + "\r\n"; };
     const auto startLine = [&](std::int64_t ms) {
         cells.fill(QString());
-        cells[0] = QDateTime::fromMSecsSinceEpoch(ms).toString(Qt::ISODateWithMs);
+        cells[0] = clock == PlotClock::Wall ? QDateTime::fromMSecsSinceEpoch(ms).toString(Qt::ISODateWithMs)
+                                            : QString::number(static_cast<double>(ms) / 1000, 'f', 3);
     };
     putLine();
 
