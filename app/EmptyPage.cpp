@@ -30,7 +30,8 @@ QFrame* Rule(QWidget* parent)
 } // namespace
 
 EmptyPage::EmptyPage(QWidget* parent)
-    : QWidget(parent), m_card(new QFrame), lblEmptyTitle(new QLabel(m_card)), lblEmptyText(new QLabel(m_card)),
+    : QWidget(parent), m_card(new QFrame), lblEmptyTitle(new QLabel(m_card)),
+      lblEmptyText(new QLabel(m_card)),
       cmdTryAgain(Button(m_card, "cmdTryAgain", QStringLiteral("refresh"), tr("Try again"))),
       cmdChooseAdapter(Button(m_card, "cmdChooseAdapter", QStringLiteral("adapter"), tr("Choose adapter"))),
       cmdShowErrorLog(Button(m_card, "cmdShowErrorLog", QStringLiteral("log"), tr("Show error log"))),
@@ -53,7 +54,8 @@ EmptyPage::EmptyPage(QWidget* parent)
     column->setSpacing(8);
     column->addWidget(lblEmptyTitle);
     column->addWidget(lblEmptyText);
-    m_settings = AddLine(column, QStringLiteral("settings"), tr("Settings"), QStringLiteral("lblEmptySettings"), {});
+    m_settings
+        = AddLine(column, QStringLiteral("settings"), tr("Settings"), QStringLiteral("lblEmptySettings"), {});
     m_adapter = AddLine(column, QStringLiteral("adapter"), tr("Adapter"), QStringLiteral("lblEmptyAdapter"),
                         {cmdTryAgain, cmdChooseAdapter, cmdShowErrorLog});
     m_target = AddLine(column, QStringLiteral("target"), tr("Target"), QStringLiteral("lblEmptyTarget"),
@@ -62,9 +64,10 @@ EmptyPage::EmptyPage(QWidget* parent)
     auto* simulated = new QHBoxLayout(m_simulated);
     simulated->setContentsMargins(0, 4, 0, 0);
     simulated->setSpacing(14);
-    auto* hint = new QLabel(tr("No hardware at hand? The simulated pack charges and discharges like a real one. "
-                               "Tarnlo never falls back on it while an adapter is plugged in."),
-                            m_simulated);
+    auto* hint
+        = new QLabel(tr("No hardware at hand? The simulated pack charges and discharges like a real one. "
+                        "Tarnlo never falls back on it while an adapter is plugged in."),
+                     m_simulated);
     hint->setWordWrap(true);
     simulated->addWidget(m_simulatedIcon);
     simulated->addWidget(hint, 1);
@@ -125,7 +128,8 @@ EmptyPage::Line EmptyPage::AddLine(QVBoxLayout* column, const QString& icon, con
     return line;
 }
 
-void EmptyPage::Show(const Readiness& settings, const Readiness& adapter, const Readiness& target, bool simulated)
+void EmptyPage::Show(const Readiness& settings, const Readiness& adapter, const Readiness& target,
+                     bool simulated)
 {
     m_settings.state = settings;
     m_adapter.state = adapter;
@@ -156,7 +160,9 @@ void EmptyPage::Draw(Line& line)
     const SkinColours& colours = Theme::Current().Colours();
     const bool good = line.state.mark == Readiness::Mark::Good;
     const bool failed = line.state.mark == Readiness::Mark::Failed;
-    line.icon->setPixmap(IconPixmap(good ? QStringLiteral("ok") : failed ? QStringLiteral("error") : line.iconName,
+    line.icon->setPixmap(IconPixmap(good         ? QStringLiteral("ok")
+                                        : failed ? QStringLiteral("error")
+                                                 : line.iconName,
                                     24,
                                     ToColour(good         ? colours.Good
                                                  : failed ? colours.Failed

@@ -11,7 +11,8 @@ struct Readiness {
     QString text; ///< what is so, why, and what helps; one to three lines
 };
 
-/// The page over the empty main area: what is missing and the next step. Stands there as long as no view is open.
+/// The page over the empty main area: what is missing and the next step. Stands there as long as no view is
+/// open.
 class EmptyPage final : public QWidget {
     Q_OBJECT
 public:
@@ -37,8 +38,8 @@ private:
         QString iconName;
         Readiness state;
     };
-    Line AddLine(class QVBoxLayout* column, const QString& icon, const QString& title, const QString& textName,
-                 std::initializer_list<QPushButton*> buttons);
+    Line AddLine(class QVBoxLayout* column, const QString& icon, const QString& title,
+                 const QString& textName, std::initializer_list<QPushButton*> buttons);
     void Draw(Line& line);
 
     QFrame* m_card;

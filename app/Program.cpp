@@ -10,8 +10,9 @@ struct Program::Session {
     Session(Program& program, std::unique_ptr<Pc61vRW> newDriver)
         : driver(std::move(newDriver)),
           usb(*driver, program.m_time, program.m_messages, program.m_state.ProgramFolder),
-          link(usb, program.m_access, program.m_profiles, program.m_messages, program.m_state, program.m_target),
-          context{program.m_profiles, program.m_state, program.m_target,   usb, program.m_access, link,
+          link(usb, program.m_access, program.m_profiles, program.m_messages, program.m_state,
+               program.m_target),
+          context{program.m_profiles, program.m_state,    program.m_target, usb, program.m_access, link,
                   program.m_time,     program.m_messages, program.m_errors}
     {
     }
@@ -38,7 +39,8 @@ void Program::ParseCommandLine(const QString& commandLine)
 
 Skin Program::LoadConfiguration()
 {
-    const Skin skin = SkinFile().isEmpty() ? DefaultSkin() : LoadSkinColours(m_profiles, SkinFile(), SkinName());
+    const Skin skin
+        = SkinFile().isEmpty() ? DefaultSkin() : LoadSkinColours(m_profiles, SkinFile(), SkinName());
     ReadTargetAddress(m_state.ProgramSettingsFile);
     return skin;
 }
@@ -59,6 +61,7 @@ bool Program::OpenAdapterConnection()
 {
     CloseAdapter();
     m_adapter = ResolveAdapter(m_profiles, m_state, m_device, {});
+    m_adapter.PackOutrunsClock = true;
     if (std::unique_ptr<Pc61vRW> driver = MakeAdapter(m_adapter, m_profiles, m_state, m_time))
         m_session = std::make_unique<Session>(*this, std::move(driver));
     if (m_session)
@@ -72,6 +75,8 @@ bool Program::OpenAdapterConnection()
         m_session->usb.ClearErrorLog();
     if (m_profiles.Integer(m_state.ProgramSettingsFile, u"Options", u"EnableErrLog", 0) != 0)
         m_session->usb.EnableErrorLog();
+    if (const QString problem = m_session->driver->Facts().Problem; !problem.isEmpty())
+        m_messages.Show(problem); // open, but not as the settings ask
     m_session->link.Connected();
     return true;
 }
@@ -146,12 +151,6 @@ void Program::CloseAdapter()
     m_session.reset();
 }
 
-GaugeContext* Program::Context()
-{
-    return m_open ? &m_session->context : nullptr;
-}
+GaugeContext* Program::Context() { return m_open ? &m_session->context : nullptr; }
 
-frmUSB* Program::Usb()
-{
-    return m_session ? &m_session->usb : nullptr;
-}
+frmUSB* Program::Usb() { return m_session ? &m_session->usb : nullptr; }

@@ -18,8 +18,8 @@
 #include <functional>
 #include <memory>
 
-/// The program without its windows: start-up state, the adapter in use, the target. The main window owns the one
-/// instance and runs the operations in the order of its load sequence.
+/// The program without its windows: start-up state, the adapter in use, the target. The main window owns the
+/// one instance and runs the operations in the order of its load sequence.
 class Program {
 public:
     Program(TimeSource& time, UserMessages& messages, ErrorList& errors, const QString& programFolder);
@@ -28,7 +28,8 @@ public:
     void ParseCommandLine(const QString& commandLine);
     /// Skin and gauge address from the program settings.
     [[nodiscard]] Skin LoadConfiguration();
-    /// Opens the first free adapter; a failure shows the fixed message and keeps the reason in AdapterProblem().
+    /// Opens the first free adapter; a failure shows the fixed message and keeps the reason in
+    /// AdapterProblem().
     bool OpenAdapterConnection();
     /// Looks the gauge up in the target list; what is not there the person chooses.
     /// @param choose  shows the list; gives the chosen file as written, or nothing
@@ -38,18 +39,23 @@ public:
     /// The target's own settings count from now on.
     void TargetChosen();
 
-    /// Takes another adapter, closing the one in use; views must be closed before. Empty: as the settings say.
+    /// Takes another adapter, closing the one in use; views must be closed before. Empty: as the settings
+    /// say.
     void UseAdapter(const QString& device);
     [[nodiscard]] const AdapterSettings& Adapter() const { return m_adapter; }
     [[nodiscard]] bool AdapterOpen() const { return m_open; }
     [[nodiscard]] QString AdapterProblem() const; ///< plain words; empty when it is open
-    [[nodiscard]] bool HasTarget() const { return !m_state.TargetConfigPath.isEmpty() && m_targetProblem.isEmpty(); }
+    [[nodiscard]] bool HasTarget() const
+    {
+        return !m_state.TargetConfigPath.isEmpty() && m_targetProblem.isEmpty();
+    }
     [[nodiscard]] const QString& TargetProblem() const { return m_targetProblem; }
     void CloseAdapter();
 
     [[nodiscard]] GaugeContext* Context(); ///< nothing while no adapter is open
     [[nodiscard]] frmUSB* Usb();
     [[nodiscard]] GaugeAccess& Access() { return m_access; }
+    [[nodiscard]] TimeSource& Time() { return m_time; }
     [[nodiscard]] ProfileStore& Profiles() { return m_profiles; }
     [[nodiscard]] const StartupState& State() const { return m_state; }
     [[nodiscard]] const QString& FolderProblem() const { return m_folderProblem; }

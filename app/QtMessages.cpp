@@ -10,9 +10,9 @@
 namespace {
 
 constexpr std::array kButtons{
-    std::pair{Answer::Yes, QMessageBox::Yes},       std::pair{Answer::No, QMessageBox::No},
-    std::pair{Answer::Retry, QMessageBox::Retry},   std::pair{Answer::Ignore, QMessageBox::Ignore},
-    std::pair{Answer::Abort, QMessageBox::Abort},   std::pair{Answer::Cancel, QMessageBox::Cancel},
+    std::pair{Answer::Yes, QMessageBox::Yes},     std::pair{Answer::No, QMessageBox::No},
+    std::pair{Answer::Retry, QMessageBox::Retry}, std::pair{Answer::Ignore, QMessageBox::Ignore},
+    std::pair{Answer::Abort, QMessageBox::Abort}, std::pair{Answer::Cancel, QMessageBox::Cancel},
     std::pair{Answer::Ok, QMessageBox::Ok},
 };
 

@@ -6,8 +6,9 @@
 
 #include <functional>
 
-/// Messages of the window program. What is only told goes to the one error window, which is not modal and never
-/// stacked, so nothing waits for a click while the bus is held; questions are boxes, asked only while it is free.
+/// Messages of the window program. What is only told goes to the one error window, which is not modal and
+/// never stacked, so nothing waits for a click while the bus is held; questions are boxes, asked only while
+/// it is free.
 class QtMessages final : public UserMessages {
 public:
     explicit QtMessages(std::function<void(const QString&)> show) : m_show(std::move(show)) { }

@@ -76,8 +76,8 @@ protected:
             QFont font = Theme::Current().Font(isChecked() ? Type::Strong : Type::Body);
             painter.setFont(font);
             painter.setPen(ToColour(colours.TextFore));
-            const QString shown
-                = QFontMetrics(font).elidedText(text(), Qt::ElideRight, width() - 6 - colours.HighlightBorderWidth);
+            const QString shown = QFontMetrics(font).elidedText(text(), Qt::ElideRight,
+                                                                width() - 6 - colours.HighlightBorderWidth);
             painter.drawText(QRect(2, top + icon + 4, width() - 4, height() - top - icon - 6),
                              Qt::AlignHCenter | Qt::AlignTop, shown);
         }
@@ -91,8 +91,9 @@ private:
 
 SelectorPane::SelectorPane(QWidget* parent)
     : QFrame(parent), FrameButtonView(new QScrollArea(this)), FrameMDIButtons(new QWidget),
-      m_column(new QVBoxLayout(FrameMDIButtons)), FrameRemCap(new QFrame(this)), lblStatic(new QLabel(FrameRemCap)),
-      lblRemCap(new QLabel(FrameRemCap)), pbRemCap(new QProgressBar(FrameRemCap))
+      m_column(new QVBoxLayout(FrameMDIButtons)), FrameRemCap(new QFrame(this)),
+      lblStatic(new QLabel(FrameRemCap)), lblRemCap(new QLabel(FrameRemCap)),
+      pbRemCap(new QProgressBar(FrameRemCap))
 {
     setObjectName(QStringLiteral("FrameSelector"));
     setAutoFillBackground(true);
@@ -169,7 +170,8 @@ void SelectorPane::SetCaption(int index, const QString& caption)
     entry.button.Caption = caption;
     entry.widget->setText(caption);
     entry.widget->setAccessibleName(caption);
-    entry.widget->setToolTip(index < 9 ? QStringLiteral("%1 (Ctrl+%2)").arg(caption).arg(index + 1) : caption);
+    entry.widget->setToolTip(index < 9 ? QStringLiteral("%1 (Ctrl+%2)").arg(caption).arg(index + 1)
+                                       : caption);
 }
 
 void SelectorPane::Select(int index)

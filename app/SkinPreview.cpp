@@ -38,7 +38,8 @@ void SkinPreview::paintEvent(QPaintEvent*)
     const QRect table(0, 0, width(), 5 * kRow);
     painter.fillRect(table, ToColour(c.Base));
     const int valueLeft = width() - kUnit - kValue;
-    const auto cells = [&](int row, const QString& name, const QString& value, const QString& unit, Rgb ink, Rgb unitInk) {
+    const auto cells = [&](int row, const QString& name, const QString& value, const QString& unit, Rgb ink,
+                           Rgb unitInk) {
         const int top = row * kRow;
         painter.setPen(ToColour(ink));
         painter.drawText(QRect(6, top, valueLeft - 8, kRow), Qt::AlignVCenter, name);
@@ -56,7 +57,8 @@ void SkinPreview::paintEvent(QPaintEvent*)
     painter.setFont(theme.Font(Type::Body));
     cells(1, QStringLiteral("Voltage"), {}, QStringLiteral("mV"), c.TextFore, c.TextSecondary);
     painter.fillRect(0, 2 * kRow, width(), kRow, ToColour(c.AlternateBase));
-    cells(2, QStringLiteral("Temperature"), QStringLiteral("27.4"), QStringLiteral("\u00b0C"), c.TextFore, c.TextSecondary);
+    cells(2, QStringLiteral("Temperature"), QStringLiteral("27.4"), QStringLiteral("\u00b0C"), c.TextFore,
+          c.TextSecondary);
     painter.fillRect(0, 3 * kRow, width(), kRow, ToColour(c.SelectionHighlight));
     cells(3, QStringLiteral("Current"), QStringLiteral("-1498"), QStringLiteral("mA"), c.TextHighlightFore,
           c.TextHighlightFore);

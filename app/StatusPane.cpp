@@ -24,10 +24,12 @@ QLabel* Panel(QStatusBar* bar, const char* name, const QString& accessible)
 } // namespace
 
 StatusPane::StatusPane(QWidget* parent)
-    : QStatusBar(parent), tmrStatusBarTime(new QTimer(this)), PictureStat(Panel(this, "PictureStat", tr("Status"))),
-      ProgressBarStatus(new QProgressBar(this)), PictureMode(Panel(this, "PictureMode", tr("Adapter"))),
+    : QStatusBar(parent), tmrStatusBarTime(new QTimer(this)),
+      PictureStat(Panel(this, "PictureStat", tr("Status"))), ProgressBarStatus(new QProgressBar(this)),
+      PictureMode(Panel(this, "PictureMode", tr("Adapter"))),
       lblAddress(Panel(this, "lblAddress", tr("Address"))), m_linkIcon(new QLabel(this)),
-      lblLink(Panel(this, "lblLink", tr("Link state"))), lblBusOwner(Panel(this, "lblBusOwner", tr("Bus holder"))),
+      lblLink(Panel(this, "lblLink", tr("Link state"))),
+      lblBusOwner(Panel(this, "lblBusOwner", tr("Bus holder"))),
       lblBusLoad(Panel(this, "lblBusLoad", tr("Bus load"))), lblClock(Panel(this, "lblClock", tr("Time")))
 {
     setObjectName(QStringLiteral("sbMDI"));
@@ -80,24 +82,27 @@ void StatusPane::SetProgress(int done, int of, const QString& owner)
 void StatusPane::SetLink(const LinkFacts& facts)
 {
     m_facts = facts;
-    PictureMode->setText(facts.Simulated             ? QStringLiteral("Simulated")
+    PictureMode->setText(facts.Simulated               ? QStringLiteral("Simulated")
                              : facts.Adapter.isEmpty() ? tr("No adapter open")
                                                        : facts.Adapter);
     lblAddress->setText(tr("Address 0x%1").arg(facts.Address, 2, 16, QLatin1Char('0')));
     const SkinColours& colours = Theme::Current().Colours();
     const bool failed = !facts.LastError.isEmpty();
     const bool known = facts.Answering || failed;
-    m_linkIcon->setPixmap(IconPixmap(failed ? QStringLiteral("error")
-                                            : known ? QStringLiteral("link") : QStringLiteral("unlink"),
+    m_linkIcon->setPixmap(IconPixmap(failed      ? QStringLiteral("error")
+                                         : known ? QStringLiteral("link")
+                                                 : QStringLiteral("unlink"),
                                      kIcon, ToColour(failed ? colours.Failed : colours.TextFore),
                                      devicePixelRatioF()));
     lblLink->setText(failed ? facts.LastError : facts.Answering ? tr("Gauge answers") : tr("Not connected"));
     lblLink->setToolTip(failed ? tr("Last error: %1").arg(facts.LastError) : lblLink->text());
     lblBusOwner->setText(facts.BusOwner.isEmpty() ? tr("Bus: free") : tr("Bus: %1").arg(facts.BusOwner));
     lblBusLoad->setText(tr("Bus %1 % busy").arg(facts.BusLoad, 0, 'f', 1));
-    lblBusLoad->setToolTip(tr("Share of the time that the bus is in use, by the ideal bus time of each transaction"));
+    lblBusLoad->setToolTip(
+        tr("Share of the time that the bus is in use, by the ideal bus time of each transaction"));
     const QString sheet = facts.Simulated
-        ? QStringLiteral("QLabel { background: %1; color: %2; font-weight: 600; border-radius: 2px; padding: 1px 4px; }")
+        ? QStringLiteral(
+              "QLabel { background: %1; color: %2; font-weight: 600; border-radius: 2px; padding: 1px 4px; }")
               .arg(RgbText(colours.TextFore), RgbText(colours.Background))
         : QString();
     if (PictureMode->styleSheet() != sheet)

@@ -19,10 +19,11 @@ public:
         auto* title = new QLabel(tr("%1 is not part of this version").arg(caption), this);
         title->setObjectName(QStringLiteral("lblMissingTitle"));
         title->setFont(Theme::Current().Font(Type::State));
-        auto* text = new QLabel(tr("The target asks for a view with the key \"%1\". This version of Tarnlo has no "
-                                   "such view yet; the other views work without it.")
-                                    .arg(key),
-                                this);
+        auto* text
+            = new QLabel(tr("The target asks for a view with the key \"%1\". This version of Tarnlo has no "
+                            "such view yet; the other views work without it.")
+                             .arg(key),
+                         this);
         text->setWordWrap(true);
         text->setAlignment(Qt::AlignHCenter);
         auto* column = new QVBoxLayout(this);

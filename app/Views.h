@@ -5,6 +5,6 @@
 
 #include <QString>
 
-/// A new view for a view key, "SBS", "DF", "Cal", "Pro" or a plug-in's mode. A key that has no view yet gives a page
-/// that says so. This is the one place that knows every view.
+/// A new view for a view key, "SBS", "DF", "Cal", "Pro" or a plug-in's mode. A key that has no view yet gives
+/// a page that says so. This is the one place that knows every view.
 [[nodiscard]] ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& context);

@@ -23,7 +23,8 @@ QString Described(const AdapterFacts& facts)
 
 } // namespace
 
-frmAdapter::frmAdapter(std::function<std::vector<AdapterFacts>()> list, const QString& present, QWidget* parent)
+frmAdapter::frmAdapter(std::function<std::vector<AdapterFacts>()> list, const QString& present,
+                       QWidget* parent)
     : QDialog(parent), m_list(std::move(list)), m_present(present), lstAdapters(new QListWidget(this)),
       lblAdapterHelp(new QLabel(this)), chkRemember(new QCheckBox(tr("&Use it at every start"), this)),
       cmdOK(nullptr)
@@ -36,8 +37,9 @@ frmAdapter::frmAdapter(std::function<std::vector<AdapterFacts>()> list, const QS
     lstAdapters->setWordWrap(true);
     lblAdapterHelp->setObjectName(QStringLiteral("lblAdapterHelp"));
     lblAdapterHelp->setWordWrap(true);
-    lblAdapterHelp->setText(tr("Buses that hang off USB are listed by themselves. Name any other bus in the settings: "
-                               "a computer's own memory bus is one of them, and writing there does harm."));
+    lblAdapterHelp->setText(
+        tr("Buses that hang off USB are listed by themselves. Name any other bus in the settings: "
+           "a computer's own memory bus is one of them, and writing there does harm."));
     chkRemember->setObjectName(QStringLiteral("chkRemember"));
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
@@ -76,7 +78,8 @@ void frmAdapter::Fill()
             lstAdapters->setCurrentItem(item);
     };
     add(QStringLiteral("refresh"),
-        tr("By itself\nThe first USB adapter; with none plugged in the simulated pack"), QStringLiteral("auto"));
+        tr("By itself\nThe first USB adapter; with none plugged in the simulated pack"),
+        QStringLiteral("auto"));
     for (const AdapterFacts& facts : m_list())
         if (facts.Kind == QLatin1String("linux"))
             add(QStringLiteral("adapter"), Described(facts), facts.Name);

@@ -62,10 +62,13 @@ frmColours::frmColours(Theme& theme, ProfileStore& profiles, const StartupState&
       cboSkin(Named(new QComboBox(this), "cboSkin")),
       cmdSaveAs(Named(new QPushButton(ThemeIcon(QStringLiteral("save")), tr("Save as"), this), "cmdSaveAs")),
       lblSource(Named(new QLabel(this), "lblSource")),
-      grdColours(Named(new QTableWidget(static_cast<int>(std::size(kUses)), ColumnCount, this), "grdColours")),
-      spnSelected(Named(new QSpinBox(this), "spnSelected")), spnOthers(Named(new QSpinBox(this), "spnOthers")),
-      m_preview(new SkinPreview(this)), lblProblem(Named(new QLabel(this), "lblProblem")),
-      cmdReset(Named(new QPushButton(ThemeIcon(QStringLiteral("undo")), tr("&Reset skin"), this), "cmdReset")),
+      grdColours(
+          Named(new QTableWidget(static_cast<int>(std::size(kUses)), ColumnCount, this), "grdColours")),
+      spnSelected(Named(new QSpinBox(this), "spnSelected")),
+      spnOthers(Named(new QSpinBox(this), "spnOthers")), m_preview(new SkinPreview(this)),
+      lblProblem(Named(new QLabel(this), "lblProblem")),
+      cmdReset(
+          Named(new QPushButton(ThemeIcon(QStringLiteral("undo")), tr("&Reset skin"), this), "cmdReset")),
       cmdCancel(Named(new QPushButton(tr("Cancel"), this), "cmdCancel")),
       cmdApply(Named(new QPushButton(tr("&Apply"), this), "cmdApply")),
       cmdOK(Named(new QPushButton(tr("OK"), this), "cmdOK"))
@@ -78,7 +81,8 @@ frmColours::frmColours(Theme& theme, ProfileStore& profiles, const StartupState&
     connect(cboSkin, &QComboBox::currentTextChanged, this, &frmColours::ChooseSkin);
     connect(cmdSaveAs, &QPushButton::clicked, this, &frmColours::SaveAs);
     connect(grdColours, &QTableWidget::cellActivated, this, &frmColours::EditColour);
-    connect(spnSelected, &QSpinBox::valueChanged, this, [this](int pixels) { SetWidth(kSkinKeys[1], pixels); });
+    connect(spnSelected, &QSpinBox::valueChanged, this,
+            [this](int pixels) { SetWidth(kSkinKeys[1], pixels); });
     connect(spnOthers, &QSpinBox::valueChanged, this, [this](int pixels) { SetWidth(kSkinKeys[2], pixels); });
     connect(cmdReset, &QPushButton::clicked, this, [this] {
         m_editor.Reset();
@@ -181,7 +185,8 @@ void frmColours::Refresh()
     cboSkin->clear();
     cboSkin->addItems(m_editor.Names());
     cboSkin->setCurrentText(m_editor.Name());
-    lblSource->setText(m_editor.Changed() ? tr("changed, not saved") : tr("from %1").arg(m_editor.FileName()));
+    lblSource->setText(m_editor.Changed() ? tr("changed, not saved")
+                                          : tr("from %1").arg(m_editor.FileName()));
     int row = 0;
     for (const ColourUse& use : kUses) {
         const SkinKey& key = KeyOf(use);
@@ -195,7 +200,8 @@ void frmColours::Refresh()
         put(SwatchColumn, {})->setData(Qt::DecorationRole, Swatch(ToColour(colour), devicePixelRatioF()));
         put(UseColumn, tr(use.use))->setToolTip(QLatin1String(key.name));
         put(ColourColumn, RgbText(colour).toUpper())->setFont(m_theme.Font(Type::Mono));
-        QTableWidgetItem* item = put(ContrastColumn, QStringLiteral("%1 %2").arg(tr(contrast.what)).arg(contrast.ratio, 0, 'f', 1));
+        QTableWidgetItem* item = put(
+            ContrastColumn, QStringLiteral("%1 %2").arg(tr(contrast.what)).arg(contrast.ratio, 0, 'f', 1));
         item->setIcon(contrast.Ok() ? ThemeIcon(QStringLiteral("ok"), IconInk::Good)
                                     : ThemeIcon(QStringLiteral("warn"), IconInk::Caution));
         item->setToolTip(contrast.Ok() ? tr("At least %1: easy to tell apart").arg(contrast.least)
@@ -240,7 +246,8 @@ void frmColours::EditColour(int row)
     dialog.setOption(QColorDialog::DontUseNativeDialog);
     connect(&dialog, &QColorDialog::currentColorChanged, this, [&](const QColor& colour) {
         const auto channel = [](int value) { return static_cast<std::uint8_t>(value); };
-        m_editor.SetNumber(key, ColourNumber({channel(colour.red()), channel(colour.green()), channel(colour.blue())}));
+        m_editor.SetNumber(
+            key, ColourNumber({channel(colour.red()), channel(colour.green()), channel(colour.blue())}));
         ShowNow();
     });
     if (dialog.exec() != QDialog::Accepted) {
@@ -270,8 +277,8 @@ bool frmColours::Apply()
 void frmColours::SaveAs()
 {
     bool accepted = false;
-    const QString name = QInputDialog::getText(this, tr("Save skin as"), tr("Name of the skin"), QLineEdit::Normal,
-                                               m_editor.Name(), &accepted);
+    const QString name = QInputDialog::getText(this, tr("Save skin as"), tr("Name of the skin"),
+                                               QLineEdit::Normal, m_editor.Name(), &accepted);
     if (!accepted)
         return;
     const QString problem = m_editor.SaveAs(name);

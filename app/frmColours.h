@@ -12,7 +12,8 @@ class QTableWidget;
 class SkinPreview;
 class Theme;
 
-/// Chooses a skin and changes its colours. Every change shows at once in all windows; Cancel brings back what was.
+/// Chooses a skin and changes its colours. Every change shows at once in all windows; Cancel brings back what
+/// was.
 class frmColours final : public QDialog {
     Q_OBJECT
 public:

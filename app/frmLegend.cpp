@@ -43,7 +43,8 @@ void DrawIcon(QPainter& painter, const QRect& cell, const QString& name, Rgb col
 {
     QRect place(0, 0, 16, 16);
     place.moveCenter(cell.center());
-    painter.drawPixmap(place.topLeft(), IconPixmap(name, 16, ToColour(colour), painter.device()->devicePixelRatio()));
+    painter.drawPixmap(place.topLeft(),
+                       IconPixmap(name, 16, ToColour(colour), painter.device()->devicePixelRatio()));
 }
 
 } // namespace
@@ -58,7 +59,9 @@ frmLegend::frmLegend(QWidget* parent) : QDialog(parent)
         QString meaning;
     };
     const auto bit = [](BitState state) {
-        return [state](QPainter& painter, const QRect& cell) { DrawBit(painter, cell, state, QStringLiteral("NAME")); };
+        return [state](QPainter& painter, const QRect& cell) {
+            DrawBit(painter, cell, state, QStringLiteral("NAME"));
+        };
     };
     const auto icon = [](const char* name, Rgb SkinColours::*colour) {
         return [name = QString::fromLatin1(name), colour](QPainter& painter, const QRect& cell) {
@@ -100,7 +103,4 @@ frmLegend::frmLegend(QWidget* parent) : QDialog(parent)
     connect(&Theme::Current(), &Theme::Changed, this, &frmLegend::Applyskin);
 }
 
-void frmLegend::Applyskin()
-{
-    update();
-}
+void frmLegend::Applyskin() { update(); }

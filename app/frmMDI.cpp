@@ -32,9 +32,9 @@ constexpr int kLow = 520;
 
 frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme& theme, QString commandLine)
     : m_program(program), m_messages(messages), m_errors(errors), m_theme(theme),
-      m_commandLine(std::move(commandLine)), m_selector(new SelectorPane(this)), m_status(new StatusPane(this)),
-      m_pages(new QStackedWidget(this)), mdiArea(new QMdiArea), m_empty(new EmptyPage),
-      m_linkTimer(new QTimer(this))
+      m_commandLine(std::move(commandLine)), m_selector(new SelectorPane(this)),
+      m_status(new StatusPane(this)), m_pages(new QStackedWidget(this)), mdiArea(new QMdiArea),
+      m_empty(new EmptyPage), m_linkTimer(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmMDI"));
     setWindowTitle(QStringLiteral("Tarnlo"));
@@ -71,10 +71,7 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     UpdateEmptyPage();
 }
 
-frmMDI::~frmMDI()
-{
-    m_messages.SetParent(nullptr);
-}
+frmMDI::~frmMDI() { m_messages.SetParent(nullptr); }
 
 void frmMDI::Load()
 {
@@ -112,19 +109,14 @@ void frmMDI::LoadTarget()
         ShowView(0, m_selector->Button(0).Key);
 }
 
-void frmMDI::ParseCommandLine()
-{
-    m_program.ParseCommandLine(m_commandLine);
-}
+void frmMDI::ParseCommandLine() { m_program.ParseCommandLine(m_commandLine); }
 
-void frmMDI::LoadConfiguration()
-{
-    m_theme.ApplySkinToAllForms(m_program.LoadConfiguration());
-}
+void frmMDI::LoadConfiguration() { m_theme.ApplySkinToAllForms(m_program.LoadConfiguration()); }
 
 void frmMDI::ApplyPatches()
 {
-    // the second caption of the selector as people know it, whatever stood there before a target brings its own
+    // the second caption of the selector as people know it, whatever stood there before a target brings its
+    // own
     m_selector->SetCaption(1, QStringLiteral("Data Flash"));
 }
 
@@ -138,10 +130,7 @@ void frmMDI::LoadTargetSpecificGUI()
         LoadMDIButton(index++, button);
 }
 
-void frmMDI::DebugTesting()
-{
-    m_status->SetText(m_program.HasTarget() ? tr("Ready") : tr("No target"));
-}
+void frmMDI::DebugTesting() { m_status->SetText(m_program.HasTarget() ? tr("Ready") : tr("No target")); }
 
 void frmMDI::SetFont()
 {
@@ -149,15 +138,9 @@ void frmMDI::SetFont()
     setFont(m_theme.Font(Type::Body));
 }
 
-void frmMDI::SetRemCap(std::int16_t value)
-{
-    m_selector->SetRemCap(value);
-}
+void frmMDI::SetRemCap(std::int16_t value) { m_selector->SetRemCap(value); }
 
-void frmMDI::LoadMDIButton(int index, const ViewButton& button)
-{
-    m_selector->LoadMDIButton(index, button);
-}
+void frmMDI::LoadMDIButton(int index, const ViewButton& button) { m_selector->LoadMDIButton(index, button); }
 
 void frmMDI::ShowView(int index, const QString& key)
 {
@@ -168,7 +151,8 @@ void frmMDI::ShowView(int index, const QString& key)
             UpdateEmptyPage();
             return;
         }
-        const QString caption = index >= 0 && index < m_selector->Count() ? m_selector->Button(index).Caption : key;
+        const QString caption
+            = index >= 0 && index < m_selector->Count() ? m_selector->Button(index).Caption : key;
         Host(MakeView(key, caption, *context), caption);
         m_views[key] = mdiArea->subWindowList().constLast();
     }
@@ -181,15 +165,15 @@ void frmMDI::Host(ChildView* view, const QString& title)
 {
     auto* window = mdiArea->addSubWindow(view);
     window->setAttribute(Qt::WA_DeleteOnClose);
-    window->setWindowIcon(QIcon());
     connect(view, &ChildView::RemainingCapacityChanged, this,
             [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
     connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
-    connect(window, &QMdiSubWindow::windowStateChanged, view, [window, title](Qt::WindowStates, Qt::WindowStates now) {
-        // a maximised child would put its own title behind the program's
-        window->setWindowTitle(now.testFlag(Qt::WindowMaximized) ? QString() : title);
-    });
+    connect(window, &QMdiSubWindow::windowStateChanged, view,
+            [window, title](Qt::WindowStates, Qt::WindowStates now) {
+                // a maximised child would put its own title behind the program's
+                window->setWindowTitle(now.testFlag(Qt::WindowMaximized) ? QString() : title);
+            });
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
     view->Applyskin();
@@ -261,13 +245,15 @@ void frmMDI::UpdateEmptyPage()
     const StartupState& state = m_program.State();
     TargetList targets(m_program.Profiles(), m_messages, state);
     targets.Load();
-    Readiness settings{Readiness::Mark::Good, tr("tarnlo.ini was read; %n target(s) known.", nullptr,
-                                                 static_cast<int>(targets.Entries().size()))};
+    Readiness settings{
+        Readiness::Mark::Good,
+        tr("tarnlo.ini was read; %n target(s) known.", nullptr, static_cast<int>(targets.Entries().size()))};
     if (!m_program.FolderProblem().isEmpty())
         settings = {Readiness::Mark::Failed, m_program.FolderProblem()};
     else if (!QFileInfo(state.ProgramSettingsFile).isReadable())
         settings = {Readiness::Mark::Open,
-                    tr("%1 is not there or cannot be read. Built-in defaults are used.").arg(state.ProgramSettingsFile)};
+                    tr("%1 is not there or cannot be read. Built-in defaults are used.")
+                        .arg(state.ProgramSettingsFile)};
 
     Readiness adapter{Readiness::Mark::Failed, m_program.AdapterProblem()};
     if (m_program.AdapterOpen())
@@ -275,9 +261,11 @@ void frmMDI::UpdateEmptyPage()
                    m_program.Adapter().Kind == AdapterKind::Simulated
                        ? tr("The simulated pack is open. No USB adapter is in use.")
                        : tr("%1 is open.").arg(m_program.Usb()->Facts().Name)};
-    Readiness target{Readiness::Mark::Open, tr("None chosen. The register and data flash views need a target.")};
+    Readiness target{Readiness::Mark::Open,
+                     tr("None chosen. The register and data flash views need a target.")};
     if (!m_program.TargetProblem().isEmpty())
-        target = {Readiness::Mark::Failed, m_program.TargetProblem() + QLatin1Char(' ') + tr("Choose one of the list.")};
+        target = {Readiness::Mark::Failed,
+                  m_program.TargetProblem() + QLatin1Char(' ') + tr("Choose one of the list.")};
     else if (m_program.HasTarget())
         target = {Readiness::Mark::Good, tr("%1 is chosen.").arg(state.TargetConfigPath)};
     m_empty->Show(settings, adapter, target,
@@ -371,13 +359,42 @@ void frmMDI::OpenDocument(const QString& name)
         m_messages.Show(QStringLiteral("Error opening file ") + name);
 }
 
+void frmMDI::Tile(Qt::Orientation rows)
+{
+    QList<QMdiSubWindow*> shown;
+    for (QMdiSubWindow* window : mdiArea->subWindowList())
+        if (!window->isMinimized())
+            shown << window;
+    const QRect area = mdiArea->viewport()->rect();
+    const int count = static_cast<int>(shown.size());
+    for (int i = 0; i < count; ++i) {
+        shown[i]->showNormal();
+        shown[i]->setGeometry(rows == Qt::Horizontal
+                                  ? QRect(0, area.height() * i / count, area.width(), area.height() / count)
+                                  : QRect(area.width() * i / count, 0, area.width() / count, area.height()));
+    }
+}
+
+void frmMDI::ArrangeIcons()
+{
+    const QRect area = mdiArea->viewport()->rect();
+    int x = 0;
+    for (QMdiSubWindow* window : mdiArea->subWindowList())
+        if (window->isMinimized()) {
+            window->move(x, area.height() - window->height());
+            x += window->width();
+        }
+}
+
 void frmMDI::closeEvent(QCloseEvent* event)
 {
     if (!CloseViews()) {
-        // a sequence of a view is under way further down the stack: it ends after its present step, then we close
+        // a sequence of a view is under way further down the stack: it ends after its present step, then we
+        // close
         event->ignore();
         const QList<ChildView*> views = OpenViews();
-        const bool busy = std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
+        const bool busy
+            = std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
         if (busy && !m_closing) {
             m_closing = true;
             QTimer::singleShot(20, this, [this] {
@@ -423,8 +440,8 @@ void frmMDI::Applyskin()
 void frmMDI::SaveWindowPlace()
 {
     const QString place = QString::fromLatin1(saveGeometry().toBase64());
-    const QString problem = m_program.Profiles().Write(m_program.State().ProgramSettingsFile, u"GUI",
-                                                       u"WindowPlace", place);
+    const QString problem
+        = m_program.Profiles().Write(m_program.State().ProgramSettingsFile, u"GUI", u"WindowPlace", place);
     if (!problem.isEmpty())
         m_messages.Show(problem);
 }

@@ -5,6 +5,7 @@
 #include "comm/frmErrMsg.h"
 #include "look/ChildView.h"
 #include "look/Theme.h"
+#include "settings/TargetInfo.h"
 
 #include <QElapsedTimer>
 #include <QMainWindow>
@@ -19,8 +20,8 @@ class EmptyPage;
 class SelectorPane;
 class StatusPane;
 
-/// The main window: frame around all views, selector, menus, status bar. It shows what Program knows and passes
-/// clicks on.
+/// The main window: frame around all views, selector, menus, status bar. It shows what Program knows and
+/// passes clicks on.
 class frmMDI final : public QMainWindow {
     Q_OBJECT
 public:
@@ -65,6 +66,8 @@ private:
     [[nodiscard]] QString AskForTarget(); ///< the list; gives the chosen file as written, or nothing
     void ShowErrorLog();
     void OpenDocument(const QString& name);
+    void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
+    void ArrangeIcons();
     /// @return false when a view stays open
     bool CloseViews();
     [[nodiscard]] QList<ChildView*> OpenViews() const;

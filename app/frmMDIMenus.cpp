@@ -60,7 +60,8 @@ void frmMDI::MakeMenus()
 void frmMDI::MakeFileMenu()
 {
     mnuFile = menuBar()->addMenu(tr("&File"));
-    Add(mnuFile, "mnuFileTarget", tr("Choose &target..."), QStringLiteral("target"), QKeySequence(tr("Ctrl+T")));
+    Add(mnuFile, "mnuFileTarget", tr("Choose &target..."), QStringLiteral("target"),
+        QKeySequence(tr("Ctrl+T")));
     Add(mnuFile, "mnuFileAdapter", tr("Choose &adapter..."), QStringLiteral("adapter"));
     Add(mnuFile, "mnuFileReconnect", tr("&Connect again"), QStringLiteral("refresh"));
     mnuFile->addSeparator();
@@ -129,12 +130,14 @@ void frmMDI::Dispatch(const QString& menuEntry)
              dialog.exec();
          }},
         {QStringLiteral("mnuWindowCascade"), [this] { mdiArea->cascadeSubWindows(); }},
-        {QStringLiteral("mnuWindowTileH"), [this] { TileHorizontally(); }},
-        {QStringLiteral("mnuWindowTileV"), [this] { TileVertically(); }},
+        {QStringLiteral("mnuWindowTileH"), [this] { Tile(Qt::Horizontal); }},
+        {QStringLiteral("mnuWindowTileV"), [this] { Tile(Qt::Vertical); }},
         {QStringLiteral("mnuWindowArrange"), [this] { ArrangeIcons(); }},
         {QStringLiteral("mnuWindowNext"), [this] { mdiArea->activateNextSubWindow(); }},
         {QStringLiteral("mnuHelpContents"),
-         [this] { OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/Documentation/Help.html")); }},
+         [this] {
+             OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/Documentation/Help.html"));
+         }},
         {QStringLiteral("mnuHelpLegend"),
          [this] {
              auto* legend = new frmLegend(this);

@@ -7,9 +7,10 @@
 #include <QLabel>
 #include <QPushButton>
 
-frmSplash::frmSplash(QWidget* parent) :
-    QDialog(parent), picLogo(new QLabel(this)), lblTitle(new QLabel(QStringLiteral("Tarnlo"), this)),
-    lblVersion(new QLabel(QStringLiteral("Version " TARNLO_VERSION), this)), cmdOK(new QPushButton(QStringLiteral("OK"), this))
+frmSplash::frmSplash(QWidget* parent)
+    : QDialog(parent), picLogo(new QLabel(this)), lblTitle(new QLabel(QStringLiteral("Tarnlo"), this)),
+      lblVersion(new QLabel(QStringLiteral("Version " TARNLO_VERSION), this)),
+      cmdOK(new QPushButton(QStringLiteral("OK"), this))
 {
     setObjectName(QStringLiteral("frmSplash"));
     picLogo->setObjectName(QStringLiteral("picLogo"));
@@ -21,9 +22,9 @@ frmSplash::frmSplash(QWidget* parent) :
     picLogo->setAlignment(Qt::AlignCenter);
     picLogo->setMinimumWidth(112);
     auto* lblPurpose = new QLabel(QStringLiteral("Evaluation tool for smart-battery gas gauges"), this);
-    auto* lblLicence = new QLabel(
-        QStringLiteral("Free software under the GNU General Public License,\nversion 3 or later. It comes without warranty."),
-        this);
+    auto* lblLicence = new QLabel(QStringLiteral("Free software under the GNU General Public "
+                                                 "License,\nversion 3 or later. It comes without warranty."),
+                                  this);
     lblLicence->setForegroundRole(QPalette::PlaceholderText);
 
     auto* text = new QVBoxLayout;
@@ -34,7 +35,7 @@ frmSplash::frmSplash(QWidget* parent) :
     text->addWidget(lblVersion);
     text->addSpacing(16);
     text->addWidget(lblLicence);
-    text->addStretch();
+    text->addSpacing(16);
     text->addWidget(cmdOK, 0, Qt::AlignRight);
     cmdOK->setObjectName(QStringLiteral("cmdOK"));
     cmdOK->setDefault(true);

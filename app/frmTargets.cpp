@@ -30,18 +30,20 @@ QListWidget* NewList(const char* name, const QString& accessibleName, QWidget* p
 
 } // namespace
 
-frmTargets::frmTargets(TargetList& targets, UserMessages& messages, const StartupState& state, QWidget* parent)
-    : QDialog(parent), m_targets(targets), m_messages(messages), m_state(state),
-      picReason(new QLabel(this)), lblReason(Named(new QLabel(tr("Choose the target that fits the gauge."), this), "lblReason")),
+frmTargets::frmTargets(TargetList& targets, UserMessages& messages, const StartupState& state,
+                       QWidget* parent)
+    : QDialog(parent), m_targets(targets), m_messages(messages), m_state(state), picReason(new QLabel(this)),
+      lblReason(Named(new QLabel(tr("Choose the target that fits the gauge."), this), "lblReason")),
       Label1(Named(new QLabel(tr("C&ategory"), this), "Label1")),
       Label2(Named(new QLabel(tr("&Target"), this), "Label2")),
       lstTargetCategory(NewList("lstTargetCategory", tr("Category"), this)),
       lstTargets(NewList("lstTargets", tr("All targets"), this)),
-      lstFiltered(NewList("lstFiltered", tr("Targets of the category"), this)), m_lists(new QStackedWidget(this)),
-      lblFile(Named(new QLabel(this), "lblFile")), lblOffers(Named(new QLabel(this), "lblOffers")),
-      lblAddress(Named(new QLabel(this), "lblAddress")),
+      lstFiltered(NewList("lstFiltered", tr("Targets of the category"), this)),
+      m_lists(new QStackedWidget(this)), lblFile(Named(new QLabel(this), "lblFile")),
+      lblOffers(Named(new QLabel(this), "lblOffers")), lblAddress(Named(new QLabel(this), "lblAddress")),
       cmdHelp(Named(new QPushButton(ThemeIcon(QStringLiteral("help")), tr("&Help"), this), "cmdHelp")),
-      cmdSetDef(Named(new QPushButton(ThemeIcon(QStringLiteral("star")), tr("&Set as default"), this), "cmdSetDef")),
+      cmdSetDef(Named(new QPushButton(ThemeIcon(QStringLiteral("star")), tr("&Set as default"), this),
+                      "cmdSetDef")),
       cmdCancel(Named(new QPushButton(tr("Cancel"), this), "cmdCancel")),
       cmdOK(Named(new QPushButton(tr("OK"), this), "cmdOK"))
 {
@@ -59,7 +61,8 @@ frmTargets::frmTargets(TargetList& targets, UserMessages& messages, const Startu
         connect(list, &QListWidget::itemSelectionChanged, this, &frmTargets::ShowDetails);
         connect(list, &QListWidget::itemActivated, this, &frmTargets::accept);
     }
-    connect(cmdHelp, &QPushButton::clicked, this, [this] { OpenDocument(QStringLiteral("SupportedTargets.html")); });
+    connect(cmdHelp, &QPushButton::clicked, this,
+            [this] { OpenDocument(QStringLiteral("SupportedTargets.html")); });
     connect(cmdSetDef, &QPushButton::clicked, this, &frmTargets::SetDefault);
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
     connect(cmdOK, &QPushButton::clicked, this, &frmTargets::accept);
@@ -132,10 +135,7 @@ void frmTargets::LayOut()
     setMinimumSize(480, 320);
 }
 
-void frmTargets::ShowReason(const QString& reason)
-{
-    lblReason->setText(reason);
-}
+void frmTargets::ShowReason(const QString& reason) { lblReason->setText(reason); }
 
 void frmTargets::FillList(QListWidget* list, const QStringList& lines)
 {
@@ -145,7 +145,8 @@ void frmTargets::FillList(QListWidget* list, const QStringList& lines)
     blank.fill(Qt::transparent);
     list->clear();
     for (const QString& line : lines) {
-        auto* item = new QListWidgetItem(line == remembered ? ThemeIcon(QStringLiteral("star")) : QIcon(blank), line, list);
+        auto* item = new QListWidgetItem(
+            line == remembered ? ThemeIcon(QStringLiteral("star")) : QIcon(blank), line, list);
         item->setSizeHint({0, kListRow});
         if (line == remembered)
             item->setToolTip(tr("The default target"));
@@ -173,17 +174,20 @@ void frmTargets::ShowDetails()
     const TargetEntry* entry = m_targets.Find(SelectedLine());
     cmdSetDef->setEnabled(entry);
     if (!entry) {
-        lblFile->setText(m_targets.Entries().empty() ? tr("No target is known: section [Targets] of %1 is empty.")
-                                                           .arg(QFileInfo(m_state.ProgramSettingsFile).fileName())
-                                                     : tr("No target is selected."));
+        lblFile->setText(m_targets.Entries().empty()
+                             ? tr("No target is known: section [Targets] of %1 is empty.")
+                                   .arg(QFileInfo(m_state.ProgramSettingsFile).fileName())
+                             : tr("No target is selected."));
         lblOffers->clear();
         lblAddress->clear();
         return;
     }
     const TargetDetails details = m_targets.Details(*entry);
-    lblFile->setText(details.found ? details.file : tr("%1 is not there. Check the installation.").arg(details.file));
+    lblFile->setText(details.found ? details.file
+                                   : tr("%1 is not there. Check the installation.").arg(details.file));
     lblOffers->setText(details.found ? details.offers : QString());
-    lblAddress->setText(details.found ? QStringLiteral("0x%1").arg(details.address, 2, 16, QLatin1Char('0')) : QString());
+    lblAddress->setText(details.found ? QStringLiteral("0x%1").arg(details.address, 2, 16, QLatin1Char('0'))
+                                      : QString());
 }
 
 QListWidget* frmTargets::LinesInView() const
@@ -222,6 +226,6 @@ void frmTargets::OpenDocument(const QString& fileName)
 
 void frmTargets::Applyskin()
 {
-    picReason->setPixmap(IconPixmap(QStringLiteral("target"), 24, ToColour(Theme::Current().Colours().Caution),
-                                    devicePixelRatioF()));
+    picReason->setPixmap(IconPixmap(QStringLiteral("target"), 24,
+                                    ToColour(Theme::Current().Colours().Caution), devicePixelRatioF()));
 }

@@ -4,6 +4,7 @@
 #include "app/frmSplash.h"
 #include "comm/Wait.h"
 #include "comm/frmErrMsg.h"
+#include "look/Icons.h"
 #include "look/Theme.h"
 #include "platform/ErrorList.h"
 #include "platform/ProgramFolder.h"
@@ -33,6 +34,7 @@ int main(int argc, char** argv)
 
     SystemTime time;
     Theme theme;
+    QApplication::setWindowIcon(ThemeIcon(QStringLiteral("chip")));
     ErrorList errors(time);
     frmErrMsg errorWindow(errors);
     QtMessages messages([&errorWindow](const QString& text) { errorWindow.ShowMsgBox(text); });

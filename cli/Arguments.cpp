@@ -48,7 +48,7 @@ QString Arguments::AddJson(const QJsonObject& line)
         if (member->isNull())
             continue;
         const QJsonArray values = member->isArray() ? member->toArray() : QJsonArray{*member};
-        for (const QJsonValue& value : values) {
+        for (const auto& value : values) {
             const QString text = TypedText(value);
             if (text.isNull())
                 return QStringLiteral("\"%1\" must be a text, a number, true or false").arg(member.key());
@@ -73,7 +73,7 @@ QString Arguments::Check(const std::vector<ArgumentSpec>& specs) const
             return QStringLiteral("%1 takes one value").arg(QLatin1String(spec->Name));
         for (const QString& text : *given) {
             if (spec->Kind == ArgumentKind::Number)
-                if (const QString wrong = CheckNumber(*spec, text); !wrong.isEmpty())
+                if (QString wrong = CheckNumber(*spec, text); !wrong.isEmpty())
                     return wrong;
             if (spec->Kind == ArgumentKind::Switch && text != QLatin1String("1")
                 && text != QLatin1String("0"))

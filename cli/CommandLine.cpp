@@ -136,7 +136,7 @@ QString Children(const CLI::App& app)
 
 QString TakeGlobals(const Arguments& given, GlobalOptions& globals)
 {
-    if (const QString wrong = given.Check(GlobalSpecs()); !wrong.isEmpty())
+    if (QString wrong = given.Check(GlobalSpecs()); !wrong.isEmpty())
         return wrong;
     globals.Json = given.On(QStringLiteral("json"));
     globals.Yes = given.On(QStringLiteral("yes"));
@@ -199,8 +199,10 @@ ParsedLine ParseWords(const std::vector<CommandSpec>& commands, const QStringLis
     Arguments globals;
     TakeArguments(root, GlobalSpecs(), globals);
     line.Error = TakeGlobals(globals, line.Globals);
-    if (line.Error.isEmpty() && !app->get_subcommands({}).empty()
-        && (line.Command->Batch == BatchForm::None || app->get_option(kBatch.Name)->count() == 0))
+    if (line.Error.isEmpty() && !app->get_parent())
+        line.Error = QStringLiteral("a command is missing");
+    else if (line.Error.isEmpty() && !app->get_subcommands({}).empty()
+             && (line.Command->Batch == BatchForm::None || app->get_option(kBatch.Name)->count() == 0))
         line.Error = QStringLiteral("a further word is missing: one of ") + Children(*app);
     if (line.Error.isEmpty()) {
         TakeArguments(*app, line.Command->Arguments, line.Arguments);

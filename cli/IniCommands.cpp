@@ -11,6 +11,13 @@ const ArgumentSpec kFile{"FILE", "Settings file", ArgumentKind::Text, true};
 const ArgumentSpec kSection{"SECTION", "Section without brackets", ArgumentKind::Text, true};
 const ArgumentSpec kKey{"KEY", "Key", ArgumentKind::Text, true};
 
+/// A file that is there but cannot be read answers as an empty one; people should know.
+void ShowProblem(CommandContext& context, const QString& file)
+{
+    if (const QString problem = context.Profiles.Problem(file); !problem.isEmpty())
+        context.Messages.Show(problem);
+}
+
 struct Place {
     explicit Place(const Arguments& arguments)
         : File(QFileInfo(arguments.Text(QStringLiteral("file"))).absoluteFilePath()),
@@ -25,6 +32,7 @@ struct Place {
 Outcome Get(CommandContext& context, const Arguments& arguments)
 {
     const Place place(arguments);
+    ShowProblem(context, place.File);
     const QString fallback = arguments.Text(QStringLiteral("default"));
     const bool found = context.Profiles.File(place.File).HasKey(place.Section, place.Key);
     Outcome outcome;
@@ -52,6 +60,7 @@ Outcome Get(CommandContext& context, const Arguments& arguments)
 Outcome List(CommandContext& context, const Arguments& arguments)
 {
     const Place place(arguments);
+    ShowProblem(context, place.File);
     const QStringList lines = context.Profiles.File(place.File).SectionLines(place.Section);
     Outcome outcome;
     outcome.Json = {{QStringLiteral("lines"), QJsonArray::fromStringList(lines)}};

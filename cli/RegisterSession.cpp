@@ -13,7 +13,7 @@ RegisterSession::RegisterSession(CommandContext& context, GaugeSession& gauge, c
 QString RegisterSession::Load()
 {
     const TableSettings settings(m_context.Profiles, m_startup);
-    if (const QString problem = LoadTables(m_tables, settings, m_startup.ProgramFolder); !problem.isEmpty())
+    if (QString problem = LoadTables(m_tables, settings, m_startup.ProgramFolder); !problem.isEmpty())
         return problem;
     m_scan.Reset(LoadFormState(settings, m_tables.GetNumSBSRows()));
     Identify();

@@ -38,6 +38,7 @@ std::vector<int> ScannedRows(const ScanEngine& scan)
 std::vector<FlagLine> ScannedFlags(const ScanEngine& scan)
 {
     std::vector<FlagLine> lines;
+    lines.reserve(static_cast<std::size_t>(scan.Tables().GetNumFlags()));
     for (int flag = 0; flag < scan.Tables().GetNumFlags(); ++flag)
         lines.push_back(ReadFlagLine(scan, flag));
     return lines;

@@ -8,6 +8,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
@@ -157,11 +158,14 @@ QString ReadRowsFile(const TableKind& kind, const QString& file, TextGrid& grid)
             .arg(file);
     if (!cells.isArray())
         grid.cells.push_back({}); // the header, which is not written
-    for (const QJsonValue& row : rows.toArray()) {
+    const QJsonArray list = rows.toArray();
+    for (const auto& row : list) {
         QStringList texts;
-        if (cells.isArray())
-            for (const QJsonValue& cell : row.toArray())
+        if (cells.isArray()) {
+            const QJsonArray line = row.toArray();
+            for (const auto& cell : line)
                 texts << cell.toVariant().toString();
+        }
         const QJsonObject members = row.toObject();
         for (const QString& name : members.keys())
             if (std::ranges::none_of(kind.Fields,
@@ -193,7 +197,7 @@ Outcome WriteTable(const TableKind& kind, const QString& file, const QString& ro
         problem = WriteGrid(kind, file, grid);
     if (!problem.isEmpty())
         return Refused(problem);
-    const qsizetype count = static_cast<qsizetype>(grid.cells.size()) - 1;
+    const qsizetype count = std::max<qsizetype>(static_cast<qsizetype>(grid.cells.size()) - 1, 0);
     Outcome outcome;
     outcome.Json = {{QStringLiteral("count"), count}};
     outcome.Text = QStringLiteral("%1 rows written to %2").arg(count).arg(file);

@@ -10,7 +10,7 @@ namespace {
 bool SameTarget(const StartupState& state, const QString& written)
 {
     const QFileInfo accepted(ResolvePath(state.ProgramFolder, written));
-    return !written.isEmpty() && accepted == QFileInfo(state.TargetConfigPath);
+    return !written.isEmpty() && accepted == QFileInfo(ResolvePath({}, state.TargetConfigPath));
 }
 
 } // namespace

@@ -47,7 +47,10 @@ public:
 
     [[nodiscard]] State Now() const { return m_now; }
     [[nodiscard]] bool Answering() const { return m_answering; }
-    [[nodiscard]] ErrorCode LastError() const { return m_lastError; } ///< of the newest pass; Ok when none failed
+    [[nodiscard]] ErrorCode LastError() const
+    {
+        return m_lastError;
+    } ///< of the newest pass; Ok when none failed
     [[nodiscard]] const QString& Identity() const { return m_identity; }
 
 private:

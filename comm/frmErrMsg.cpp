@@ -28,10 +28,7 @@ QString EntryText(const ErrorEntry& entry)
     return entry.Last.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")) + QStringLiteral(" : ") + entry.Text;
 }
 
-QString Times(std::uint64_t count)
-{
-    return QStringLiteral("%1 times").arg(count);
-}
+QString Times(std::uint64_t count) { return QStringLiteral("%1 times").arg(count); }
 
 /// Newest first, straight from the list of the run.
 class ErrorModel final : public QAbstractListModel {
@@ -58,7 +55,8 @@ public:
         case Qt::ToolTipRole:
             return entry.Text;
         case Qt::AccessibleTextRole:
-            return entry.Count > 1 ? EntryText(entry) + QStringLiteral(", ") + Times(entry.Count) : EntryText(entry);
+            return entry.Count > 1 ? EntryText(entry) + QStringLiteral(", ") + Times(entry.Count)
+                                   : EntryText(entry);
         case Qt::SizeHintRole:
             return QSize(0, kRow);
         case kCountRole:
@@ -86,11 +84,14 @@ public:
             return;
         const QRect place = option.rect.adjusted(0, 0, -8, 0);
         const bool selected = option.state & QStyle::State_Selected;
-        const QRect text = option.fontMetrics.boundingRect(place, Qt::AlignRight | Qt::AlignVCenter, Times(count));
-        const auto fill = selected ? QPalette::Highlight
-            : (option.features & QStyleOptionViewItem::Alternate) ? QPalette::AlternateBase : QPalette::Base;
+        const QRect text
+            = option.fontMetrics.boundingRect(place, Qt::AlignRight | Qt::AlignVCenter, Times(count));
+        const auto fill = selected                                ? QPalette::Highlight
+            : (option.features & QStyleOptionViewItem::Alternate) ? QPalette::AlternateBase
+                                                                  : QPalette::Base;
         painter->fillRect(text.adjusted(-8, 0, 0, 0), option.palette.brush(fill));
-        painter->setPen(option.palette.color(selected ? QPalette::HighlightedText : QPalette::PlaceholderText));
+        painter->setPen(
+            option.palette.color(selected ? QPalette::HighlightedText : QPalette::PlaceholderText));
         painter->drawText(place, Qt::AlignRight | Qt::AlignVCenter, Times(count));
     }
 };
@@ -98,13 +99,16 @@ public:
 } // namespace
 
 frmErrMsg::frmErrMsg(ErrorList& errors, QWidget* parent)
-    : QDialog(parent), m_errors(errors), picError(new QLabel(this)), lblMsg(Named(new QLabel(this), "lblMsg")),
-      lblDetail(Named(new QLabel(this), "lblDetail")), lstErr(Named(new QListView(this), "lstErr")),
-      m_model(new ErrorModel(errors, this)), frameButtons(Named(new QFrame(this), "frameButtons")),
+    : QDialog(parent), m_errors(errors), picError(new QLabel(this)),
+      lblMsg(Named(new QLabel(this), "lblMsg")), lblDetail(Named(new QLabel(this), "lblDetail")),
+      lstErr(Named(new QListView(this), "lstErr")), m_model(new ErrorModel(errors, this)),
+      frameButtons(Named(new QFrame(this), "frameButtons")),
       chkAdv(Named(new QCheckBox(tr("&Advanced"), frameButtons), "chkAdv")),
       lblCount(Named(new QLabel(frameButtons), "lblCount")),
-      cmdCopy(Named(new QPushButton(ThemeIcon(QStringLiteral("copy")), tr("&Copy"), frameButtons), "cmdCopy")),
-      cmdOK(Named(new QPushButton(tr("OK"), frameButtons), "cmdOK")), tmrRefresh(Named(new QTimer(this), "tmrRefresh"))
+      cmdCopy(
+          Named(new QPushButton(ThemeIcon(QStringLiteral("copy")), tr("&Copy"), frameButtons), "cmdCopy")),
+      cmdOK(Named(new QPushButton(tr("OK"), frameButtons), "cmdOK")),
+      tmrRefresh(Named(new QTimer(this), "tmrRefresh"))
 {
     setObjectName(QStringLiteral("frmErrMsg"));
     setWindowTitle(tr("Tarnlo - Error"));
@@ -173,7 +177,8 @@ void frmErrMsg::ShowMsgBox(const QString& message, const QString& detail)
     m_message = message;
     m_detail = detail;
     Refresh();
-    if (!isVisible()) { // when it is open already the text changes where it stands, over or under other windows
+    if (!isVisible()) { // when it is open already the text changes where it stands, over or under other
+                        // windows
         show();
         raise();
     }
@@ -209,7 +214,8 @@ void frmErrMsg::CopyAll()
     QStringList lines;
     const auto& entries = m_errors.Entries();
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
-        lines << (entry->Count > 1 ? QStringLiteral("%1 (%2)").arg(EntryText(*entry), Times(entry->Count)) : EntryText(*entry));
+        lines << (entry->Count > 1 ? QStringLiteral("%1 (%2)").arg(EntryText(*entry), Times(entry->Count))
+                                   : EntryText(*entry));
     QApplication::clipboard()->setText(lines.join(QStringLiteral("\r\n")));
 }
 
@@ -224,5 +230,6 @@ void frmErrMsg::Applyskin()
 {
     const Theme& theme = Theme::Current();
     lblMsg->setFont(theme.Font(Type::Title));
-    picError->setPixmap(IconPixmap(QStringLiteral("error"), 32, ToColour(theme.Colours().Failed), devicePixelRatioF()));
+    picError->setPixmap(
+        IconPixmap(QStringLiteral("error"), 32, ToColour(theme.Colours().Failed), devicePixelRatioF()));
 }

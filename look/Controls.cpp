@@ -2,7 +2,4 @@
 
 #include <QLabel>
 
-void MakeSecondary(QLabel* label)
-{
-    label->setForegroundRole(QPalette::PlaceholderText);
-}
+void MakeSecondary(QLabel* label) { label->setForegroundRole(QPalette::PlaceholderText); }

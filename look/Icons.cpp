@@ -20,7 +20,8 @@ QColor InkColour(IconInk ink, QIcon::Mode mode)
         return ToColour(colours.TextHighlightFore);
     switch (ink) {
     case IconInk::Text:
-        return ToColour(ReadableOn(colours.ShapedButton, colours.TextFore, colours.TextFore, colours.Background));
+        return ToColour(
+            ReadableOn(colours.ShapedButton, colours.TextFore, colours.TextFore, colours.Background));
     case IconInk::Secondary:
         return ToColour(colours.TextSecondary);
     case IconInk::Failed:
@@ -39,15 +40,16 @@ QColor InkColour(IconInk ink, QIcon::Mode mode)
 
 class ThemeIconEngine final : public QIconEngine {
 public:
-    ThemeIconEngine(const QString& name, IconInk ink) : m_name(name), m_ink(ink) {}
+    ThemeIconEngine(const QString& name, IconInk ink) : m_name(name), m_ink(ink) { }
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override
     {
         const int side = std::min(rect.width(), rect.height());
         QRect square(0, 0, side, side);
         square.moveCenter(rect.center());
-        painter->drawPixmap(square.topLeft(), IconPixmap(m_name, side, InkColour(m_ink, mode),
-                                                         painter->device()->devicePixelRatio()));
+        painter->drawPixmap(
+            square.topLeft(),
+            IconPixmap(m_name, side, InkColour(m_ink, mode), painter->device()->devicePixelRatio()));
     }
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State) override
     {
@@ -85,7 +87,4 @@ QPixmap IconPixmap(const QString& name, int size, const QColor& colour, qreal de
     return pixmap;
 }
 
-QIcon ThemeIcon(const QString& name, IconInk ink)
-{
-    return QIcon(new ThemeIconEngine(name, ink));
-}
+QIcon ThemeIcon(const QString& name, IconInk ink) { return QIcon(new ThemeIconEngine(name, ink)); }

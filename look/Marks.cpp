@@ -12,10 +12,7 @@ namespace {
 
 constexpr int kBarWidth = 3;
 
-const SkinColours& Colours()
-{
-    return Theme::Current().Colours();
-}
+const SkinColours& Colours() { return Theme::Current().Colours(); }
 
 void DrawBar(QPainter& painter, const QRect& cell, Rgb colour)
 {
@@ -62,7 +59,8 @@ void DrawChangedCell(QPainter& painter, const QRect& cell, Direction direction, 
 void DrawFailedCell(QPainter& painter, const QRect& cell, bool selected)
 {
     if (!selected)
-        DrawHatch(painter, cell, ToColour(Mix(Colours().Base, Colours().Failed, .2)), ToColour(Colours().Base));
+        DrawHatch(painter, cell, ToColour(Mix(Colours().Base, Colours().Failed, .2)),
+                  ToColour(Colours().Base));
     DrawBar(painter, cell, selected ? Colours().TextHighlightFore : Colours().Failed);
 }
 

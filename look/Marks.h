@@ -2,6 +2,7 @@
 
 #include "look/SkinColours.h"
 
+#include <QColor>
 #include <QRect>
 #include <QString>
 

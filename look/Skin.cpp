@@ -74,7 +74,7 @@ QString RgbText(Rgb colour)
 Rgb Mix(Rgb a, Rgb b, double t)
 {
     const auto channel = [t](std::uint8_t from, std::uint8_t to) {
-        return static_cast<std::uint8_t>(std::clamp(std::lround(from + (to - from) * t), 0L, 255L));
+        return static_cast<std::uint8_t>(std::clamp(std::nearbyint(from + (to - from) * t), 0.0, 255.0));
     };
     return {channel(a.r, b.r), channel(a.g, b.g), channel(a.b, b.b)};
 }
@@ -117,8 +117,8 @@ Skin LoadSkinColours(ProfileStore& profiles, const QString& skinFile, const QStr
 QString SaveSkin(ProfileStore& profiles, const QString& skinFile, const QString& skinName, const Skin& skin)
 {
     for (const SkinKey& key : kSkinKeys) {
-        const QString problem
-            = profiles.Write(skinFile, skinName, QString::fromLatin1(key.name), QString::number(skin.*key.value));
+        const QString problem = profiles.Write(skinFile, skinName, QString::fromLatin1(key.name),
+                                               QString::number(skin.*key.value));
         if (!problem.isEmpty())
             return problem;
     }
@@ -132,7 +132,4 @@ Rgb SkinColour(const Skin& skin, const SkinKey& key)
     return ColourOfNumber(DefaultSkin().*key.value).value_or(kBlack);
 }
 
-std::int32_t ColourNumber(Rgb colour)
-{
-    return colour.r | colour.g << 8 | colour.b << 16;
-}
+std::int32_t ColourNumber(Rgb colour) { return colour.r | colour.g << 8 | colour.b << 16; }

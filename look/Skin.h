@@ -21,14 +21,15 @@ inline constexpr Rgb kBlack{0, 0, 0};
 /// "#rrggbb"
 [[nodiscard]] QString RgbText(Rgb colour);
 
-/// a + (b - a) * t on each channel, rounded.
+/// a + (b - a) * t on each channel, rounded half to even.
 [[nodiscard]] Rgb Mix(Rgb a, Rgb b, double t);
 
 /// Contrast of two colours, from 1 (the same) to 21 (black on white), by relative luminance.
 [[nodiscard]] double Contrast(Rgb a, Rgb b);
 
-/// The twelve numbers of a skin as the skin file holds them, in the order they are read. A colour with the top bit
-/// set (0x80000000 + n) is the system colour n; any other has red in the low byte, then green, then blue.
+/// The twelve numbers of a skin as the skin file holds them, in the order they are read. A colour with the
+/// top bit set (0x80000000 + n) is the system colour n; any other has red in the low byte, then green, then
+/// blue.
 struct Skin {
     std::int32_t ToolBackground;
     std::int32_t HighlightBorderWidth; ///< px
@@ -65,6 +66,7 @@ extern const std::array<SkinKey, 12> kSkinKeys;
 [[nodiscard]] QString SaveSkin(ProfileStore& profiles, const QString& skinFile, const QString& skinName,
                                const Skin& skin);
 
-/// The colour that a key's number stands for; a system colour that we do not know counts as the key's default.
+/// The colour that a key's number stands for; a system colour that we do not know counts as the key's
+/// default.
 [[nodiscard]] Rgb SkinColour(const Skin& skin, const SkinKey& key);
 [[nodiscard]] std::int32_t ColourNumber(Rgb colour);

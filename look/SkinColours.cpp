@@ -6,14 +6,12 @@ namespace {
 
 constexpr double kLeastContrast = 3.0;
 
-Rgb Better(Rgb fill, Rgb a, Rgb b)
-{
-    return Contrast(fill, a) >= Contrast(fill, b) ? a : b;
-}
+Rgb Better(Rgb fill, Rgb a, Rgb b) { return Contrast(fill, a) >= Contrast(fill, b) ? a : b; }
 
 Rgb Hex(std::uint32_t rgb)
 {
-    return {static_cast<std::uint8_t>(rgb >> 16), static_cast<std::uint8_t>(rgb >> 8), static_cast<std::uint8_t>(rgb)};
+    return {static_cast<std::uint8_t>(rgb >> 16), static_cast<std::uint8_t>(rgb >> 8),
+            static_cast<std::uint8_t>(rgb)};
 }
 
 // Found by a search for the largest least difference of any pair, to normal and to colour-blind eyes.
@@ -35,8 +33,9 @@ Rgb ReadableOn(Rgb fill, Rgb wanted, Rgb text, Rgb background)
 SkinColours DeriveColours(const Skin& skin)
 {
     SkinColours c;
-    const std::array colours{&c.ToolBackground, &c.SelectionHighlight, &c.Background,      &c.TextFore, &c.TextHighlightFore,
-                             &c.ShapedButton,   &c.ChangeHighlight,    &c.BitHigh, &c.BitLow,   &c.BitUnknown};
+    const std::array colours{
+        &c.ToolBackground, &c.SelectionHighlight, &c.Background, &c.TextFore, &c.TextHighlightFore,
+        &c.ShapedButton,   &c.ChangeHighlight,    &c.BitHigh,    &c.BitLow,   &c.BitUnknown};
     auto colour = colours.begin();
     for (const SkinKey& key : kSkinKeys)
         if (key.colour)
@@ -45,7 +44,8 @@ SkinColours DeriveColours(const Skin& skin)
     c.UnHighlightBorderWidth = std::clamp(skin.UnHighlightBorderWidth, 0, 20);
 
     c.TextFore = ReadableOn(c.Background, c.TextFore, c.TextFore, c.Background);
-    const auto readable = [&c](Rgb fill, Rgb wanted) { return ReadableOn(fill, wanted, c.TextFore, c.Background); };
+    const auto readable
+        = [&c](Rgb fill, Rgb wanted) { return ReadableOn(fill, wanted, c.TextFore, c.Background); };
     c.TextHighlightFore = readable(c.SelectionHighlight, c.TextHighlightFore);
     c.BitHighText = readable(c.BitHigh, c.TextFore);
     c.BitLowText = readable(c.BitLow, c.TextFore);

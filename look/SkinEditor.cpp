@@ -25,10 +25,11 @@ ContrastCheck CheckContrast(const Skin& skin, const SkinKey& key)
     return {"text", Contrast(own, colour(&Skin::TextFore)), kLeastText};
 }
 
-SkinEditor::SkinEditor(ProfileStore& profiles, const StartupState& state) :
-    m_profiles(profiles), m_state(state),
-    m_fileName(profiles.String(state.ProgramSettingsFile, u"GUI", u"SkinFile", QStringLiteral("DefSkin.ini"))),
-    m_path(ResolvePath(state.ProgramFolder, m_fileName)), m_stored(DefaultSkin()), m_edited(DefaultSkin())
+SkinEditor::SkinEditor(ProfileStore& profiles, const StartupState& state)
+    : m_profiles(profiles), m_state(state),
+      m_fileName(
+          profiles.String(state.ProgramSettingsFile, u"GUI", u"SkinFile", QStringLiteral("DefSkin.ini"))),
+      m_path(ResolvePath(state.ProgramFolder, m_fileName)), m_stored(DefaultSkin()), m_edited(DefaultSkin())
 {
     Choose(profiles.String(state.ProgramSettingsFile, u"GUI", u"Skin", QStringLiteral("Default")));
 }

@@ -16,8 +16,8 @@ struct ContrastCheck {
 /// By the stored numbers, before any text is replaced by a more readable one.
 [[nodiscard]] ContrastCheck CheckContrast(const Skin& skin, const SkinKey& key);
 
-/// The skin in use and its changes: named by [GUI] Skin and SkinFile of the program settings, default "Default" of
-/// "DefSkin.ini" in the program folder.
+/// The skin in use and its changes: named by [GUI] Skin and SkinFile of the program settings, default
+/// "Default" of "DefSkin.ini" in the program folder.
 class SkinEditor {
 public:
     SkinEditor(ProfileStore& profiles, const StartupState& state);

@@ -8,12 +8,10 @@
 
 namespace {
 
-const SkinColours& Colours()
-{
-    return Theme::Current().Colours();
-}
+const SkinColours& Colours() { return Theme::Current().Colours(); }
 
-void DrawFrame(QPainter* painter, const QRect& rect, Rgb colour, qreal width, const QBrush& fill = Qt::NoBrush)
+void DrawFrame(QPainter* painter, const QRect& rect, Rgb colour, qreal width,
+               const QBrush& fill = Qt::NoBrush)
 {
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
@@ -44,7 +42,10 @@ void DrawCheckBox(QPainter* painter, const QStyleOption* option, QStyle::State c
     box.moveCenter(option->rect.center());
     const bool enabled = option->state & QStyle::State_Enabled;
     const bool focus = enabled && (option->state & QStyle::State_HasFocus);
-    DrawFrame(painter, box, focus ? Colours().SelectionHighlight : enabled ? Colours().Outline : Colours().Line,
+    DrawFrame(painter, box,
+              focus         ? Colours().SelectionHighlight
+                  : enabled ? Colours().Outline
+                            : Colours().Line,
               focus ? 2 : 1, ToColour(enabled ? Colours().Base : Colours().Background));
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
@@ -56,7 +57,8 @@ void DrawCheckBox(QPainter* painter, const QStyleOption* option, QStyle::State c
                                         {inner.left() + inner.width() * .38, inner.bottom() - .7},
                                         {inner.right() + .3, inner.top() + .3}});
     else if (checked & QStyle::State_NoChange)
-        painter->drawLine(QPointF(inner.left(), inner.center().y()), QPointF(inner.right(), inner.center().y()));
+        painter->drawLine(QPointF(inner.left(), inner.center().y()),
+                          QPointF(inner.right(), inner.center().y()));
     painter->restore();
 }
 
@@ -65,14 +67,24 @@ void DrawSplitterDots(QPainter* painter, const QStyleOption* option)
     constexpr int kDots = 8;
     constexpr int kPitch = 4;
     const bool upright = option->state & QStyle::State_Horizontal; // between things side by side
-    QPoint dot = option->rect.center() - (upright ? QPoint(0, kDots * kPitch / 2) : QPoint(kDots * kPitch / 2, 0));
+    QPoint dot
+        = option->rect.center() - (upright ? QPoint(0, kDots * kPitch / 2) : QPoint(kDots * kPitch / 2, 0));
     for (int i = 0; i < kDots; ++i, dot += upright ? QPoint(0, kPitch) : QPoint(kPitch, 0))
         painter->fillRect(QRect(dot, QSize(2, 2)), ToColour(Colours().Outline));
 }
 
+void DrawHeader(QPainter* painter, const QRect& rect, bool section)
+{
+    painter->fillRect(rect, ToColour(Colours().HeaderFill));
+    painter->setPen(ToColour(Colours().Line));
+    painter->drawLine(rect.bottomLeft(), rect.bottomRight());
+    if (section)
+        painter->drawLine(rect.topRight(), rect.bottomRight());
+}
+
 } // namespace
 
-TarnloStyle::TarnloStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+TarnloStyle::TarnloStyle() : QProxyStyle(QStringLiteral("Fusion")) { }
 
 void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                                 const QWidget* widget) const
@@ -83,7 +95,8 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
         DrawCheckBox(painter, option, option->state);
         return;
     case PE_PanelLineEdit:
-        if (const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(option); frame && frame->lineWidth > 0)
+        if (const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(option);
+            frame && frame->lineWidth > 0)
             DrawFieldFrame(painter, option, widget, option->palette.brush(QPalette::Base));
         else
             painter->fillRect(option->rect, option->palette.brush(QPalette::Base));
@@ -93,7 +106,8 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
             DrawFieldFrame(painter, option, widget);
             return;
         }
-        break;
+        DrawFrame(painter, option->rect, Colours().Line, 1);
+        return;
     case PE_PanelButtonCommand: {
         QProxyStyle::drawPrimitive(element, option, painter, widget);
         const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
@@ -115,21 +129,46 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
 void TarnloStyle::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                               const QWidget* widget) const
 {
-    if (element == CE_Splitter) {
+    switch (element) {
+    case CE_Splitter:
         DrawSplitterDots(painter, option);
         return;
+    case CE_HeaderSection:
+    case CE_HeaderEmptyArea:
+        DrawHeader(painter, option->rect, element == CE_HeaderSection);
+        return;
+    case CE_HeaderLabel:
+        if (const auto* header = qstyleoption_cast<const QStyleOptionHeader*>(option)) {
+            QStyleOptionHeader quiet(*header);
+            quiet.palette.setColor(QPalette::ButtonText, ToColour(Colours().TextSecondary));
+            QProxyStyle::drawControl(element, &quiet, painter, widget);
+            return;
+        }
+        break;
+    default:
+        break;
     }
     QProxyStyle::drawControl(element, option, painter, widget);
     if (element == CE_ProgressBarGroove)
         DrawFrame(painter, option->rect, Colours().Outline, 1);
 }
 
-void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
-                                     const QWidget* widget) const
+void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
+                                     QPainter* painter, const QWidget* widget) const
 {
     QProxyStyle::drawComplexControl(control, option, painter, widget);
     if (control == CC_ComboBox || control == CC_SpinBox)
         DrawFieldFrame(painter, option, widget);
+}
+
+QSize TarnloStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
+                                    const QWidget* widget) const
+{
+    QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (type == CT_PushButton && button && !button->icon.isNull())
+        size.rwidth() += 12; // Fusion leaves no room beside an icon
+    return size;
 }
 
 int TarnloStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const
@@ -145,6 +184,8 @@ int TarnloStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, con
         return 8;
     case PM_SplitterWidth:
         return 6;
+    case PM_FocusFrameHMargin:
+        return 5; // room left and right of a cell's text
     default:
         return QProxyStyle::pixelMetric(metric, option, widget);
     }

@@ -13,7 +13,8 @@ Theme* g_theme = nullptr;
 QPalette PaletteOn(Rgb window, const SkinColours& c)
 {
     QPalette palette;
-    const auto set = [&palette](QPalette::ColorRole role, Rgb colour) { palette.setColor(role, ToColour(colour)); };
+    const auto set
+        = [&palette](QPalette::ColorRole role, Rgb colour) { palette.setColor(role, ToColour(colour)); };
     const auto readable = [&c](Rgb fill) { return ReadableOn(fill, c.TextFore, c.TextFore, c.Background); };
     set(QPalette::Window, window);
     set(QPalette::WindowText, readable(window));
@@ -35,8 +36,9 @@ QPalette PaletteOn(Rgb window, const SkinColours& c)
     set(QPalette::Shadow, c.Shadow);
     set(QPalette::Link, c.Link);
     set(QPalette::LinkVisited, c.Link);
-    for (QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText,
-                                     QPalette::HighlightedText, QPalette::PlaceholderText, QPalette::ToolTipText})
+    for (QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::HighlightedText,
+          QPalette::PlaceholderText, QPalette::ToolTipText})
         palette.setColor(QPalette::Disabled, role, ToColour(c.TextDisabled));
     // a selection that cannot be used is a quiet one
     palette.setColor(QPalette::Disabled, QPalette::Highlight, ToColour(c.Line));
@@ -45,15 +47,9 @@ QPalette PaletteOn(Rgb window, const SkinColours& c)
 
 } // namespace
 
-QPalette WindowPalette(const SkinColours& colours)
-{
-    return PaletteOn(colours.Background, colours);
-}
+QPalette WindowPalette(const SkinColours& colours) { return PaletteOn(colours.Background, colours); }
 
-QPalette ToolPalette(const SkinColours& colours)
-{
-    return PaletteOn(colours.ToolBackground, colours);
-}
+QPalette ToolPalette(const SkinColours& colours) { return PaletteOn(colours.ToolBackground, colours); }
 
 Theme::Theme(const Skin& skin) : m_skin(skin), m_colours(DeriveColours(skin))
 {
@@ -86,7 +82,8 @@ void Theme::ApplySkinToAllForms(const Skin& skin)
     emit Changed();
 }
 
-// Families whose figures are all equally wide, in regular and in semibold: Qt 6.4 cannot ask for tabular figures.
+// Families whose figures are all equally wide, in regular and in semibold: Qt 6.4 cannot ask for tabular
+// figures.
 void Theme::SetFont()
 {
     struct Family {

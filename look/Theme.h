@@ -7,10 +7,7 @@
 #include <QObject>
 #include <QPalette>
 
-[[nodiscard]] inline QColor ToColour(Rgb colour)
-{
-    return {colour.r, colour.g, colour.b};
-}
+[[nodiscard]] inline QColor ToColour(Rgb colour) { return {colour.r, colour.g, colour.b}; }
 
 /// The scale of type; nothing smaller is used. Sizes are points, so they follow the screen's resolution.
 enum class Type {
@@ -23,8 +20,8 @@ enum class Type {
     Mono, ///< 11, equal width: bytes and addresses
 };
 
-/// The one skin of the program as Qt draws it. A window connects Changed() to its Applyskin for what it paints
-/// itself; all ordinary widgets follow the application's palette by themselves.
+/// The one skin of the program as Qt draws it. A window connects Changed() to its Applyskin for what it
+/// paints itself; all ordinary widgets follow the application's palette by themselves.
 class Theme final : public QObject {
     Q_OBJECT
 public:

@@ -34,7 +34,7 @@ public:
 class AdapterLines final : public CycleLines {
 public:
     AdapterLines(frmUSB& usb, GaugeAccess& access) : m_usb(usb), m_access(access) { }
-    [[nodiscard]] bool Busy() const override { return GaugeAccess::Held(); }
+    [[nodiscard]] bool Busy() const override { return ExclusiveAccess::HeldBelow(); }
     LineResult Switch(Direction direction, const AutoCycleSettings& wiring) override;
     LineResult BothOff(const AutoCycleSettings& wiring) override;
 

@@ -26,8 +26,8 @@ public:
     explicit EventLog(TimeSource& time) : m_time(time) { }
     void Clear();
     void Add(RegisterEvent::Kind what, const QString& text);
-    /// Compares the flag rows of a finished pass with the pass before and notes what began: an alarm bit of the
-    /// status row (its high byte) that came on, a row whose reads began to fail.
+    /// Compares the flag rows of a finished pass with the pass before and notes what began: an alarm bit of
+    /// the status row (its high byte) that came on, a row whose reads began to fail.
     void NotePass(const ScanEngine& scan, int statusRow);
 
     [[nodiscard]] const std::deque<RegisterEvent>& Events() const { return m_events; }

@@ -49,8 +49,8 @@ bool EventsPane::Show(const EventLog& events)
     for (auto event = events.Events().rbegin(); event != events.Events().rend() && shown < kMostShown;
          ++event, ++shown)
         addItem(new QListWidgetItem(ThemeIcon(EventIcon(event->What)),
-                                    event->At.time().toString(QStringLiteral("hh:mm:ss")) + QStringLiteral("  ")
-                                        + event->Text));
+                                    event->At.time().toString(QStringLiteral("hh:mm:ss"))
+                                        + QStringLiteral("  ") + event->Text));
     if (count() == 0) {
         auto* empty = new QListWidgetItem(
             tr("Nothing happened yet. Alarms, writes, failed reads and switching stand here."), this);

@@ -32,3 +32,30 @@ FlagLine ReadFlagLine(const ScanEngine& scan, int flag)
                              known ? scan.Row(line.Row).Raw : std::nullopt);
     return line;
 }
+
+namespace {
+
+QString Shortened(const QString& name, qsizetype lettersOfFirst)
+{
+    const QStringList words = name.split(QLatin1Char('_'), Qt::SkipEmptyParts);
+    if (words.size() < 2)
+        return name.left(4);
+    QString letters = words.front().left(lettersOfFirst);
+    for (const QString& word : words.mid(1))
+        letters += word.front();
+    return letters;
+}
+
+} // namespace
+
+QStringList ShortBitNames(const FlagLine& line)
+{
+    QStringList names;
+    for (const FlagBit& bit : line.Bits)
+        names << Shortened(bit.Name, 1);
+    QStringList distinct = names;
+    for (qsizetype i = 0; i < names.size(); ++i)
+        if (names.count(names[i]) > 1)
+            distinct[i] = Shortened(line.Bits[static_cast<std::size_t>(i)].Name, 3);
+    return distinct;
+}

@@ -4,6 +4,7 @@
 #include "sbs/clsSBSCfgRW.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 #include <vector>
@@ -22,11 +23,16 @@ struct FlagLine {
     std::vector<FlagBit> Bits; ///< highest first
 };
 
+/// Names for narrow places: the first letters of the words, "OCA" for "OVER_CHARGED_ALARM"; a single word is
+/// cut to four letters, and where two names would be alike the first word gives three.
+[[nodiscard]] QStringList ShortBitNames(const FlagLine& line);
+
 inline constexpr int kMostFlagBits = 32;
 
 /// Bits of one line; a width outside 0..kMostFlagBits is brought into that range.
 /// @param raw  nothing: no bit has a value
-[[nodiscard]] std::vector<FlagBit> MakeFlagBits(const QString& bitDesc, int bitWidth, std::optional<RawValue> raw);
+[[nodiscard]] std::vector<FlagBit> MakeFlagBits(const QString& bitDesc, int bitWidth,
+                                                std::optional<RawValue> raw);
 
 /// @param flag  0 up to the number of flags
 [[nodiscard]] FlagLine ReadFlagLine(const ScanEngine& scan, int flag);

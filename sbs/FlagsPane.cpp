@@ -37,8 +37,9 @@ public:
             for (const FlagBit& bit : line.Bits)
                 if (bit.Value.value_or(false) && !bit.Name.isEmpty())
                     spoken << line.Caption + QLatin1Char(' ') + bit.Name;
-        setAccessibleDescription(spoken.isEmpty() ? FlagsPane::tr("no flag is set")
-                                                  : FlagsPane::tr("set: ") + spoken.join(QStringLiteral(", ")));
+        setAccessibleDescription(spoken.isEmpty()
+                                     ? FlagsPane::tr("no flag is set")
+                                     : FlagsPane::tr("set: ") + spoken.join(QStringLiteral(", ")));
         update();
     }
 
@@ -55,25 +56,29 @@ protected:
             const FlagLine& line = m_lines[i];
             PaintHead(painter, line, m_values[i], y);
             y += HeadHeight();
+            const QStringList shortNames = NamesFit(line) ? QStringList() : ShortBitNames(line);
             const int count = static_cast<int>(line.Bits.size());
             for (int first = 0; first < count; first += m_bitsPerRow) {
                 const int last = std::min(first + m_bitsPerRow, count) - 1;
                 painter.setFont(theme.Font(Type::Mono));
                 painter.setPen(ToColour(theme.Colours().TextSecondary));
-                painter.drawText(QRect(kMargin, y, LabelWidth() - 8, kBitHeight), Qt::AlignLeft | Qt::AlignVCenter,
+                painter.drawText(QRect(kMargin, y, LabelWidth() - 8, kBitHeight),
+                                 Qt::AlignLeft | Qt::AlignVCenter,
                                  QStringLiteral("%1..%2")
                                      .arg(line.Bits[static_cast<std::size_t>(first)].Bit)
                                      .arg(line.Bits[static_cast<std::size_t>(last)].Bit));
                 painter.setFont(theme.Font(Type::Body));
                 for (int bit = first; bit <= last; ++bit) {
                     const QRect cell = CellOf(bit - first, y);
-                    const FlagBit& shown = line.Bits[static_cast<std::size_t>(bit)];
+                    FlagBit shown = line.Bits[static_cast<std::size_t>(bit)];
+                    m_places.emplace_back(cell, Described(line, shown));
+                    if (!shortNames.isEmpty())
+                        shown.Name = shortNames[bit];
                     DrawBit(painter, cell,
-                            !shown.Value   ? BitState::Unknown
+                            !shown.Value       ? BitState::Unknown
                                 : *shown.Value ? BitState::Set
                                                : BitState::Clear,
                             shown.Name);
-                    m_places.emplace_back(cell, Described(line, shown));
                 }
                 y += kBitHeight + kGap;
             }
@@ -122,10 +127,11 @@ private:
         const QString scanned = line.Scanned ? FlagsPane::tr("scanned") : FlagsPane::tr("not scanned");
         painter.drawText(head, Qt::AlignRight | Qt::AlignVCenter, scanned);
         const int icon = 14;
-        painter.drawPixmap(QPoint(head.right() - QFontMetrics(painter.font()).horizontalAdvance(scanned) - icon - 5,
-                                  head.center().y() - icon / 2),
-                           IconPixmap(line.Scanned ? QStringLiteral("scan") : QStringLiteral("pause"), icon,
-                                      ToColour(theme.Colours().TextSecondary), devicePixelRatioF()));
+        painter.drawPixmap(
+            QPoint(head.right() - QFontMetrics(painter.font()).horizontalAdvance(scanned) - icon - 5,
+                   head.center().y() - icon / 2),
+            IconPixmap(line.Scanned ? QStringLiteral("scan") : QStringLiteral("pause"), icon,
+                       ToColour(theme.Colours().TextSecondary), devicePixelRatioF()));
     }
 
     QRect CellOf(int place, int y) const
@@ -135,9 +141,19 @@ private:
         return {kMargin + LabelWidth() + place * (each + kGap), y, each, kBitHeight};
     }
 
+    /// All names of a line in full, or all of them short: a mixture reads badly.
+    bool NamesFit(const FlagLine& line) const
+    {
+        const QFontMetrics strong(Theme::Current().Font(Type::Strong));
+        const int room = CellOf(0, 0).width() - 22; // beside the digit and the edges
+        return std::ranges::all_of(
+            line.Bits, [&](const FlagBit& bit) { return strong.horizontalAdvance(bit.Name) <= room; });
+    }
+
     int LabelWidth() const
     {
-        return QFontMetrics(Theme::Current().Font(Type::Mono)).horizontalAdvance(QStringLiteral("31..24")) + 8;
+        return QFontMetrics(Theme::Current().Font(Type::Mono)).horizontalAdvance(QStringLiteral("31..24"))
+            + 8;
     }
     int HeadHeight() const { return QFontMetrics(Theme::Current().Font(Type::Strong)).height() + 6; }
     int HeightOfAll() const
@@ -145,7 +161,8 @@ private:
         int height = 2 * kMargin;
         for (const FlagLine& line : m_lines) {
             const int count = static_cast<int>(line.Bits.size());
-            height += HeadHeight() + (count + m_bitsPerRow - 1) / m_bitsPerRow * (kBitHeight + kGap) + kGap * 2;
+            height
+                += HeadHeight() + (count + m_bitsPerRow - 1) / m_bitsPerRow * (kBitHeight + kGap) + kGap * 2;
         }
         return height;
     }
@@ -165,10 +182,7 @@ FlagsPane::FlagsPane(QWidget* parent) : QScrollArea(parent), m_canvas(new Canvas
     Applyskin();
 }
 
-void FlagsPane::InitPictFlags(int bitsPerRow)
-{
-    m_canvas->SetBitsPerRow(bitsPerRow);
-}
+void FlagsPane::InitPictFlags(int bitsPerRow) { m_canvas->SetBitsPerRow(bitsPerRow); }
 
 void FlagsPane::RefreshPictFlags(const ScanEngine& scan)
 {
@@ -178,10 +192,9 @@ void FlagsPane::RefreshPictFlags(const ScanEngine& scan)
         lines.push_back(ReadFlagLine(scan, flag));
         const int row = lines.back().Row;
         const bool known = row >= 0 && row < scan.RowCount() && scan.Row(row).Raw;
-        values.push_back(known ? QStringLiteral("%1")
-                                     .arg(*scan.Row(row).Raw & 0xFFFF, 4, 16, QLatin1Char('0'))
-                                     .toUpper()
-                               : QString());
+        values.push_back(
+            known ? QStringLiteral("%1").arg(*scan.Row(row).Raw & 0xFFFF, 4, 16, QLatin1Char('0')).toUpper()
+                  : QString());
     }
     m_canvas->Show(std::move(lines), std::move(values));
 }

@@ -7,7 +7,8 @@
 
 #include <vector>
 
-/// The bits of the flag rows, named, wrapped at a number of bits a line; each says 1, 0 or ? beside its colour.
+/// The bits of the flag rows, named, wrapped at a number of bits a line; each says 1, 0 or ? beside its
+/// colour.
 class FlagsPane final : public QScrollArea {
     Q_OBJECT
 public:

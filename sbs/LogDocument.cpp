@@ -44,11 +44,23 @@ std::int64_t BridgeMs(const std::vector<double>& seconds)
     return ToMs(3 * *middle + 1);
 }
 
+/// The history of some values, made when it is first asked for.
+const ValueHistory& Kept(std::unique_ptr<ValueHistory>& history, const std::vector<double>& seconds,
+                         const std::vector<double>& values)
+{
+    if (!history)
+        history = std::make_unique<ValueHistory>(HistoryOf(seconds, values));
+    return *history;
+}
+
 /// What a value axis has to show.
 struct Range {
     double Low = 0;
     double High = 0;
-    [[nodiscard]] double Size() const { return std::max(High - Low, std::max(std::abs(Low), std::abs(High)) * .02); }
+    [[nodiscard]] double Size() const
+    {
+        return std::max(High - Low, std::max(std::abs(Low), std::abs(High)) * .02);
+    }
     [[nodiscard]] Range With(const Range& other) const
     {
         return {std::min(Low, other.Low), std::max(High, other.High)};
@@ -164,17 +176,6 @@ PlotClock LogDocument::Clock() const
     return m_first.data.Start.isValid() && !m_second ? PlotClock::Wall : PlotClock::Elapsed;
 }
 
-const ValueHistory& LogDocument::HistoryOf(std::unique_ptr<ValueHistory>& history, const std::vector<double>& seconds,
-                                           const std::vector<double>& values)
-{
-    if (!history) {
-        history = std::make_unique<ValueHistory>(1);
-        for (std::size_t i = 0; i < values.size(); ++i)
-            history->Append(ToMs(seconds[i]), {&values[i], 1});
-    }
-    return *history;
-}
-
 std::vector<PlotCurve> LogDocument::Curves(const std::vector<std::size_t>& columns, LogComparing how)
 {
     std::vector<PlotCurve> curves;
@@ -183,15 +184,16 @@ std::vector<PlotCurve> LogDocument::Curves(const std::vector<std::size_t>& colum
     const std::int64_t offsetMs = Clock() == PlotClock::Wall && first.Records() > 0
         ? first.Start.toMSecsSinceEpoch() - ToMs(first.Seconds.front())
         : 0;
-    const auto add = [&](const ValueHistory& history, std::int64_t bridgeMs, const QString& name, const QString& axis) {
-        PlotCurve& curve = curves.emplace_back();
-        curve.History = &history;
-        curve.OffsetMs = offsetMs;
-        curve.BridgeMs = bridgeMs;
-        curve.Name = name;
-        curve.Axis = axis;
-        curve.Place = static_cast<int>(curves.size()) - 1;
-    };
+    const auto add
+        = [&](const ValueHistory& history, std::int64_t bridgeMs, const QString& name, const QString& axis) {
+              PlotCurve& curve = curves.emplace_back();
+              curve.History = &history;
+              curve.OffsetMs = offsetMs;
+              curve.BridgeMs = bridgeMs;
+              curve.Name = name;
+              curve.Axis = axis;
+              curve.Place = static_cast<int>(curves.size()) - 1;
+          };
     const std::int64_t bridgeMs = BridgeMs(first.Seconds);
     m_places.assign(m_facts.size(), -1);
     for (const std::size_t column : columns) {
@@ -199,8 +201,8 @@ std::vector<PlotCurve> LogDocument::Curves(const std::vector<std::size_t>& colum
         const auto place = static_cast<int>(curves.size());
         if (m_second && how == LogComparing::Difference) {
             if (const ComparedSeries* compared = Compared(column)) {
-                add(HistoryOf(m_differences[*m_compared[column]], m_comparison.Seconds, compared->Difference), bridgeMs,
-                    facts.Caption, axes.AxisFor(RangeOf(compared->Difference)));
+                add(Kept(m_differences[*m_compared[column]], m_comparison.Seconds, compared->Difference),
+                    bridgeMs, facts.Caption, axes.AxisFor(RangeOf(compared->Difference)));
                 m_places[column] = place;
             }
             continue;
@@ -212,10 +214,10 @@ std::vector<PlotCurve> LogDocument::Curves(const std::vector<std::size_t>& colum
         if (second)
             range = range.With(RangeOf(second->Values));
         const QString axis = axes.AxisFor(range);
-        add(HistoryOf(m_first.histories[column], first.Seconds, first.Series[column].Values), bridgeMs, facts.Caption,
-            axis);
+        add(Kept(m_first.histories[column], first.Seconds, first.Series[column].Values), bridgeMs,
+            facts.Caption, axis);
         if (second)
-            add(HistoryOf(m_second->histories[*other], m_second->data.Seconds, second->Values),
+            add(Kept(m_second->histories[*other], m_second->data.Seconds, second->Values),
                 BridgeMs(m_second->data.Seconds), QStringLiteral("%1 (second)").arg(facts.Caption), axis);
     }
     return curves;
@@ -227,11 +229,11 @@ std::vector<PlotEvent> LogDocument::Events() const
     if (m_second || m_first.data.Records() == 0)
         return events;
     const RegisterLogData& data = m_first.data;
-    const std::int64_t startMs = Clock() == PlotClock::Wall
-        ? data.Start.toMSecsSinceEpoch() - ToMs(data.Seconds.front())
-        : 0;
+    const std::int64_t startMs
+        = Clock() == PlotClock::Wall ? data.Start.toMSecsSinceEpoch() - ToMs(data.Seconds.front()) : 0;
     for (const std::int64_t record : data.FlaggedRecords)
-        events.push_back({startMs + ToMs(data.Seconds[static_cast<std::size_t>(record)]), PlotEvent::Kind::FailedRead,
+        events.push_back({startMs + ToMs(data.Seconds[static_cast<std::size_t>(record)]),
+                          PlotEvent::Kind::FailedRead,
                           QStringLiteral("Record %1: a transfer failed before it").arg(record + 1)});
     return events;
 }

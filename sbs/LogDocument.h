@@ -23,9 +23,9 @@ struct LogColumnFacts {
 
 enum class LogComparing { Overlay, Difference };
 
-/// A register log, alone or beside a second one, as a viewer shows it: facts about its columns, and curves for
-/// those that are ticked. Curves of a single log stand on its wall clock if it has one, else, as always with two
-/// logs, on the time since the begin of each.
+/// A register log, alone or beside a second one, as a viewer shows it: facts about its columns, and curves
+/// for those that are ticked. Curves of a single log stand on its wall clock if it has one, else, as always
+/// with two logs, on the time since the begin of each.
 class LogDocument {
 public:
     void SetFirst(RegisterLogData data); ///< forgets the second
@@ -45,17 +45,17 @@ public:
     [[nodiscard]] std::vector<PlotCurve> Curves(const std::vector<std::size_t>& columns, LogComparing how);
     /// Of the column's first curve, -1 for a column without one.
     [[nodiscard]] int Place(std::size_t column) const { return m_places[column]; }
-    [[nodiscard]] std::vector<PlotEvent> Events() const; ///< records behind a failed transfer, of a single log
+    [[nodiscard]] std::vector<PlotEvent>
+    Events() const; ///< records behind a failed transfer, of a single log
     [[nodiscard]] PlotClock Clock() const;
 
 private:
-    using Histories = std::vector<std::unique_ptr<ValueHistory>>; ///< one a column, filled when it is first drawn
+    using Histories
+        = std::vector<std::unique_ptr<ValueHistory>>; ///< one a column, filled when it is first drawn
     struct Log {
         RegisterLogData data;
         Histories histories;
     };
-    static const ValueHistory& HistoryOf(std::unique_ptr<ValueHistory>& history, const std::vector<double>& seconds,
-                                         const std::vector<double>& values);
     void Match();
 
     Log m_first;
@@ -64,7 +64,8 @@ private:
     LogComparison m_comparison;
     Histories m_differences; ///< of the compared series
     std::vector<int> m_places; ///< of the curves made last, by column
-    std::vector<std::optional<std::size_t>> m_compared; ///< place in the comparison, by column of the first log
+    std::vector<std::optional<std::size_t>>
+        m_compared; ///< place in the comparison, by column of the first log
     std::vector<std::optional<std::size_t>> m_inSecond; ///< column of the second log, likewise
 };
 

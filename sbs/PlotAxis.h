@@ -2,7 +2,8 @@
 
 #include <qcustomplot.h>
 
-/// A value axis that knows how wide it came out, so that the markers of its curves can stand beside its title.
+/// A value axis that knows how wide it came out, so that the markers of its curves can stand beside its
+/// title.
 class PlotAxis final : public QCPAxis {
     Q_OBJECT
 public:

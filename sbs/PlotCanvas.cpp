@@ -1,6 +1,5 @@
 #include "sbs/PlotCanvas.h"
 
-#include "look/Icons.h"
 #include "look/Marks.h"
 #include "look/Theme.h"
 #include "sbs/PlotAxis.h"
@@ -12,25 +11,24 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 
 namespace {
 
-constexpr int kStripGap = 3;
-constexpr int kStripHeight = 18;
-constexpr int kEventIcon = 14;
 constexpr int kMostListed = 20;
-constexpr std::size_t kMostPointsWithMarkers = 60;
-constexpr std::size_t kMostAntialiasedPoints = 20'000;
+constexpr qsizetype kMostPointsWithMarkers = 60;
+constexpr std::size_t kMostAntialiasedValues = 20'000;
 // A longer way of the pen over the picture is noise in which no dash can be told; drawing it costs most.
 constexpr double kLongestDashedPath = 20'000;
 constexpr double kWheelStep = 120;
-constexpr std::int64_t kDayMs = 86'400'000;
 
 /// One layer's drawing, given by the canvas.
 class Painted final : public QCPLayerable {
 public:
     Painted(QCustomPlot* plot, const QString& layer, std::function<void(QCPPainter*)> drawing)
-        : QCPLayerable(plot, layer), m_drawing(std::move(drawing)) { }
+        : QCPLayerable(plot, layer), m_drawing(std::move(drawing))
+    {
+    }
 
 protected:
     void applyDefaultAntialiasingHint(QCPPainter* painter) const override { painter->setAntialiasing(false); }
@@ -39,30 +37,6 @@ protected:
 private:
     std::function<void(QCPPainter*)> m_drawing;
 };
-
-struct EventLook {
-    const char* icon;
-    Rgb SkinColours::*ink;
-};
-
-EventLook LookOf(PlotEvent::Kind kind)
-{
-    switch (kind) {
-    case PlotEvent::Kind::Alarm:
-        return {"alarm", &SkinColours::Caution};
-    case PlotEvent::Kind::FailedRead:
-        return {"cross", &SkinColours::Failed};
-    case PlotEvent::Kind::Write:
-        return {"edit", &SkinColours::Edited};
-    case PlotEvent::Kind::Charge:
-        return {"charge", &SkinColours::TextFore};
-    case PlotEvent::Kind::Discharge:
-        return {"discharge", &SkinColours::TextFore};
-    case PlotEvent::Kind::Relax:
-        return {"relax", &SkinColours::TextFore};
-    }
-    return {"info", &SkinColours::TextFore};
-}
 
 } // namespace
 
@@ -75,16 +49,15 @@ PlotCanvas::PlotCanvas(QWidget* parent) : QCustomPlot(parent), m_colours(Theme::
     setNoAntialiasingOnDrag(true);
     setMouseTracking(true);
     yAxis->setVisible(false); // value axes come and go with the units
-    axisRect()->setupFullAxesBox();
-    xAxis2->setVisible(false);
-    yAxis2->setVisible(false);
+    yAxis->grid()->setVisible(false);
     axisRect()->setMinimumMargins(QMargins(56, 10, 16, 0));
-    xAxis->setOffset(kStripGap + kStripHeight);
+    xAxis->setOffset(kStripHeight + 3);
     xAxis->setTicker(QSharedPointer<QCPAxisTickerDateTime>::create());
 
     new Painted(this, QStringLiteral("background"), [this](QCPPainter* painter) { DrawFailed(painter); });
     new Painted(this, QStringLiteral("main"), [this](QCPPainter* painter) { DrawCurves(painter); });
-    layer(QStringLiteral("overlay"))->setMode(QCPLayer::lmBuffered); // a moving cursor redraws this layer alone
+    layer(QStringLiteral("overlay"))
+        ->setMode(QCPLayer::lmBuffered); // a moving cursor redraws this layer alone
     new Painted(this, QStringLiteral("overlay"), [this](QCPPainter* painter) { DrawOverlay(painter); });
     Applyskin();
 }
@@ -96,10 +69,7 @@ void PlotCanvas::SetCurves(std::vector<PlotCurve> curves)
     Show(m_fromMs, m_toMs);
 }
 
-void PlotCanvas::SetEvents(std::vector<PlotEvent> events)
-{
-    m_events = std::move(events);
-}
+void PlotCanvas::SetEvents(std::vector<PlotEvent> events) { m_events = std::move(events); }
 
 void PlotCanvas::SetClock(PlotClock clock)
 {
@@ -140,7 +110,8 @@ void PlotCanvas::MakeAxes()
     for (const PlotCurve& curve : m_curves)
         if (!keys.contains(AxisKey(curve)) && keys.size() < kMostAxes)
             keys << AxisKey(curve);
-    const bool same = std::ranges::equal(keys, m_axes, {}, {}, [](const PlotAxis* axis) { return axis->Key; });
+    const bool same
+        = std::ranges::equal(keys, m_axes, {}, {}, [](const PlotAxis* axis) { return axis->Key; });
     if (!same) {
         for (PlotAxis* axis : m_axes)
             axisRect()->removeAxis(axis);
@@ -167,7 +138,8 @@ void PlotCanvas::MakeAxes()
             names << curve.Name;
             unit = curve.Unit;
         }
-        const QString title = names.size() <= 2 ? names.join(QStringLiteral(", ")) : tr("%1 curves").arg(names.size());
+        const QString title
+            = names.size() <= 2 ? names.join(QStringLiteral(", ")) : tr("%1 curves").arg(names.size());
         axis->setLabel(unit.isEmpty() ? title : QStringLiteral("%1 (%2)").arg(title, unit));
     }
 }
@@ -208,7 +180,8 @@ void PlotCanvas::FitAxes()
         }
         if (!range)
             continue; // the scale stays while nothing is in sight
-        const double pad = range->size() > 0 ? range->size() * .06 : std::max(1.0, std::abs(range->center()) * .01);
+        const double pad
+            = range->size() > 0 ? range->size() * .06 : std::max(1.0, std::abs(range->center()) * .01);
         axis->setRange(range->lower - pad, range->upper + pad);
     }
 }
@@ -220,36 +193,34 @@ void PlotCanvas::ChooseTimeLabels()
     const double span = xAxis->range().size();
     if (m_clock == PlotClock::Elapsed) {
         const auto ticker = xAxis->ticker().staticCast<QCPAxisTickerTime>();
-        ticker->setTimeFormat(span < 10 ? QStringLiteral("%h:%m:%s.%z")
-                              : span < 8 * kMinute ? QStringLiteral("%h:%m:%s") : QStringLiteral("%h:%m"));
+        ticker->setTimeFormat(span < 10                ? QStringLiteral("%h:%m:%s.%z")
+                                  : span < 8 * kMinute ? QStringLiteral("%h:%m:%s")
+                                                       : QStringLiteral("%h:%m"));
         ticker->setTickCount(std::clamp(axisRect()->width() / 100, 2, 12));
         return;
     }
     const auto ticker = xAxis->ticker().staticCast<QCPAxisTickerDateTime>();
-    ticker->setDateTimeFormat(span < 10 ? QStringLiteral("hh:mm:ss.zzz")
-                              : span < 8 * kMinute ? QStringLiteral("hh:mm:ss")
-                              : span < kDay        ? QStringLiteral("hh:mm")
-                                                   : QStringLiteral("yyyy-MM-dd\nhh:mm"));
-    ticker->setTickCount(std::clamp(axisRect()->width() / (span < 8 * kMinute || span >= kDay ? 100 : 80), 2, 12));
+    ticker->setDateTimeFormat(span < 10                ? QStringLiteral("hh:mm:ss.zzz")
+                                  : span < 8 * kMinute ? QStringLiteral("hh:mm:ss")
+                                  : span < kDay        ? QStringLiteral("hh:mm")
+                                                       : QStringLiteral("yyyy-MM-dd\nhh:mm"));
+    ticker->setTickCount(
+        std::clamp(axisRect()->width() / (span < 8 * kMinute || span >= kDay ? 100 : 80), 2, 12));
 }
 
 double PlotCanvas::X(double ms) const
 {
     const QRect rect = axisRect()->rect();
-    return rect.left() + (ms - static_cast<double>(m_fromMs)) / static_cast<double>(m_toMs - m_fromMs) * rect.width();
+    return rect.left()
+        + (ms - static_cast<double>(m_fromMs)) / static_cast<double>(m_toMs - m_fromMs) * rect.width();
 }
 
 std::int64_t PlotCanvas::TimeAt(double x) const
 {
     const QRect rect = axisRect()->rect();
     return m_fromMs
-        + static_cast<std::int64_t>((x - rect.left()) / std::max(rect.width(), 1) * static_cast<double>(m_toMs - m_fromMs));
-}
-
-QRect PlotCanvas::Strip() const
-{
-    const QRect rect = axisRect()->rect();
-    return {rect.left(), rect.bottom() + 1 + kStripGap, rect.width(), kStripHeight};
+        + static_cast<std::int64_t>((x - rect.left()) / std::max(rect.width(), 1)
+                                    * static_cast<double>(m_toMs - m_fromMs));
 }
 
 void PlotCanvas::DrawFailed(QCPPainter* painter) const
@@ -264,168 +235,101 @@ void PlotCanvas::DrawFailed(QCPPainter* painter) const
     }
 }
 
+PlotCanvas::Path PlotCanvas::PathOf(const PlotAxis& axis, const PlotLine& line) const
+{
+    const QRect rect = axisRect()->rect();
+    const double scale = rect.height() / axis.range().size();
+    Path path;
+    path.points.reserve(static_cast<qsizetype>(line.Points.size()));
+    QPointF last(X(0), std::numeric_limits<double>::quiet_NaN());
+    for (const PlotPoint& point : line.Points) {
+        const QPointF at(X(point.Ms), rect.bottom() + 1 - (point.Value - axis.range().lower) * scale);
+        const double step = std::abs(at.x() - last.x()) + std::abs(at.y() - last.y());
+        path.length += std::isnan(step) ? 0 : step;
+        path.points << at;
+        last = at;
+    }
+    return path;
+}
+
 void PlotCanvas::DrawCurves(QCPPainter* painter) const
 {
-    std::size_t points = 0;
-    for (const PlotLine& line : m_lines)
-        points += line.Points.size();
+    struct Drawing {
+        const PlotCurve* curve;
+        Path path;
+    };
+    std::vector<Drawing> drawings;
+    std::size_t values = 0;
+    for (std::size_t i = 0; i < m_curves.size(); ++i) {
+        if (const PlotAxis* axis = AxisOf(m_curves[i])) {
+            drawings.push_back({&m_curves[i], PathOf(*axis, m_lines[i])});
+            values += m_lines[i].Passes;
+        }
+    }
+    // noise covers what lies under it, so the busiest curve comes first
+    std::ranges::stable_sort(drawings, std::greater{},
+                             [](const Drawing& drawing) { return drawing.path.length; });
     painter->save();
     painter->setClipRect(axisRect()->rect().adjusted(0, -1, 1, 1));
-    for (std::size_t i = 0; i < m_curves.size(); ++i)
-        DrawCurve(painter, i, points <= kMostAntialiasedPoints);
+    for (const Drawing& drawing : drawings)
+        DrawCurve(painter, *drawing.curve, drawing.path, values <= kMostAntialiasedValues);
     painter->restore();
 }
 
-void PlotCanvas::DrawCurve(QCPPainter* painter, std::size_t i, bool antialiased) const
+void PlotCanvas::DrawNoise(QCPPainter* painter, const QPolygonF& points)
 {
-    const PlotCurve& curve = m_curves[i];
-    const PlotAxis* axis = AxisOf(curve);
-    if (!axis)
-        return;
-    const std::vector<PlotPoint>& points = m_lines[i].Points;
-    const QRect rect = axisRect()->rect();
-    const double yScale = rect.height() / axis->range().size();
-    const double yLow = axis->range().lower;
-    QPolygonF polyline;
-    polyline.reserve(static_cast<qsizetype>(points.size()));
-    double path = 0;
-    for (const PlotPoint& point : points) {
-        polyline << QPointF(X(point.Ms), rect.bottom() + 1 - (point.Value - yLow) * yScale);
-        if (polyline.size() > 1 && !std::isnan(point.Value)) {
-            const QPointF step = polyline.last() - polyline[polyline.size() - 2];
-            path += std::isnan(step.y()) ? 0 : std::abs(step.x()) + std::abs(step.y());
+    QVector<QLineF> lines;
+    for (qsizetype i = 1; i < points.size(); ++i) {
+        const QPointF& from = points[i - 1];
+        const QPointF& to = points[i];
+        if (std::isnan(from.y()) || std::isnan(to.y()))
+            continue;
+        const double column = std::floor(to.x());
+        if (column - std::floor(from.x()) > 1) {
+            lines << QLineF(from, to);
+            continue;
         }
+        const auto [top, bottom] = std::minmax({from.y(), to.y()});
+        if (!lines.isEmpty() && lines.last().x1() == column && lines.last().x2() == column)
+            lines.last().setLine(column, std::min(lines.last().y1(), top), column,
+                                 std::max(lines.last().y2(), bottom));
+        else
+            lines << QLineF(column, top, column, bottom);
     }
-    const bool dense = path > kLongestDashedPath;
-    QPen pen = CurvePen(curve.Place, m_colours, m_selected == curve.Place ? 2 : 1.5);
-    if (dense) {
+    painter->drawLines(lines);
+}
+
+void PlotCanvas::DrawCurve(QCPPainter* painter, const PlotCurve& curve, const Path& path,
+                           bool antialiased) const
+{
+    const QPolygonF& points = path.points;
+    const QColor colour = CurveColour(curve.Place, m_colours);
+    const bool dense = path.length > kLongestDashedPath;
+    const bool smooth = antialiased && !dense;
+    // without antialiasing a line is a whole number of pixels wide
+    QPen pen = CurvePen(curve.Place, m_colours, m_selected == curve.Place ? 2 : smooth ? 1.5 : 1);
+    if (dense)
         pen.setStyle(Qt::SolidLine);
-        pen.setWidthF(1);
-    }
-    painter->setAntialiasing(antialiased && !dense);
+    painter->setAntialiasing(smooth);
     painter->setPen(pen);
+    if (dense)
+        return DrawNoise(painter, points);
+    const bool markers = points.size() < kMostPointsWithMarkers;
     qsizetype begin = 0;
-    for (qsizetype end = 0; end <= polyline.size(); ++end) {
-        if (end < polyline.size() && !std::isnan(polyline[end].y()))
+    for (qsizetype end = 0; end <= points.size(); ++end) {
+        if (end < points.size() && !std::isnan(points[end].y()))
             continue;
         if (end - begin > 1)
-            painter->drawPolyline(polyline.constData() + begin, static_cast<int>(end - begin));
-        else if (end - begin == 1) // a value between two failed reads
-            DrawCurveMarker(*painter, polyline[begin], 5, curve.Place, CurveColour(curve.Place, m_colours));
+            painter->drawPolyline(points.constData() + begin, static_cast<int>(end - begin));
+        else if (end - begin == 1 && !markers) // a value between two failed reads
+            DrawCurveMarker(*painter, points[begin], 5, curve.Place, colour);
         begin = end + 1;
     }
-    if (points.size() < kMostPointsWithMarkers)
-        for (const QPointF& point : polyline)
-            if (!std::isnan(point.y()))
-                DrawCurveMarker(*painter, point, 6, curve.Place, CurveColour(curve.Place, m_colours));
-}
-
-void PlotCanvas::DrawOverlay(QCPPainter* painter) const
-{
-    const QRect rect = axisRect()->rect();
-    painter->setAntialiasing(false);
-    painter->setPen(ToColour(m_colours.Outline));
-    painter->setBrush(Qt::NoBrush);
-    painter->drawRect(rect);
-    DrawAxisMarkers(painter);
-    DrawEvents(painter);
-    DrawCursor(painter);
-    if (m_rubber) {
-        QColor fill = ToColour(m_colours.SelectionHighlight);
-        painter->setPen(fill);
-        fill.setAlpha(40);
-        painter->setBrush(fill);
-        painter->drawRect(QRect(m_rubber->left(), rect.top(), m_rubber->width(), rect.height()));
-    }
-    if (m_curves.empty()) {
-        painter->setFont(Theme::Current().Font(Type::Body));
-        painter->setPen(ToColour(m_colours.TextSecondary));
-        painter->drawText(rect, Qt::AlignCenter | Qt::TextWordWrap, tr("Tick Plot in a row to see its values here."));
-    }
-}
-
-void PlotCanvas::DrawAxisMarkers(QCPPainter* painter) const
-{
-    constexpr int kPitch = 14;
-    const QRect rect = axisRect()->rect();
-    const QFontMetrics metrics(Theme::Current().Font(Type::Strong));
-    for (const PlotAxis* axis : m_axes) {
-        const double outwards = axis->offset() + axis->Margin() - metrics.height() / 2.0 - 2;
-        const double x = axis->axisType() == QCPAxis::atLeft ? rect.left() - outwards : rect.right() + outwards;
-        double y = rect.center().y() + metrics.horizontalAdvance(axis->label()) / 2.0 + kPitch;
-        for (const PlotCurve& curve : m_curves) {
-            if (AxisKey(curve) != axis->Key)
-                continue;
-            if (y < rect.bottom())
-                DrawCurveMarker(*painter, QPointF(x, y), 7, curve.Place, CurveColour(curve.Place, m_colours));
-            y += kPitch;
-        }
-    }
-}
-
-std::vector<PlotCanvas::EventGroup> PlotCanvas::EventGroups() const
-{
-    std::vector<EventGroup> groups;
-    const auto first = std::ranges::lower_bound(m_events, m_fromMs, {}, &PlotEvent::AtMs);
-    for (auto event = first; event != m_events.end() && event->AtMs < m_toMs; ++event) {
-        const double x = X(static_cast<double>(event->AtMs));
-        if (!groups.empty() && x - groups.back().x < kEventIcon)
-            ++groups.back().count;
-        else
-            groups.push_back({x, static_cast<std::size_t>(event - m_events.begin()), 1});
-    }
-    return groups;
-}
-
-void PlotCanvas::DrawEvents(QCPPainter* painter) const
-{
-    const QRect rect = axisRect()->rect();
-    const QRect strip = Strip();
-    painter->fillRect(strip, ToColour(m_colours.AlternateBase));
-    painter->setPen(ToColour(m_colours.Line));
-    painter->drawRect(strip);
-    painter->setFont(Theme::Current().Font(Type::Small));
-    painter->setPen(ToColour(m_colours.TextSecondary));
-    painter->drawText(QRect(0, strip.top(), strip.left() - 6, strip.height()), Qt::AlignRight | Qt::AlignVCenter,
-                      tr("Events"));
-    const double ratio = painter->device()->devicePixelRatioF();
-    for (const EventGroup& group : EventGroups()) {
-        const EventLook look = LookOf(m_events[group.first].What);
-        const QColor ink = ToColour(m_colours.*look.ink);
-        QPen dashed(ink, 1, Qt::CustomDashLine);
-        dashed.setDashPattern({3, 3});
-        painter->setPen(dashed);
-        painter->drawLine(QPointF(group.x, rect.top()), QPointF(group.x, rect.bottom()));
-        const QPointF corner(group.x - kEventIcon / 2.0, strip.top() + (kStripHeight - kEventIcon) / 2.0);
-        if (group.count == 1) {
-            painter->drawPixmap(corner, IconPixmap(QLatin1String(look.icon), kEventIcon, ink, ratio));
-        } else {
-            painter->setPen(ToColour(m_colours.TextFore));
-            painter->drawText(QRectF(group.x - 16, strip.top(), 32, strip.height()), Qt::AlignCenter,
-                              QString::number(group.count));
-        }
-    }
-}
-
-void PlotCanvas::DrawCursor(QCPPainter* painter) const
-{
-    if (!m_cursorMs || *m_cursorMs < m_fromMs || *m_cursorMs > m_toMs)
+    if (!markers)
         return;
-    const QRect rect = axisRect()->rect();
-    const double x = X(static_cast<double>(*m_cursorMs));
-    painter->setPen(ToColour(m_colours.TextFore));
-    painter->drawLine(QPointF(x, rect.top()), QPointF(x, rect.bottom()));
-    for (const PlotCurve& curve : m_curves) {
-        const PlotAxis* axis = AxisOf(curve);
-        const std::optional<double> value = ValueAt(curve, *m_cursorMs);
-        if (!axis || !value)
-            continue;
-        const QPointF centre(x, axis->coordToPixel(*value));
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(ToColour(m_colours.Base));
-        painter->drawEllipse(centre, 6, 6); // keeps the marker clear of line and curves
-        DrawCurveMarker(*painter, centre, 7, curve.Place, CurveColour(curve.Place, m_colours));
-    }
+    for (const QPointF& point : points)
+        if (!std::isnan(point.y()))
+            DrawCurveMarker(*painter, point, 6, curve.Place, colour);
 }
 
 void PlotCanvas::ColourAxes()
@@ -479,8 +383,10 @@ void PlotCanvas::mousePressEvent(QMouseEvent* event)
             if (std::abs(group.x - at.x()) > kEventIcon)
                 continue;
             QStringList lines;
-            for (std::size_t i = group.first; i < group.first + std::min<std::size_t>(group.count, kMostListed); ++i)
-                lines << PlotTimeText(m_events[i].AtMs, kDayMs, m_clock) + QStringLiteral("  ") + m_events[i].Text;
+            for (std::size_t i = group.first;
+                 i < group.first + std::min<std::size_t>(group.count, kMostListed); ++i)
+                lines << PlotTimeText(m_events[i].AtMs, m_toMs - m_fromMs, m_clock) + QStringLiteral("  ")
+                        + m_events[i].Text;
             if (group.count > kMostListed)
                 lines << tr("and %1 more").arg(group.count - kMostListed);
             QToolTip::showText(event->globalPosition().toPoint(), lines.join(QLatin1Char('\n')), this);

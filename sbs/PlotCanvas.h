@@ -10,13 +10,15 @@
 
 class PlotAxis;
 
-/// The drawn part of a plot: curves on at most four value axes, one a unit, failed reads hatched, events in a strip
-/// under it, a cursor. It shows what it is told to; the pointer's wishes come out as signals.
+/// The drawn part of a plot: curves on at most four value axes, one a unit, failed reads hatched, events in a
+/// strip under it, a cursor. It shows what it is told to; the pointer's wishes come out as signals.
 class PlotCanvas final : public QCustomPlot {
     Q_OBJECT
 public:
     enum class Tool { Pan, Zoom };
     static constexpr int kMostAxes = 4;
+    static constexpr int kEventIcon = 14;
+    static constexpr int kStripHeight = 18; ///< of the events under the plot
 
     explicit PlotCanvas(QWidget* parent = nullptr);
 
@@ -67,7 +69,14 @@ private:
     [[nodiscard]] std::vector<EventGroup> EventGroups() const;
     void DrawFailed(QCPPainter* painter) const;
     void DrawCurves(QCPPainter* painter) const;
-    void DrawCurve(QCPPainter* painter, std::size_t i, bool antialiased) const;
+    struct Path {
+        QPolygonF points; ///< in pixels; not a number breaks it
+        double length = 0;
+    };
+    [[nodiscard]] Path PathOf(const PlotAxis& axis, const PlotLine& line) const;
+    /// A line that fills the picture, as one upright stroke a pixel column.
+    static void DrawNoise(QCPPainter* painter, const QPolygonF& points);
+    void DrawCurve(QCPPainter* painter, const PlotCurve& curve, const Path& path, bool antialiased) const;
     void DrawOverlay(QCPPainter* painter) const;
     void DrawEvents(QCPPainter* painter) const;
     void DrawCursor(QCPPainter* painter) const;

@@ -61,7 +61,8 @@ private:
 
 QString Quoted(QString text)
 {
-    if (text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"')) || text.contains(QLatin1Char('\n'))) {
+    if (text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"'))
+        || text.contains(QLatin1Char('\n'))) {
         text.replace(QLatin1Char('"'), QStringLiteral("\"\""));
         return QLatin1Char('"') + text + QLatin1Char('"');
     }
@@ -92,7 +93,8 @@ PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t t
 
     const double columnMs = static_cast<double>(toMs - fromMs) / static_cast<double>(columns);
     double edge = static_cast<double>(fromMs);
-    for (const HistoryColumn& column : history.Columns(curve.Row, fromMs - curve.OffsetMs, toMs - curve.OffsetMs, columns)) {
+    for (const HistoryColumn& column :
+         history.Columns(curve.Row, fromMs - curve.OffsetMs, toMs - curve.OffsetMs, columns)) {
         edge += columnMs;
         if (!column.HasValue) {
             if (column.Gap)
@@ -109,6 +111,7 @@ PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t t
     }
 
     const std::size_t next = history.PassAt(toMs - curve.OffsetMs);
+    line.Passes = next - first;
     if (next < history.Passes()) {
         const double value = history.Value(curve.Row, next);
         if (std::isnan(value))
@@ -129,28 +132,23 @@ std::optional<double> ValueAt(const PlotCurve& curve, std::int64_t atMs)
     return std::isnan(value) ? std::nullopt : std::optional(value);
 }
 
-QString PlotNumber(double value)
-{
-    return QString::number(value, 'g', 10);
-}
+QString PlotNumber(double value) { return QString::number(value, 'g', 10); }
 
 QString PlotTimeText(std::int64_t ms, std::int64_t spanMs, PlotClock clock)
 {
     constexpr std::int64_t kMinuteMs = 60'000;
+    const bool fine = spanMs < kMinuteMs;
     if (clock == PlotClock::Wall)
-        return QDateTime::fromMSecsSinceEpoch(ms).toString(spanMs < kMinuteMs ? QStringLiteral("hh:mm:ss.zzz")
-                                                                              : QStringLiteral("hh:mm:ss"));
+        return QDateTime::fromMSecsSinceEpoch(ms).toString(fine ? QStringLiteral("hh:mm:ss.zzz")
+                                                                : QStringLiteral("hh:mm:ss"));
     const std::int64_t seconds = std::abs(ms) / 1000;
-    const auto twoDigits = [](std::int64_t number) {
-        return QStringLiteral("%1").arg(number, 2, 10, QLatin1Char('0'));
+    const auto padded = [](std::int64_t number, int digits) {
+        return QStringLiteral("%1").arg(number, digits, 10, QLatin1Char('0'));
     };
-    QString text = QStringLiteral("%1%2:%3:%4")
-                       .arg(ms < 0 ? QStringLiteral("-") : QString())
-                       .arg(seconds / 3600)
-                       .arg(twoDigits(seconds / 60 % 60), twoDigits(seconds % 60));
-    if (spanMs < kMinuteMs)
-        text += QStringLiteral(".%1").arg(std::abs(ms) % 1000, 3, 10, QLatin1Char('0'));
-    return text;
+    const QString sign = ms < 0 ? QStringLiteral("-") : QString();
+    return QStringLiteral("%1%2:%3:%4%5")
+        .arg(sign, QString::number(seconds / 3600), padded(seconds / 60 % 60, 2), padded(seconds % 60, 2),
+             fine ? QLatin1Char('.') + padded(std::abs(ms) % 1000, 3) : QString());
 }
 
 std::optional<PlotSpan> WholeSpan(std::span<const PlotCurve> curves)
@@ -160,8 +158,10 @@ std::optional<PlotSpan> WholeSpan(std::span<const PlotCurve> curves)
         if (curve.History->Passes() == 0)
             continue;
         const auto from = static_cast<double>(curve.History->TimeMs(0) + curve.OffsetMs);
-        const auto to = static_cast<double>(curve.History->TimeMs(curve.History->Passes() - 1) + curve.OffsetMs);
-        whole = whole ? PlotSpan{std::min(whole->FromMs, from), std::max(whole->ToMs, to)} : PlotSpan{from, to};
+        const auto to
+            = static_cast<double>(curve.History->TimeMs(curve.History->Passes() - 1) + curve.OffsetMs);
+        whole
+            = whole ? PlotSpan{std::min(whole->FromMs, from), std::max(whole->ToMs, to)} : PlotSpan{from, to};
     }
     return whole;
 }
@@ -179,8 +179,8 @@ std::vector<PlotSpan> Joined(std::vector<PlotSpan> spans)
     return joined;
 }
 
-QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events, std::int64_t fromMs,
-                      std::int64_t toMs, PlotClock clock)
+QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events,
+                      std::int64_t fromMs, std::int64_t toMs, PlotClock clock)
 {
     std::vector<PlotEvent> visible;
     std::ranges::copy_if(events, std::back_inserter(visible),
@@ -189,7 +189,8 @@ QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEve
 
     QStringList cells{clock == PlotClock::Wall ? QStringLiteral("Time") : QStringLiteral("Elapsed (s)")};
     for (const PlotCurve& curve : curves)
-        cells << Quoted(curve.Unit.isEmpty() ? curve.Name : QStringLiteral("%1 (%2)").arg(curve.Name, curve.Unit));
+        cells << Quoted(curve.Unit.isEmpty() ? curve.Name
+                                             : QStringLiteral("%1 (%2)").arg(curve.Name, curve.Unit));
     if (!visible.empty())
         cells << QStringLiteral("Event");
     QByteArray csv;
@@ -227,7 +228,8 @@ QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEve
                 continue;
             const double value = curves[i].History->Value(curves[i].Row, passes[i]);
             if (!std::isnan(value))
-                cells[static_cast<qsizetype>(i) + 1] = QString::number(value, 'g', QLocale::FloatingPointShortest);
+                cells[static_cast<qsizetype>(i) + 1]
+                    = QString::number(value, 'g', QLocale::FloatingPointShortest);
             ++passes[i];
         }
         putLine();

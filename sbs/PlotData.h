@@ -15,7 +15,8 @@ struct PlotCurve {
     const ValueHistory* History = nullptr; ///< outlives the plot
     std::size_t Row = 0;
     std::int64_t OffsetMs = 0; ///< what to add to the history's times
-    std::int64_t BridgeMs = 0; ///< a line joins no two values further apart than this; 0: whatever the distance
+    std::int64_t BridgeMs
+        = 0; ///< a line joins no two values further apart than this; 0: whatever the distance
     QString Name;
     QString Unit;
     QString Axis; ///< curves with the same text here share a value axis; empty: those with the same unit
@@ -29,7 +30,7 @@ struct PlotCurve {
 
 /// What the times of a plot mean: the wall clock, or milliseconds since a run began.
 enum class PlotClock { Wall, Elapsed };
-/// "14:08:00", with the day or milliseconds where the span asks for it.
+/// "14:08:00", with milliseconds where the span asks for them.
 [[nodiscard]] QString PlotTimeText(std::int64_t ms, std::int64_t spanMs, PlotClock clock);
 
 /// Something that happened, for the strip under the plot.
@@ -51,14 +52,17 @@ struct PlotSpan {
 
 /// What is visible of one curve, with at most two points a pixel column.
 struct PlotLine {
-    std::vector<PlotPoint> Points; ///< the nearest ones outside the span included, so that lines reach the edges
+    std::vector<PlotPoint>
+        Points; ///< the nearest ones outside the span included, so that lines reach the edges
     std::vector<PlotSpan> Failed; ///< reads came back without a value, from the value before to the one after
     double Low = 0; ///< of the points inside
     double High = 0;
     bool Any = false; ///< there is a point inside
+    std::size_t Passes = 0; ///< how many fall into the span
 };
 
-[[nodiscard]] PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t toMs, std::size_t columns);
+[[nodiscard]] PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t toMs,
+                                   std::size_t columns);
 
 /// Value of the last pass at or before a time; nothing for a failed read and before the first pass.
 [[nodiscard]] std::optional<double> ValueAt(const PlotCurve& curve, std::int64_t atMs);
@@ -71,7 +75,9 @@ struct PlotLine {
 /// Spans in order, overlapping ones joined.
 [[nodiscard]] std::vector<PlotSpan> Joined(std::vector<PlotSpan> spans);
 
-/// Every stored value of the visible span: a line a pass with its time (ISO 8601, local; seconds of an elapsed
-/// clock) and a column a curve, empty where a read failed; a line an event, named in the last column, when there are events.
+/// Every stored value of the visible span: a line a pass with its time (ISO 8601, local; seconds of an
+/// elapsed clock) and a column a curve, empty where a read failed; a line an event, named in the last column,
+/// when there are events.
 [[nodiscard]] QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events,
-                                    std::int64_t fromMs, std::int64_t toMs, PlotClock clock = PlotClock::Wall);
+                                    std::int64_t fromMs, std::int64_t toMs,
+                                    PlotClock clock = PlotClock::Wall);

@@ -40,13 +40,15 @@ int DrawLegend(QPainter* painter, int width, const std::vector<LegendItem>& item
             const qreal middle = y + kLine / 2.0;
             painter->setPen(CurvePen(item.Place, colours, 1.5));
             painter->drawLine(QPointF(x, middle), QPointF(x + kSample, middle));
-            DrawCurveMarker(*painter, QPointF(x + kSample / 2.0, middle), 7, item.Place, CurveColour(item.Place, colours));
+            DrawCurveMarker(*painter, QPointF(x + kSample / 2.0, middle), 7, item.Place,
+                            CurveColour(item.Place, colours));
             painter->setPen(ToColour(colours.TextFore));
             painter->setFont(body);
-            painter->drawText(QRect(x + kSample + kGap, y, nameWidth + 2, kLine), Qt::AlignVCenter, item.Name);
+            painter->drawText(QRect(x + kSample + kGap, y, nameWidth + 2, kLine), Qt::AlignVCenter,
+                              item.Name);
             painter->setFont(strong);
-            painter->drawText(QRect(x + kSample + 2 * kGap + nameWidth, y, valueWidth + 2, kLine), Qt::AlignVCenter,
-                              item.Value);
+            painter->drawText(QRect(x + kSample + 2 * kGap + nameWidth, y, valueWidth + 2, kLine),
+                              Qt::AlignVCenter, item.Value);
         }
         x += whole + kBetween;
     }

@@ -16,7 +16,8 @@ QPen CurvePen(int place, const SkinColours& colours, double width)
     static const QList<qreal> kDashDot{6, 3, 1.5, 3};
     static const QList<qreal> kLongDash{12, 4};
     static const QList<qreal> kDashDotDot{8, 3, 1.5, 3, 1.5, 3};
-    static const QList<qreal>* const kFirst[]{&kSolid, &kSolid, &kDash, &kDot, &kDashDot, &kSolid, &kDash, &kDot};
+    static const QList<qreal>* const kFirst[]{&kSolid,   &kSolid, &kDash, &kDot,
+                                              &kDashDot, &kSolid, &kDash, &kDot};
     static const QList<qreal>* const kLater[]{&kLongDash, &kLongDash, &kDashDotDot, &kLongDash,
                                               &kDot,      &kLongDash, &kDashDotDot, &kDash};
     QPen pen(CurveColour(place, colours), width);

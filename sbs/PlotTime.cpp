@@ -35,8 +35,8 @@ void PlotTime::Pan(double spans)
     const std::int64_t span = SpanMs();
     const std::int64_t from = m_fromMs + static_cast<std::int64_t>(static_cast<double>(span) * spans);
     // half a picture may be empty at either end
-    const std::int64_t start = std::clamp(from, std::min(m_firstMs - span / 2, m_fromMs),
-                                          std::max(m_lastMs - span / 2, m_fromMs));
+    const std::int64_t start
+        = std::clamp(from, std::min(m_firstMs - span / 2, m_fromMs), std::max(m_lastMs - span / 2, m_fromMs));
     if (!m_paused && spans > 0 && from + span >= m_lastMs)
         ShowLast(span);
     else

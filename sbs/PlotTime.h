@@ -9,7 +9,8 @@
 /// again when panned back to it; a pause holds it where it is.
 class PlotTime {
 public:
-    void SetWhole(std::int64_t firstMs, std::int64_t lastMs); ///< what there is to show; call it after each pass
+    void SetWhole(std::int64_t firstMs,
+                  std::int64_t lastMs); ///< what there is to show; call it after each pass
     void ShowLast(std::int64_t spanMs);
     void ShowAll();
     void Show(std::int64_t fromMs, std::int64_t toMs);

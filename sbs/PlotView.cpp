@@ -14,6 +14,7 @@
 #include <QFileDialog>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QPushButton>
 #include <QSvgGenerator>
 #include <QToolButton>
 
@@ -38,6 +39,7 @@ constexpr SpanChoice kSpans[]{
     {QT_TRANSLATE_NOOP("PlotView", "All"), 0},
 };
 constexpr int kFirstSpan = 2;
+constexpr int kButtonHeight = 25;
 constexpr double kKeyPan = .1;
 constexpr double kKeyZoom = .8;
 
@@ -47,20 +49,23 @@ QToolButton* NewButton(const char* name, const QString& icon, const QString& tip
     button->setIcon(ThemeIcon(icon));
     button->setToolTip(tip);
     button->setAccessibleName(tip);
-    button->setFixedHeight(24);
+    button->setFixedHeight(kButtonHeight);
+    button->setMinimumWidth(28);
     return button;
 }
 
 } // namespace
 
 PlotView::PlotView(QWidget* parent)
-    : QWidget(parent), cmdPause(NewButton("cmdPause", QStringLiteral("pause"), tr("Hold the picture (K)"), this)),
+    : QWidget(parent),
+      cmdPause(NewButton("cmdPause", QStringLiteral("pause"), tr("Hold the picture (K)"), this)),
       cmdPan(NewButton("cmdPan", QStringLiteral("pan"), tr("Drag to move (arrow keys)"), this)),
-      cmdZoom(NewButton("cmdZoom", QStringLiteral("zoomin"), tr("Drag over a span to see it (+ and -)"), this)),
+      cmdZoom(
+          NewButton("cmdZoom", QStringLiteral("zoomin"), tr("Drag over a span to see it (+ and -)"), this)),
       cmdFit(NewButton("cmdFit", QStringLiteral("zoomfit"), tr("Show all (0)"), this)),
       cmdCursor(NewButton("cmdCursor", QStringLiteral("cursor"), tr("Cursor with values (C)"), this)),
       cboSpan(Named(new QComboBox(this), "cboSpan")),
-      cmdExport(NewButton("cmdExport", QStringLiteral("export"), tr("Export what is visible"), this)),
+      cmdExport(Named(new QPushButton(ThemeIcon(QStringLiteral("export")), tr("Export"), this), "cmdExport")),
       m_legend(new PlotLegend(this)), m_canvas(new PlotCanvas(this))
 {
     setObjectName(QStringLiteral("plotView"));
@@ -103,10 +108,10 @@ void PlotView::LayOut()
 {
     cmdPause->setText(tr("Pause"));
     cmdPause->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    cmdExport->setText(tr("Export"));
-    cmdExport->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    cmdExport->setPopupMode(QToolButton::InstantPopup);
-    cmdExport->setAutoRaise(true);
+    cmdExport->setToolTip(tr("Export what is visible"));
+    cmdExport->setAutoDefault(false);
+    cmdExport->setFixedHeight(kButtonHeight);
+    cboSpan->setFixedHeight(kButtonHeight);
     auto* tools = new QButtonGroup(this);
     for (QToolButton* tool : {cmdPan, cmdZoom}) {
         tool->setCheckable(true);
@@ -123,7 +128,9 @@ void PlotView::LayOut()
 
     auto* bar = new QHBoxLayout;
     bar->setContentsMargins(8, 4, 8, 4);
-    for (QWidget* control : std::initializer_list<QWidget*>{cmdPause, cmdPan, cmdZoom, cmdFit, cmdCursor, cboSpan})
+    bar->setSpacing(8);
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{cmdPause, cmdPan, cmdZoom, cmdFit, cmdCursor, cboSpan})
         bar->addWidget(control);
     bar->addStretch();
     bar->addWidget(cmdExport);
@@ -159,15 +166,9 @@ void PlotView::SetCurves(std::vector<PlotCurve> curves)
     Advance();
 }
 
-void PlotView::SetEvents(std::vector<PlotEvent> events)
-{
-    m_canvas->SetEvents(std::move(events));
-}
+void PlotView::SetEvents(std::vector<PlotEvent> events) { m_canvas->SetEvents(std::move(events)); }
 
-void PlotView::SetSelected(std::optional<int> place)
-{
-    m_canvas->SetSelected(place);
-}
+void PlotView::SetSelected(std::optional<int> place) { m_canvas->SetSelected(place); }
 
 void PlotView::ShowRecording(PlotClock clock)
 {
@@ -217,8 +218,8 @@ void PlotView::Redraw()
 void PlotView::ShowLegend()
 {
     const bool live = m_time.Following() && !m_recording;
-    const std::int64_t atMs = m_cursorMs.value_or(live ? std::numeric_limits<std::int32_t>::max() * 1000LL * 1000
-                                                                     : m_time.ToMs() - 1);
+    const std::int64_t atMs = m_cursorMs.value_or(
+        live ? std::numeric_limits<std::int32_t>::max() * 1000LL * 1000 : m_time.ToMs() - 1);
     std::vector<LegendItem> items;
     for (const PlotCurve& curve : m_canvas->Curves()) {
         const std::optional<double> value = ValueAt(curve, atMs);
@@ -229,7 +230,10 @@ void PlotView::ShowLegend()
     }
     const bool now = !m_cursorMs && live;
     const QString time = PlotTimeText(atMs, m_time.SpanMs(), m_clock);
-    m_legend->Show(std::move(items), m_canvas->Curves().empty() ? QString() : now ? tr("now") : tr("at %1").arg(time));
+    m_legend->Show(std::move(items),
+                   m_canvas->Curves().empty() ? QString()
+                       : now                  ? tr("now")
+                                              : tr("at %1").arg(time));
 }
 
 void PlotView::ShowCursor(bool on)
@@ -284,10 +288,7 @@ void PlotView::keyPressEvent(QKeyEvent* event)
     QWidget::keyPressEvent(event);
 }
 
-QSize PlotView::PictureSize() const
-{
-    return {m_canvas->width(), m_legend->height() + m_canvas->height()};
-}
+QSize PlotView::PictureSize() const { return {m_canvas->width(), m_legend->height() + m_canvas->height()}; }
 
 void PlotView::Draw(QCPPainter& painter)
 {
@@ -330,7 +331,8 @@ QString PlotView::ExportSvg(const QString& path)
 
 QString PlotView::ExportCsv(const QString& path)
 {
-    return SaveWhole(path, VisibleCsv(m_canvas->Curves(), m_canvas->Events(), m_time.FromMs(), m_time.ToMs(), m_clock));
+    return SaveWhole(
+        path, VisibleCsv(m_canvas->Curves(), m_canvas->Events(), m_time.FromMs(), m_time.ToMs(), m_clock));
 }
 
 void PlotView::AskAndExport(const QString& filter, QString (PlotView::*write)(const QString&))

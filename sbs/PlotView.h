@@ -11,12 +11,13 @@
 class PlotCanvas;
 class PlotLegend;
 class QComboBox;
+class QPushButton;
 class QToolButton;
 
 /// Live plots: curves over time with legend, cursor, pan and zoom, pause, and export of what is visible.
 ///
-/// SetCurves when a row is ticked or unticked, Advance after each pass. Histories are read while drawing and must
-/// outlive the view or be taken away with SetCurves({}).
+/// SetCurves when a row is ticked or unticked, Advance after each pass. Histories are read while drawing and
+/// must outlive the view or be taken away with SetCurves({}).
 class PlotView final : public QWidget {
     Q_OBJECT
 public:
@@ -25,8 +26,8 @@ public:
     void SetCurves(std::vector<PlotCurve> curves);
     void SetEvents(std::vector<PlotEvent> events); ///< in order of time
     void SetSelected(std::optional<int> place); ///< of the row that is selected in the grid
-    /// From now on the curves are those of a recording: nothing is awaited, and values without a cursor are those at
-    /// the end of what is in sight.
+    /// From now on the curves are those of a recording: nothing is awaited, and values without a cursor are
+    /// those at the end of what is in sight.
     void ShowRecording(PlotClock clock);
     void Advance(); ///< the histories have grown
     void ShowAll();
@@ -68,7 +69,7 @@ private:
     QToolButton* cmdFit;
     QToolButton* cmdCursor;
     QComboBox* cboSpan;
-    QToolButton* cmdExport;
+    QPushButton* cmdExport;
     PlotLegend* m_legend;
     PlotCanvas* m_canvas;
 };

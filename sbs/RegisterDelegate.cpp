@@ -36,7 +36,8 @@ void RegisterDelegate::initStyleOption(QStyleOptionViewItem* option, const QMode
         palette.setColor(QPalette::Text, ToColour(colours.Failed));
 }
 
-void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
+void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                             const QModelIndex& index) const
 {
     const bool selected = option.state.testFlag(QStyle::State_Selected);
     const RegisterMark mark = MarkOf(index);
@@ -53,7 +54,8 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
         QStyleOptionViewItem back(box);
         back.features &= ~QStyleOptionViewItem::HasCheckIndicator;
         style->drawControl(QStyle::CE_ItemViewItem, &back, painter, option.widget);
-        const QSize size = style->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &box, option.widget).size();
+        const QSize size
+            = style->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &box, option.widget).size();
         QRect indicator(QPoint(), size);
         indicator.moveCenter(option.rect.center());
         const int place = index.data(kCurveRole).toInt();
@@ -66,7 +68,8 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
             const SkinColours& colours = Theme::Current().Colours();
             const QColor colour = ToColour(selected ? colours.TextHighlightFore
                                                     : colours.curves[static_cast<std::size_t>(place) % 8]);
-            DrawCurveMarker(*painter, QPointF(indicator.right() + side * 0.75, option.rect.center().y() + 0.5), 10,
+            DrawCurveMarker(*painter,
+                            QPointF(indicator.right() + side * 0.75, option.rect.center().y() + 0.5), 10,
                             place, colour);
         }
         return;
@@ -74,7 +77,8 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     if (index.column() == kValueColumn && (mark == RegisterMark::Up || mark == RegisterMark::Down)) {
         if (selected)
             painter->fillRect(option.rect, option.palette.highlight());
-        DrawChangedCell(*painter, option.rect, mark == RegisterMark::Up ? Direction::Up : Direction::Down, selected);
+        DrawChangedCell(*painter, option.rect, mark == RegisterMark::Up ? Direction::Up : Direction::Down,
+                        selected);
         QStyleOptionViewItem text(option);
         initStyleOption(&text, index);
         painter->setFont(text.font);
@@ -84,9 +88,9 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     }
     QStyledItemDelegate::paint(painter, option, index);
     const auto icon = [&](const QString& name, Rgb colour) {
-        const QPixmap picture
-            = IconPixmap(name, side, ToColour(selected ? Theme::Current().Colours().TextHighlightFore : colour),
-                         painter->device()->devicePixelRatioF());
+        const QPixmap picture = IconPixmap(
+            name, side, ToColour(selected ? Theme::Current().Colours().TextHighlightFore : colour),
+            painter->device()->devicePixelRatioF());
         const int left = option.rect.left() + 6
             + option.fontMetrics.horizontalAdvance(index.data(Qt::DisplayRole).toString()) + 6;
         painter->drawPixmap(QPoint(left, option.rect.center().y() - side / 2), picture);
@@ -98,7 +102,8 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
         icon(QStringLiteral("error"), Theme::Current().Colours().Failed);
 }
 
-QWidget* RegisterDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&, const QModelIndex& index) const
+QWidget* RegisterDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&,
+                                        const QModelIndex& index) const
 {
     auto* editor = new QLineEdit(parent);
     editor->setObjectName(QStringLiteral("txtValue"));

@@ -43,18 +43,14 @@ RegisterGrid::RegisterGrid(RegisterModel& model, QWidget* parent)
     const int em = fontMetrics().horizontalAdvance(QLatin1Char('0'));
     for (int column : {kScanColumn, kLogColumn, kPlotColumn})
         setColumnWidth(column, fontMetrics().horizontalAdvance(tr("Scan")) + 14);
-    setColumnWidth(kValueColumn, 12 * em);
-    setColumnWidth(kUnitColumn, 8 * em);
-    for (int column : {kMinColumn, kMaxColumn})
-        setColumnWidth(column, 8 * em);
-    setColumnWidth(kAgeColumn, 8 * em);
+    setColumnWidth(kValueColumn, 11 * em);
+    setColumnWidth(kUnitColumn, 7 * em);
+    for (int column : {kMinColumn, kMaxColumn, kAgeColumn})
+        setColumnWidth(column, 7 * em + 4);
     header->setSectionResizeMode(kDescColumn, QHeaderView::Stretch);
 }
 
-void RegisterGrid::Filter(const QString& text)
-{
-    m_filter->setFilterFixedString(text);
-}
+void RegisterGrid::Filter(const QString& text) { m_filter->setFilterFixedString(text); }
 
 void RegisterGrid::ShowStatistics(bool min, bool max, bool age)
 {
@@ -87,7 +83,8 @@ void RegisterGrid::Toggle(int column)
         return;
     const bool on = selected.first().siblingAtColumn(column).data(Qt::CheckStateRole).toInt() == Qt::Checked;
     for (const QModelIndex& index : selected)
-        m_filter->setData(index.siblingAtColumn(column), on ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+        m_filter->setData(index.siblingAtColumn(column), on ? Qt::Unchecked : Qt::Checked,
+                          Qt::CheckStateRole);
 }
 
 void RegisterGrid::keyPressEvent(QKeyEvent* event)

@@ -8,7 +8,8 @@
 
 #include <vector>
 
-/// The grid of register rows: filter, switches by keyboard, copy, optional columns. Rows stand in table order.
+/// The grid of register rows: filter, switches by keyboard, copy, optional columns. Rows stand in table
+/// order.
 class RegisterGrid final : public QTableView {
     Q_OBJECT
 public:

@@ -253,7 +253,7 @@ void RegisterLogParser::TakeRecord(std::string_view line)
             }
             break;
         case Role::Elapsed:
-            elapsed = cell.value;
+            elapsed = cell.kind == Cell::Kind::Hex ? kGap : cell.value;
             break;
         case Role::Value:
             Add(column, cell);
@@ -466,4 +466,17 @@ RegisterLogData ReadRegisterLog(const QString& path, const std::function<bool(qi
     RegisterLogData data = reading.Finish();
     data.Cancelled = cancelled;
     return data;
+}
+
+ValueHistory HistoryOf(const RegisterLogData& data, std::size_t series)
+{
+    return HistoryOf(data.Seconds, data.Series[series].Values);
+}
+
+ValueHistory HistoryOf(const std::vector<double>& seconds, const std::vector<double>& values)
+{
+    ValueHistory history(1);
+    for (std::size_t record = 0; record < values.size(); ++record)
+        history.Append(std::llround(seconds[record] * 1000), {&values[record], 1});
+    return history;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sbs/ValueHistory.h"
+
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
@@ -109,3 +111,9 @@ private:
 /// A file that cannot be read gives no series and one problem of line 0.
 [[nodiscard]] RegisterLogData ReadRegisterLog(const QString& path,
                                               const std::function<bool(qint64, qint64)>& progress = {});
+
+/// One series as plots take it: row 0, times in milliseconds on the axis of Seconds. Made for a curve when it
+/// is first shown, since a log has many registers that nobody looks at.
+[[nodiscard]] ValueHistory HistoryOf(const RegisterLogData& data, std::size_t series);
+/// The same of any values with their times.
+[[nodiscard]] ValueHistory HistoryOf(const std::vector<double>& seconds, const std::vector<double>& values);

@@ -6,8 +6,8 @@
 
 #include <vector>
 
-/// Reads a register log a megabyte at a time, so that a window stays alive and can stop it. The file is open only
-/// while a piece is read.
+/// Reads a register log a megabyte at a time, so that a window stays alive and can stop it. The file is open
+/// only while a piece is read.
 class RegisterLogReading {
 public:
     explicit RegisterLogReading(const QString& path);

@@ -70,7 +70,10 @@ QString RegisterModel::Text(int row, int column) const
         return state.Text;
     case kUnitColumn: {
         const QString unit = m_scan.Tables().GetSBSUnit(at);
-        return unit == QLatin1String("mAh") && !m_scan.CapacityUnit().isEmpty() ? m_scan.CapacityUnit() : unit;
+        if (unit.isEmpty() && m_scan.Tables().GetSBSDisplayFormat(at).trimmed().startsWith(QLatin1Char('h')))
+            return QStringLiteral("hex");
+        return unit == QLatin1String("mAh") && !m_scan.CapacityUnit().isEmpty() ? m_scan.CapacityUnit()
+                                                                                : unit;
     }
     case kMinColumn:
         return m_scan.StatisticText(row, state.Min);
@@ -113,7 +116,8 @@ QVariant RegisterModel::data(const QModelIndex& index, int role) const
         return static_cast<int>((figure ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     }
     case Qt::CheckStateRole: {
-        const auto state = [](bool on) { return QVariant(static_cast<int>(on ? Qt::Checked : Qt::Unchecked)); };
+        const auto state
+            = [](bool on) { return QVariant(static_cast<int>(on ? Qt::Checked : Qt::Unchecked)); };
         if (column == kScanColumn)
             return state(m_scan.ScanOn(row));
         if (column == kLogColumn)
@@ -168,7 +172,10 @@ QVariant RegisterModel::headerData(int section, Qt::Orientation orientation, int
     if (role == Qt::TextAlignmentRole) {
         const bool figure = section == kValueColumn || section >= kMinColumn;
         const bool mark = section >= kScanColumn && section <= kPlotColumn;
-        return static_cast<int>((mark ? Qt::AlignHCenter : figure ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+        return static_cast<int>((mark         ? Qt::AlignHCenter
+                                     : figure ? Qt::AlignRight
+                                              : Qt::AlignLeft)
+                                | Qt::AlignVCenter);
     }
     return {};
 }

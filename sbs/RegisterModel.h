@@ -33,7 +33,10 @@ enum class RegisterMark { None, Up, Down, Failed };
 class RegisterModel final : public QAbstractTableModel {
     Q_OBJECT
 public:
-    explicit RegisterModel(ScanEngine& scan, QObject* parent = nullptr) : QAbstractTableModel(parent), m_scan(scan) { }
+    explicit RegisterModel(ScanEngine& scan, QObject* parent = nullptr)
+        : QAbstractTableModel(parent), m_scan(scan)
+    {
+    }
 
     /// Forgets everything: the tables were loaded anew.
     void LoadInitSBSGrid();
@@ -43,7 +46,10 @@ public:
     void RefreshSwitches();
 
     void SetPlotted(int row, bool on);
-    [[nodiscard]] const std::vector<int>& Plotted() const { return m_plotted; } ///< in ticking order, -1: free place
+    [[nodiscard]] const std::vector<int>& Plotted() const
+    {
+        return m_plotted;
+    } ///< in ticking order, -1: free place
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;

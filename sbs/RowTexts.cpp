@@ -6,17 +6,16 @@
 
 namespace {
 
-QString Hex(int value, int digits)
-{
-    return QStringLiteral("0x%1").arg(value, digits, 16, QLatin1Char('0'));
-}
+QString Hex(int value, int digits) { return QStringLiteral("0x%1").arg(value, digits, 16, QLatin1Char('0')); }
 
 QString Quoted(const QString& field, QChar separator)
 {
     if (separator != QLatin1Char(',')
-        || !(field.contains(separator) || field.contains(QLatin1Char('"')) || field.contains(QLatin1Char('\n'))))
+        || !(field.contains(separator) || field.contains(QLatin1Char('"'))
+             || field.contains(QLatin1Char('\n'))))
         return field;
-    return QLatin1Char('"') + QString(field).replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');
+    return QLatin1Char('"') + QString(field).replace(QLatin1Char('"'), QLatin1String("\"\""))
+        + QLatin1Char('"');
 }
 
 } // namespace
@@ -29,13 +28,13 @@ QString AgeText(std::int64_t ms)
     const QString lastTwo = QStringLiteral("%1").arg(seconds % 60, 2, 10, QLatin1Char('0'));
     if (seconds < 3600)
         return QStringLiteral("%1:%2").arg(seconds / 60).arg(lastTwo);
-    return QStringLiteral("%1:%2:%3").arg(seconds / 3600).arg(seconds / 60 % 60, 2, 10, QLatin1Char('0')).arg(lastTwo);
+    return QStringLiteral("%1:%2:%3")
+        .arg(seconds / 3600)
+        .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
+        .arg(lastTwo);
 }
 
-QString ShownDescription(const QString& desc)
-{
-    return IsEmphasised(desc) ? desc.mid(1) : desc;
-}
+QString ShownDescription(const QString& desc) { return IsEmphasised(desc) ? desc.mid(1) : desc; }
 
 QString RowToolTip(const ScanEngine& scan, int row)
 {
@@ -49,10 +48,13 @@ QString RowToolTip(const ScanEngine& scan, int row)
         lines << state.Reason;
         lines << QStringLiteral("%1 of %2 reads failed").arg(state.Failures).arg(state.Reads);
         if (const auto age = scan.AgeMs(row))
-            lines << QStringLiteral("Last good: %1 %2, %3 ago").arg(state.LastGoodText, record.Unit, AgeText(*age));
+            lines << QStringLiteral("Last good: %1 %2, %3 ago")
+                         .arg(state.LastGoodText, record.Unit, AgeText(*age));
         return lines.join(QLatin1Char('\n'));
     }
-    lines << QStringLiteral("Command %1, read style %2").arg(Hex(record.ReadCommand & 0xFF, 2)).arg(record.ReadStyle);
+    lines << QStringLiteral("Command %1, read style %2")
+                 .arg(Hex(record.ReadCommand & 0xFF, 2))
+                 .arg(record.ReadStyle);
     lines << QStringLiteral("Factor %1, format %2").arg(record.ReadFactor, record.DisplayFormat);
     if (state.Raw)
         lines << QStringLiteral("Last raw value %1 (%2)").arg(*state.Raw).arg(Hex(*state.Raw & 0xFFFF, 4));
@@ -82,12 +84,13 @@ QString RowsAsText(const ScanEngine& scan, const std::vector<int>& rows, QChar s
             quoted << Quoted(field, separator);
         text += quoted.join(separator) + QLatin1Char('\n');
     };
-    line({QStringLiteral("Description"), QStringLiteral("Value"), QStringLiteral("Unit"), QStringLiteral("Min"),
-          QStringLiteral("Max")});
+    line({QStringLiteral("Description"), QStringLiteral("Value"), QStringLiteral("Unit"),
+          QStringLiteral("Min"), QStringLiteral("Max")});
     for (const int row : rows) {
         const auto at = static_cast<std::int16_t>(row);
-        line({ShownDescription(scan.Tables().GetSBSDesc(at)), scan.Row(row).Text, scan.Tables().GetSBSUnit(at),
-              scan.StatisticText(row, scan.Row(row).Min), scan.StatisticText(row, scan.Row(row).Max)});
+        line({ShownDescription(scan.Tables().GetSBSDesc(at)), scan.Row(row).Text,
+              scan.Tables().GetSBSUnit(at), scan.StatisticText(row, scan.Row(row).Min),
+              scan.StatisticText(row, scan.Row(row).Max)});
     }
     return text;
 }

@@ -42,6 +42,15 @@ void ScanEngine::Reset(const FormState& form)
     m_history = ValueHistory(rows);
 }
 
+QString ScanEngine::StatisticText(int row, std::optional<double> value) const
+{
+    if (!value)
+        return {};
+    const auto at = static_cast<std::int16_t>(row);
+    const bool isByte = IsByteStyle(static_cast<ReadStyle>(m_tables.GetSBSReadStyle(at)));
+    return FormatValue({*value, isByte, {}}, m_tables.GetSBSDisplayFormat(at)).text;
+}
+
 std::optional<std::int64_t> ScanEngine::AgeMs(int row) const
 {
     const RowState& state = Row(row);

@@ -84,6 +84,8 @@ public:
     [[nodiscard]] const ValueHistory& History() const { return m_history; }
     [[nodiscard]] const clsSBSCfgRW& Tables() const { return m_tables; }
     void ResetStatistics(); ///< minimum, maximum and counts
+    /// A minimum or maximum in the row's display format; empty without one.
+    [[nodiscard]] QString StatisticText(int row, std::optional<double> value) const;
 
     // Switches. A row without a log caption cannot be logged, so that log captions and columns always match.
     [[nodiscard]] bool ScanOn(int row) const { return m_form.Scan[static_cast<std::size_t>(row)]; }

@@ -32,7 +32,8 @@ QComboBox* MakeList(const QString& column, QWidget* parent)
     list->setInsertPolicy(QComboBox::NoInsert);
     if (column == QLatin1String("ReadStyle")) {
         for (int style = 0; !ReadStyleName(style).isEmpty(); ++style)
-            list->addItem(QStringLiteral("%1  %2").arg(style).arg(ReadStyleName(style)), QString::number(style));
+            list->addItem(QStringLiteral("%1  %2").arg(style).arg(ReadStyleName(style)),
+                          QString::number(style));
     } else {
         list->addItem(TableDelegate::tr("0  read only"), QStringLiteral("0"));
         list->addItem(TableDelegate::tr("1  may be written"), QStringLiteral("1"));
@@ -43,7 +44,8 @@ QComboBox* MakeList(const QString& column, QWidget* parent)
 
 } // namespace
 
-void TableDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
+void TableDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const
 {
     const auto level = static_cast<CellCheck::Level>(index.data(kCellCheckRole).toInt());
     const SkinColours& colours = Theme::Current().Colours();
@@ -61,13 +63,15 @@ void TableDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
         cell.rect.setRight(at.x() - 2);
         if (selected)
             painter->fillRect(option.rect, option.palette.highlight());
-        painter->drawPixmap(at, IconPixmap(wrong ? QStringLiteral("error") : QStringLiteral("warn"), side,
-                                           ToColour(ink), painter->device()->devicePixelRatioF()));
+        painter->drawPixmap(at,
+                            IconPixmap(wrong ? QStringLiteral("error") : QStringLiteral("warn"), side,
+                                       ToColour(ink), painter->device()->devicePixelRatioF()));
     }
     QStyledItemDelegate::paint(painter, cell, index);
 }
 
-QWidget* TableDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&, const QModelIndex& index) const
+QWidget* TableDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem&,
+                                     const QModelIndex& index) const
 {
     const QString column = index.model()->headerData(index.column(), Qt::Horizontal).toString();
     const QPersistentModelIndex place(index);
@@ -120,7 +124,8 @@ void TableDelegate::setModelData(QWidget* editor, QAbstractItemModel* model, con
         model->setData(index, TextOf(editor), Qt::EditRole);
 }
 
-void TableDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option, const QModelIndex&) const
+void TableDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                                         const QModelIndex&) const
 {
     QRect place = option.rect;
     place.setWidth(std::max(place.width(), editor->sizeHint().width()));
@@ -134,13 +139,15 @@ bool TableDelegate::eventFilter(QObject* watched, QEvent* event)
     auto* editor = qobject_cast<QWidget*>(watched);
     if (editor && event->type() == QEvent::KeyPress) {
         const int key = static_cast<const QKeyEvent*>(event)->key();
-        const bool commits = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Tab || key == Qt::Key_Backtab;
+        const bool commits
+            = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Tab || key == Qt::Key_Backtab;
         if (commits && editor->property(kRefused).toBool())
             return true; // the field keeps the keyboard until the text converts or is given up
         if (key == Qt::Key_Escape)
             editor->setProperty(kRefused, false);
     }
-    const bool ends = event->type() == QEvent::Hide && !editor->property(kRefused).toBool(); // else the reason stays
+    const bool ends
+        = event->type() == QEvent::Hide && !editor->property(kRefused).toBool(); // else the reason stays
     const bool done = QStyledItemDelegate::eventFilter(watched, event);
     if (ends)
         emit EditEnded();

@@ -2,14 +2,15 @@
 
 #include <QStyledItemDelegate>
 
-/// Draws and edits the cells of a table: choices for read style and Writeable, a word while something is typed, and
-/// a text that does not convert keeps the field until it is mended or given up.
+/// Draws and edits the cells of a table: choices for read style and Writeable, a word while something is
+/// typed, and a text that does not convert keeps the field until it is mended or given up.
 class TableDelegate final : public QStyledItemDelegate {
     Q_OBJECT
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
     QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
                           const QModelIndex& index) const override;
     void setEditorData(QWidget* editor, const QModelIndex& index) const override;

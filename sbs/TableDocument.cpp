@@ -12,9 +12,11 @@ constexpr std::size_t kMostRows = 32767; // row numbers are signed 16-bit
 
 QString Quoted(const QString& cell)
 {
-    if (!cell.contains(QLatin1Char('\t')) && !cell.contains(QLatin1Char('\n')) && !cell.startsWith(QLatin1Char('"')))
+    if (!cell.contains(QLatin1Char('\t')) && !cell.contains(QLatin1Char('\n'))
+        && !cell.startsWith(QLatin1Char('"')))
         return cell;
-    return QLatin1Char('"') + QString(cell).replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');
+    return QLatin1Char('"') + QString(cell).replace(QLatin1Char('"'), QLatin1String("\"\""))
+        + QLatin1Char('"');
 }
 
 /// Rows of cells; a cell that begins with a quote runs to its closing one, as spreadsheets write it.
@@ -82,16 +84,14 @@ QString TableDocument::Open(const QString& path, TableKind kind)
     Replace(kind, path, grid);
     const qint64 left = QFileInfo(path).size() - FileSizeOf(kind, grid);
     if (left > 0)
-        m_note = QStringLiteral("The last %1 bytes of the file are no whole row of a table of this kind; saving leaves "
-                                "them out.")
+        m_note = QStringLiteral(
+                     "The last %1 bytes of the file are no whole row of a table of this kind; saving leaves "
+                     "them out.")
                      .arg(left);
     return {};
 }
 
-void TableDocument::New(TableKind kind)
-{
-    Replace(kind, {}, {});
-}
+void TableDocument::New(TableKind kind) { Replace(kind, {}, {}); }
 
 void TableDocument::Replace(TableKind kind, const QString& path, const TextGrid& grid)
 {
@@ -159,8 +159,9 @@ CellCheck TableDocument::CheckTyped(TablePlace place, const QString& text) const
     CellCheck check = CheckCell(m_kind, cells, place.Column, m_registers);
     if (!check.Text.isEmpty())
         check.Text = QStringLiteral("Row %1, %2, \"%3\": %4")
-                         .arg(QString::number(place.Row), ColumnsOf(m_kind)[static_cast<std::size_t>(place.Column)].Name,
-                              text.left(60), check.Text);
+                         .arg(QString::number(place.Row),
+                              ColumnsOf(m_kind)[static_cast<std::size_t>(place.Column)].Name, text.left(60),
+                              check.Text);
     return check;
 }
 
@@ -325,15 +326,9 @@ QString TableDocument::Copy(int firstRow, int lastRow, int firstColumn, int last
     return text;
 }
 
-QString TableDocument::UndoText() const
-{
-    return m_done > 0 ? m_steps[m_done - 1].Text : QString();
-}
+QString TableDocument::UndoText() const { return m_done > 0 ? m_steps[m_done - 1].Text : QString(); }
 
-QString TableDocument::RedoText() const
-{
-    return m_done < m_steps.size() ? m_steps[m_done].Text : QString();
-}
+QString TableDocument::RedoText() const { return m_done < m_steps.size() ? m_steps[m_done].Text : QString(); }
 
 int TableDocument::Undo()
 {

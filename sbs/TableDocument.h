@@ -28,8 +28,8 @@ public:
     virtual void TableCame() = 0;
 };
 
-/// A register, flag or flash-target table while it is edited: cells as texts, checked but never altered, with undo.
-/// A cell that does not convert may stand until the table is saved. Files go through clsSBSCfgRW.
+/// A register, flag or flash-target table while it is edited: cells as texts, checked but never altered, with
+/// undo. A cell that does not convert may stand until the table is saved. Files go through clsSBSCfgRW.
 class TableDocument {
 public:
     explicit TableDocument(TableKind kind = TableKind::Registers) : m_kind(kind) { }
@@ -41,7 +41,10 @@ public:
     [[nodiscard]] const QString& Path() const { return m_path; } ///< empty for a table without a file
     [[nodiscard]] int Rows() const { return static_cast<int>(m_rows.size()); }
     [[nodiscard]] int Columns() const { return static_cast<int>(ColumnsOf(m_kind).size()); }
-    [[nodiscard]] const QStringList& Cells(int row) const { return m_rows[static_cast<std::size_t>(row)].Cells; }
+    [[nodiscard]] const QStringList& Cells(int row) const
+    {
+        return m_rows[static_cast<std::size_t>(row)].Cells;
+    }
     [[nodiscard]] bool Edited(int row, int column) const; ///< since the table was opened or saved
     [[nodiscard]] bool Changed() const { return m_done != m_saved; }
 
@@ -55,7 +58,10 @@ public:
     [[nodiscard]] QString Save(const QString& path);
 
     // Checks. Text names row, column and the cell's text.
-    [[nodiscard]] CellCheck Check(TablePlace place) const { return CheckTyped(place, Cells(place.Row)[place.Column]); }
+    [[nodiscard]] CellCheck Check(TablePlace place) const
+    {
+        return CheckTyped(place, Cells(place.Row)[place.Column]);
+    }
     [[nodiscard]] CellCheck CheckTyped(TablePlace place, const QString& text) const; ///< as if it stood there
     [[nodiscard]] std::optional<TablePlace> FirstWrong() const;
 

@@ -11,14 +11,34 @@
 namespace {
 
 constexpr std::array kStyleNames{
-    "nothing is read",           "SMBus word",          "SMBus subcommand",
-    "I2C on SMBus, byte",        "I2C on SMBus, word",  "I2C on SMBus, subcommand",
-    "Single wire framed, byte",  "Single wire framed, word",  "Single wire framed, subcommand",
-    "Single wire plain, byte",   "Single wire plain, word",   "Single wire plain, subcommand",
-    "Direct I2C, byte",          "Direct I2C, word",    "Direct I2C, subcommand",
+    "nothing is read",
+    "SMBus word",
+    "SMBus subcommand",
+    "I2C on SMBus, byte",
+    "I2C on SMBus, word",
+    "I2C on SMBus, subcommand",
+    "Single wire framed, byte",
+    "Single wire framed, word",
+    "Single wire framed, subcommand",
+    "Single wire plain, byte",
+    "Single wire plain, word",
+    "Single wire plain, subcommand",
+    "Direct I2C, byte",
+    "Direct I2C, word",
+    "Direct I2C, subcommand",
 };
 
-enum RegisterColumn { kDesc, kLogDesc, kStyle, kCommand, kReadFactor, kWriteFactor, kWriteable, kFormat, kUnit };
+enum RegisterColumn {
+    kDesc,
+    kLogDesc,
+    kStyle,
+    kCommand,
+    kReadFactor,
+    kWriteFactor,
+    kWriteable,
+    kFormat,
+    kUnit
+};
 enum FlagColumn { kCaption, kBitDesc, kRowNum, kWidth };
 
 /// Calls visit(record type) for the record of a kind.
@@ -43,9 +63,11 @@ const char* HelpOf(TableKind kind, qsizetype column)
         "Caption of the column in the log.\nEmpty: the row cannot be logged.",
         "Which bus, and how much is read: 0 to 14.\nOpen the list for the names.",
         "Register address in hexadecimal, such as 0D.\nSubcommands send all 16 bits, other styles the low 8.",
-        "Turns the raw value x into what is shown:\nx leaves it, x/10 divides it, (x-2731)/10 is a temperature.\n"
+        "Turns the raw value x into what is shown:\nx leaves it, x/10 divides it, (x-2731)/10 is a "
+        "temperature.\n"
         "Known: + - * / ( ) ^ \\ mod and or not abs int sqr log sin cos tan atn round &H.",
-        "Turns a typed value x into what is sent, the way back of ReadFactor:\nx*10 where ReadFactor is x/10.",
+        "Turns a typed value x into what is sent, the way back of ReadFactor:\nx*10 where ReadFactor is "
+        "x/10.",
         "0: read only.\n1 (any other number): a person may write the row.",
         "How the value looks: d signed, u unsigned, hhhh four hexadecimal digits,\n"
         "d.00 two decimals, bFF00| the bits under a mask, f a real number.",
@@ -132,11 +154,13 @@ CellCheck CheckRegisterCell(const QStringList& cells, int column)
     const int style = cells[kStyle].toInt();
     switch (column) {
     case kLogDesc:
-        return cell.contains(QLatin1Char('\t')) ? Odd(QStringLiteral("a tab would shift the columns of the log"))
-                                                : CellCheck{};
+        return cell.contains(QLatin1Char('\t'))
+            ? Odd(QStringLiteral("a tab would shift the columns of the log"))
+            : CellCheck{};
     case kStyle:
-        return ReadStyleName(style).isEmpty() ? Odd(QStringLiteral("no such read style; the row will not be read"))
-                                              : CellCheck{};
+        return ReadStyleName(style).isEmpty()
+            ? Odd(QStringLiteral("no such read style; the row will not be read"))
+            : CellCheck{};
     case kCommand: {
         const int command = cell.toInt(nullptr, 16);
         const bool wholeWord = style > 0 && style % 3 == 2;
@@ -208,7 +232,14 @@ QStringList NewRowOf(TableKind kind)
     }
     const QString x = QStringLiteral("x");
     const QString zero = QStringLiteral("0");
-    return {QStringLiteral("New register"), QString(), QStringLiteral("1"), zero, x, x, zero, QStringLiteral("d"),
+    return {QStringLiteral("New register"),
+            QString(),
+            QStringLiteral("1"),
+            zero,
+            x,
+            x,
+            zero,
+            QStringLiteral("d"),
             QString()};
 }
 
@@ -223,7 +254,8 @@ TableKind GuessKind(const QString& fileName, QByteArrayView bytes)
         return registers ? TableKind::Registers : TableKind::Flags;
     if (!registers && ReadsAs<SrecTargetRec>(bytes))
         return TableKind::Targets;
-    return name.contains(QLatin1String("flag"), Qt::CaseInsensitive) ? TableKind::Flags : TableKind::Registers;
+    return name.contains(QLatin1String("flag"), Qt::CaseInsensitive) ? TableKind::Flags
+                                                                     : TableKind::Registers;
 }
 
 QString ReadStyleName(int style)

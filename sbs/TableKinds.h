@@ -21,15 +21,15 @@ struct TableColumn {
 /// Cells of a row that does no harm and shows what belongs where.
 [[nodiscard]] QStringList NewRowOf(TableKind kind);
 
-/// What a table file most likely holds: the kind as which it reads to its last byte with sensible values; where
-/// that does not decide, its name does.
+/// What a table file most likely holds: the kind as which it reads to its last byte with sensible values;
+/// where that does not decide, its name does.
 [[nodiscard]] TableKind GuessKind(const QString& fileName, QByteArrayView bytes);
 
 /// "SMBus word" and so on; empty for a style outside 0..14.
 [[nodiscard]] QString ReadStyleName(int style);
 
-/// What is to be said of a cell. Wrong: the table cannot be written with it. Odd: it can, but does hardly what
-/// somebody wants.
+/// What is to be said of a cell. Wrong: the table cannot be written with it. Odd: it can, but does hardly
+/// what somebody wants.
 struct CellCheck {
     enum class Level { Fine, Odd, Wrong };
     Level What = Level::Fine;

@@ -6,20 +6,15 @@ TablePlace PlaceOf(const QModelIndex& index) { return {index.row(), index.column
 
 } // namespace
 
-TableModel::TableModel(TableDocument& document, QObject* parent) : QAbstractTableModel(parent), m_document(document)
+TableModel::TableModel(TableDocument& document, QObject* parent)
+    : QAbstractTableModel(parent), m_document(document)
 {
     m_document.SetWatcher(this);
 }
 
-TableModel::~TableModel()
-{
-    m_document.SetWatcher(nullptr);
-}
+TableModel::~TableModel() { m_document.SetWatcher(nullptr); }
 
-int TableModel::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : m_document.Rows();
-}
+int TableModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : m_document.Rows(); }
 
 int TableModel::columnCount(const QModelIndex& parent) const
 {
@@ -44,8 +39,9 @@ QVariant TableModel::data(const QModelIndex& index, int role) const
         return cell;
     case Qt::TextAlignmentRole:
         return QVariant(Qt::AlignVCenter
-                        | (column.Form == CellForm::Text || column.Name == QLatin1String("ReadStyle") ? Qt::AlignLeft
-                                                                                                     : Qt::AlignRight));
+                        | (column.Form == CellForm::Text || column.Name == QLatin1String("ReadStyle")
+                               ? Qt::AlignLeft
+                               : Qt::AlignRight));
     case Qt::ToolTipRole: {
         const CellCheck check = m_document.Check(place);
         return check.Text.isEmpty() ? column.Help : check.Text;
@@ -92,10 +88,7 @@ bool TableModel::setData(const QModelIndex& index, const QVariant& value, int ro
     return true;
 }
 
-void TableModel::RowsComing(int at, int count)
-{
-    beginInsertRows({}, at, at + count - 1);
-}
+void TableModel::RowsComing(int at, int count) { beginInsertRows({}, at, at + count - 1); }
 
 void TableModel::RowsCame()
 {
@@ -103,10 +96,7 @@ void TableModel::RowsCame()
     emit TableChanged();
 }
 
-void TableModel::RowsGoing(int at, int count)
-{
-    beginRemoveRows({}, at, at + count - 1);
-}
+void TableModel::RowsGoing(int at, int count) { beginRemoveRows({}, at, at + count - 1); }
 
 void TableModel::RowsGone()
 {
@@ -121,10 +111,7 @@ void TableModel::RowsChanged(int at, int count)
     emit TableChanged();
 }
 
-void TableModel::TableComing()
-{
-    beginResetModel();
-}
+void TableModel::TableComing() { beginResetModel(); }
 
 void TableModel::TableCame()
 {

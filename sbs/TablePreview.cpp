@@ -4,7 +4,9 @@ namespace {
 
 QString WithHex(RawValue raw)
 {
-    return QStringLiteral("%1 (0x%2)").arg(raw).arg(QString::number(raw & 0xFFFF, 16).toUpper().rightJustified(4, u'0'));
+    return QStringLiteral("%1 (0x%2)")
+        .arg(raw)
+        .arg(QString::number(raw & 0xFFFF, 16).toUpper().rightJustified(4, u'0'));
 }
 
 /// What typing the shown text would send; nothing for formats that do not show a decimal number.
@@ -17,8 +19,9 @@ void AddWayBack(RegisterPreview& preview, const QString& factor, const QString& 
     if (!word.error.isEmpty()) {
         preview.Problem = QStringLiteral("Typing %1 would be refused: %2").arg(preview.Shown, word.error);
     } else if ((word.raw & 0xFFFF) != (raw & 0xFFFF)) {
-        preview.Problem = QStringLiteral("Typing %1 would send %2, not %3: WriteFactor %4 does not undo ReadFactor.")
-                              .arg(preview.Shown, WithHex(word.raw), WithHex(raw), factor);
+        preview.Problem
+            = QStringLiteral("Typing %1 would send %2, not %3: WriteFactor %4 does not undo ReadFactor.")
+                  .arg(preview.Shown, WithHex(word.raw), WithHex(raw), factor);
     } else {
         preview.Steps << QStringLiteral("Typing %1 sends %2").arg(preview.Shown, WithHex(word.raw));
     }
@@ -37,10 +40,11 @@ TypedRaw ParseRaw(const QString& text, ReadStyle style)
     const int lowest = byte ? 0 : -32768;
     const int highest = byte ? 255 : 65535;
     if (!ok || number < lowest || number > highest)
-        return {std::nullopt, QStringLiteral("Not a raw value of this style: %1 to %2, or hexadecimal such as 0x%3")
-                                  .arg(lowest)
-                                  .arg(highest)
-                                  .arg(byte ? QStringLiteral("A0") : QStringLiteral("0E80"))};
+        return {std::nullopt,
+                QStringLiteral("Not a raw value of this style: %1 to %2, or hexadecimal such as 0x%3")
+                    .arg(lowest)
+                    .arg(highest)
+                    .arg(byte ? QStringLiteral("A0") : QStringLiteral("0E80"))};
     return {number > 32767 ? number - 65536 : number, {}};
 }
 
@@ -53,7 +57,8 @@ RegisterPreview PreviewRegister(const QStringList& cells, RawValue raw)
     preview.Unit = cells[8];
     const Converted converted = ApplyFactor(raw, style, readFactor);
     if (!converted.Ok()) {
-        preview.Problem = QStringLiteral("ReadFactor %1 fails for %2: %3").arg(readFactor, WithHex(raw), converted.error);
+        preview.Problem
+            = QStringLiteral("ReadFactor %1 fails for %2: %3").arg(readFactor, WithHex(raw), converted.error);
         return preview;
     }
     preview.Steps << QStringLiteral("ReadFactor %1 makes %2 of %3")

@@ -12,8 +12,10 @@
 #include <QPushButton>
 
 TablePreviewPane::TablePreviewPane(bool canRead, QWidget* parent)
-    : QWidget(parent), lblPreview(Named(new QLabel(this), "lblPreview")), txtRaw(Named(new QLineEdit(this), "txtRaw")),
-      cmdReadNow(Named(new QPushButton(ThemeIcon(QStringLiteral("read")), tr("Read now"), this), "cmdReadNow")),
+    : QWidget(parent), lblPreview(Named(new QLabel(this), "lblPreview")),
+      txtRaw(Named(new QLineEdit(this), "txtRaw")),
+      cmdReadNow(
+          Named(new QPushButton(ThemeIcon(QStringLiteral("read")), tr("Read now"), this), "cmdReadNow")),
       lblShown(Named(new QLabel(this), "lblShown")), lblProblem(Named(new QLabel(this), "lblPreviewProblem")),
       lblSteps(Named(new QLabel(this), "lblSteps")), m_bits(new FlagLineStrip(this))
 {
@@ -90,10 +92,7 @@ void TablePreviewPane::SetReadProblem(const QString& reason)
     Refresh();
 }
 
-void TablePreviewPane::SetReading(bool on)
-{
-    cmdReadNow->setDisabled(on);
-}
+void TablePreviewPane::SetReading(bool on) { cmdReadNow->setDisabled(on); }
 
 void TablePreviewPane::SetCompact(bool on)
 {
@@ -112,7 +111,8 @@ void TablePreviewPane::Refresh()
     const TypedRaw typed = ParseRaw(txtRaw->text(), style);
     txtRaw->setProperty("refused", !typed.Raw);
     txtRaw->update();
-    lblPreview->setText(lblPreview->fontMetrics().elidedText(ShownDescription(m_cells[0]), Qt::ElideRight, 200));
+    lblPreview->setText(
+        lblPreview->fontMetrics().elidedText(ShownDescription(m_cells[0]), Qt::ElideRight, 200));
     QStringList steps;
     QString problem = m_problem.isEmpty() ? typed.Problem : m_problem;
     if (!m_origin.isEmpty())
@@ -120,12 +120,15 @@ void TablePreviewPane::Refresh()
     m_bits->setVisible(flags);
     if (flags) {
         m_bits->Show(PreviewFlag(m_cells, typed.Raw));
-        lblShown->setText(typed.Raw ? QStringLiteral("%1").arg(*typed.Raw & 0xFFFF, 4, 16, QLatin1Char('0')).toUpper()
-                                    : QString());
+        lblShown->setText(
+            typed.Raw ? QStringLiteral("%1").arg(*typed.Raw & 0xFFFF, 4, 16, QLatin1Char('0')).toUpper()
+                      : QString());
         steps << m_shownRow;
     } else {
         const RegisterPreview preview = typed.Raw ? PreviewRegister(m_cells, *typed.Raw) : RegisterPreview{};
-        lblShown->setText((preview.Shown + QLatin1Char(' ') + (preview.Shown.isEmpty() ? QString() : preview.Unit)).trimmed());
+        lblShown->setText(
+            (preview.Shown + QLatin1Char(' ') + (preview.Shown.isEmpty() ? QString() : preview.Unit))
+                .trimmed());
         if (problem.isEmpty())
             problem = preview.Problem;
         steps << preview.Steps;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sbs/TablePreview.h"
 #include "sbs/TableDocument.h"
+#include "sbs/TablePreview.h"
 
 #include <QWidget>
 
@@ -12,8 +12,8 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 
-/// Shows what the register view would make of a raw value with the current row of a register or flags table. The
-/// raw value is typed, or comes from the gauge.
+/// Shows what the register view would make of a raw value with the current row of a register or flags table.
+/// The raw value is typed, or comes from the gauge.
 class TablePreviewPane final : public QWidget {
     Q_OBJECT
 public:

@@ -36,10 +36,12 @@ public:
         if (place < 0)
             return;
         const SkinColours& colours = Theme::Current().Colours();
-        const QColor colour = ToColour(option.state.testFlag(QStyle::State_Selected)
-                                           ? colours.TextHighlightFore
-                                           : colours.curves[static_cast<std::size_t>(place) % colours.curves.size()]);
-        DrawCurveMarker(*painter, QPointF(option.rect.right() - 10, option.rect.center().y() + .5), 10, place, colour);
+        const QColor colour
+            = ToColour(option.state.testFlag(QStyle::State_Selected)
+                           ? colours.TextHighlightFore
+                           : colours.curves[static_cast<std::size_t>(place) % colours.curves.size()]);
+        DrawCurveMarker(*painter, QPointF(option.rect.right() - 10, option.rect.center().y() + .5), 10, place,
+                        colour);
     }
 };
 
@@ -52,15 +54,16 @@ QString SizeText(qint64 bytes)
 
 frmLogViewer::frmLogViewer(UserMessages& messages, const QString& path)
     : m_messages(messages), m_pages(new QStackedWidget(this)), tmrRead(Named(new QTimer(this), "tmrRead")),
-      actOpen(Add("mnuFileOpenLog", tr("&Open log..."), "open", QKeySequence(tr("Ctrl+O")), &frmLogViewer::AskOpen)),
+      actOpen(Add("mnuFileOpenLog", tr("&Open log..."), "open", QKeySequence(tr("Ctrl+O")),
+                  &frmLogViewer::AskOpen)),
       actCompare(Add("mnuFileCompareLog", tr("Co&mpare with..."), "compare", {}, &frmLogViewer::AskCompare)),
       actAlone(Add("mnuFileCompareEnd", tr("En&d comparison"), "cross", {}, &frmLogViewer::StopComparing)),
       cboCompare(Named(new QComboBox(this), "cboCompare")), lblLog(Named(new QLabel(this), "lblLog")),
       pbRead(Named(new QProgressBar(this), "pbRead")),
-      cmdCancelRead(Named(new QPushButton(tr("Cancel"), this), "cmdCancelRead")), m_tabs(new QTabWidget(this)),
-      grdColumns(Named(new QTableWidget(0, kColumnCount, this), "grdColumns")),
-      lstProblems(Named(new QListWidget(this), "lstProblems")), txtHead(Named(new QPlainTextEdit(this), "txtHead")),
-      m_plot(new PlotView(this))
+      cmdCancelRead(Named(new QPushButton(tr("Cancel"), this), "cmdCancelRead")),
+      m_tabs(new QTabWidget(this)), grdColumns(Named(new QTableWidget(0, kColumnCount, this), "grdColumns")),
+      lstProblems(Named(new QListWidget(this), "lstProblems")),
+      txtHead(Named(new QPlainTextEdit(this), "txtHead")), m_plot(new PlotView(this))
 {
     setObjectName(QStringLiteral("frmLogViewer"));
     LayOut();
@@ -84,8 +87,8 @@ frmLogViewer::~frmLogViewer()
     m_plot->SetCurves({}); // their histories go with the document
 }
 
-QAction* frmLogViewer::Add(const char* name, const QString& text, const char* icon, const QKeySequence& shortcut,
-                           void (frmLogViewer::*does)())
+QAction* frmLogViewer::Add(const char* name, const QString& text, const char* icon,
+                           const QKeySequence& shortcut, void (frmLogViewer::*does)())
 {
     QAction* action = Named(new QAction(ThemeIcon(QLatin1String(icon)), text, this), name);
     action->setShortcut(shortcut);
@@ -134,14 +137,16 @@ QWidget* frmLogViewer::MakeEmptyPage()
     auto* page = new QWidget(this);
     auto* title = Named(new QLabel(tr("No log is open"), page), "lblNoLog");
     title->setFont(Theme::Current().Font(Type::State));
-    auto* text = new QLabel(tr("Open a register log to see its columns, their statistics and their curves. The register "
-                               "view writes such logs (Start logging). A log that is cut or odd opens as far as it is whole."),
-                            page);
+    auto* text = new QLabel(
+        tr("Open a register log to see its columns, their statistics and their curves. The register "
+           "view writes such logs (Start logging). A log that is cut or odd opens as far as it is whole."),
+        page);
     text->setWordWrap(true);
     text->setAlignment(Qt::AlignHCenter);
     text->setMaximumWidth(520);
     text->setMinimumWidth(280);
-    auto* open = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open log"), page), "cmdOpenFirstLog");
+    auto* open
+        = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open log"), page), "cmdOpenFirstLog");
     connect(open, &QPushButton::clicked, this, &frmLogViewer::AskOpen);
     auto* column = new QVBoxLayout(page);
     column->addStretch(1);
@@ -198,10 +203,7 @@ void frmLogViewer::LayOut()
     down->addWidget(m_pages, 1);
 }
 
-QList<QAction*> frmLogViewer::FileActions() const
-{
-    return {actOpen, actCompare, actAlone};
-}
+QList<QAction*> frmLogViewer::FileActions() const { return {actOpen, actCompare, actAlone}; }
 
 QString frmLogViewer::AskForFile(const QString& title)
 {
@@ -224,15 +226,9 @@ void frmLogViewer::AskCompare()
         CompareWith(path);
 }
 
-void frmLogViewer::OpenLog(const QString& path)
-{
-    Start(path, false);
-}
+void frmLogViewer::OpenLog(const QString& path) { Start(path, false); }
 
-void frmLogViewer::CompareWith(const QString& path)
-{
-    Start(path, true);
-}
+void frmLogViewer::CompareWith(const QString& path) { Start(path, true); }
 
 void frmLogViewer::Start(const QString& path, bool second)
 {
@@ -273,8 +269,11 @@ void frmLogViewer::Finish(bool cancelled)
         });
     if (log.Series.empty() || log.Records() == 0) { // what was open stays
         ShowLogs();
-        const QString reason = log.Problems.empty() ? tr("There is no record in it.") : log.Problems.back().Text;
-        m_messages.Show(reason.contains(reading->Path()) ? reason : QStringLiteral("%1: %2").arg(reading->Path(), reason));
+        const QString reason
+            = log.Problems.empty() ? tr("There is no record in it.") : log.Problems.back().Text;
+        m_messages.Show(reason.contains(reading->Path())
+                            ? reason
+                            : QStringLiteral("%1: %2").arg(reading->Path(), reason));
         return;
     }
     m_plot->SetCurves({});
@@ -346,7 +345,8 @@ void frmLogViewer::FillColumns()
     const QSignalBlocker quiet(grdColumns);
     const bool two = m_document.Second() != nullptr;
     grdColumns->setHorizontalHeaderLabels(
-        two ? QStringList{tr("Plot"), tr("Column"), tr("Largest diff."), tr("Mean diff."), tr("RMS diff."), tr("Records")}
+        two ? QStringList{tr("Plot"), tr("Column"), tr("Largest diff."), tr("Mean diff."), tr("RMS diff."),
+                          tr("Records")}
             : QStringList{tr("Plot"), tr("Column"), tr("Min"), tr("Max"), tr("Mean"), tr("Gaps")});
     for (int column = 0; column < kColumnCount; ++column)
         grdColumns->horizontalHeaderItem(column)->setTextAlignment(
@@ -364,7 +364,8 @@ void frmLogViewer::FillColumns()
                 texts = {compared ? tr("no pair") : tr("first only"), {}, {}, {}};
         } else if (facts.Values > 0) {
             texts = {LogNumber(facts.Min, facts.Hexadecimal), LogNumber(facts.Max, facts.Hexadecimal),
-                     facts.Hexadecimal ? tr("hex") : QString::number(facts.Mean, 'g', 6), QString::number(facts.Gaps)};
+                     facts.Hexadecimal ? tr("hex") : QString::number(facts.Mean, 'g', 6),
+                     QString::number(facts.Gaps)};
         } else {
             texts = {tr("no value"), {}, {}, QString::number(facts.Gaps)};
         }
@@ -377,7 +378,8 @@ void frmLogViewer::FillColumns()
         tick->setToolTip(tr("Curve of %1").arg(facts.Caption));
         grdColumns->setItem(row, kPlot, tick);
         auto* caption = new QTableWidgetItem(facts.Caption);
-        caption->setToolTip(tr("%1: %2 values, %3 gaps").arg(facts.Caption).arg(facts.Values).arg(facts.Gaps));
+        caption->setToolTip(
+            tr("%1: %2 values, %3 gaps").arg(facts.Caption).arg(facts.Values).arg(facts.Gaps));
         grdColumns->setItem(row, kCaption, caption);
         for (int fact = 0; fact < texts.size(); ++fact) {
             auto* item = new QTableWidgetItem(texts[fact]);
@@ -405,14 +407,16 @@ void frmLogViewer::FillProblems()
         list(m_document.First(), QFileInfo(m_path).fileName() + QStringLiteral(", "));
         list(*second, QFileInfo(m_secondPath).fileName() + QStringLiteral(", "));
         const LogComparison& comparison = m_document.Comparison();
-        for (const auto& [captions, text] : {std::pair{comparison.OnlyInFirst, tr("Only in the first log: %1")},
-                                             std::pair{comparison.OnlyInSecond, tr("Only in the second log: %1")}})
+        for (const auto& [captions, text] :
+             {std::pair{comparison.OnlyInFirst, tr("Only in the first log: %1")},
+              std::pair{comparison.OnlyInSecond, tr("Only in the second log: %1")}})
             if (!captions.isEmpty())
                 lstProblems->addItem(text.arg(captions.join(QStringLiteral(", "))));
     } else {
         list(m_document.First(), {});
     }
-    m_tabs->setTabText(m_tabs->indexOf(lstProblems), count > 0 ? tr("Problems (%1)").arg(count) : tr("Problems"));
+    m_tabs->setTabText(m_tabs->indexOf(lstProblems),
+                       count > 0 ? tr("Problems (%1)").arg(count) : tr("Problems"));
     if (lstProblems->count() == 0)
         lstProblems->addItem(tr("None: every line of the log could be read."));
 }
@@ -463,7 +467,4 @@ void frmLogViewer::Fold(bool narrow)
         button->setToolButtonStyle(narrow ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
 }
 
-void frmLogViewer::Applyskin()
-{
-    grdColumns->viewport()->update();
-}
+void frmLogViewer::Applyskin() { grdColumns->viewport()->update(); }

@@ -23,8 +23,8 @@ class QSplitter;
 class QStackedWidget;
 class QToolButton;
 
-/// Shows register logs: columns with statistics, curves of the ticked ones, what the reader found odd, and a second
-/// log laid over the first or taken from it. It needs neither adapter nor target.
+/// Shows register logs: columns with statistics, curves of the ticked ones, what the reader found odd, and a
+/// second log laid over the first or taken from it. It needs neither adapter nor target.
 class frmLogViewer final : public ChildView {
     Q_OBJECT
 public:

@@ -1,7 +1,10 @@
 #include "sbs/frmSBS.h"
 
 #include "look/Controls.h"
+#include "look/Icons.h"
+#include "look/Theme.h"
 #include "sbs/AutoCyclePane.h"
+#include "sbs/CycleRows.h"
 #include "sbs/EventsPane.h"
 #include "sbs/FlagView.h"
 #include "sbs/FlagsPane.h"
@@ -29,10 +32,10 @@ frmSBS::frmSBS(GaugeContext& context)
     : m_context(context), m_settings(context.profiles, context.state),
       m_registers(context.usb, context.state, context.target),
       m_scan(m_registers, context.access, context.time, context.messages, context.errors, m_tables),
-      m_log(context.time, context.messages, [] { return !ExclusiveAccess::HeldBelow(); }), m_events(context.time),
-      m_lines(context.usb, context.access), m_cycle(m_lines, context.time, context.messages),
-      tmrScan(Named(new QTimer(this), "tmrScan")), tmrLog(Named(new QTimer(this), "tmrLog")),
-      m_watch(new QTimer(this))
+      m_log(context.time, context.messages, [] { return !ExclusiveAccess::HeldBelow(); }),
+      m_events(context.time), m_lines(context.usb, context.access),
+      m_cycle(m_lines, context.time, context.messages), tmrScan(Named(new QTimer(this), "tmrScan")),
+      tmrLog(Named(new QTimer(this), "tmrLog")), m_watch(new QTimer(this))
 {
     setObjectName(QStringLiteral("frmSBS"));
     LoadInitSBSGrid();
@@ -102,7 +105,7 @@ void frmSBS::AfterPass(const PassReport& report)
     if (m_closing)
         return;
     const CycleState before = m_cycle.Facts().State;
-    m_cycle.Step(ValuesForCycle(report.Answered > 0));
+    m_cycle.Step(ReadCycleValues(m_scan, m_cycle.Settings(), report));
     m_cyclePane->NoteState(before, m_events);
     if (m_staticDue && report.Answered > 0)
         ReadStatic();
@@ -113,21 +116,9 @@ void frmSBS::MoveSBSDataToGrid()
     m_model->MoveSBSDataToGrid();
     m_flags->RefreshPictFlags(m_scan);
     m_plot->Advance();
-    m_eventsPane->Show(m_events);
+    ShowEvents();
     m_cyclePane->Refresh();
     ShowFooter({});
-}
-
-CycleValues frmSBS::ValuesForCycle(bool answered) const
-{
-    const auto reading = [this](std::int32_t row) {
-        if (row < 0 || row >= m_scan.RowCount() || !m_scan.ScanOn(row))
-            return CycleReading{};
-        const std::optional<RawValue>& raw = m_scan.Row(row).Raw;
-        return raw ? CycleReading::Of(*raw) : CycleReading::Failed();
-    };
-    const AutoCycleSettings& settings = m_cycle.Settings();
-    return {reading(settings.RemCapRow), reading(settings.BattVoltRow), reading(settings.BattStatRow), answered};
 }
 
 void frmSBS::ReadStatic()
@@ -203,7 +194,9 @@ void frmSBS::WriteSBSValueFromGrid(int row, const QString& typed)
         const ErrorCode code = m_scan.ReadBack(row, back);
         if (Failed(code))
             outcome = tr("%1: %2 was sent; it could not be read back: %3")
-                          .arg(name).arg(report.Raw).arg(ErrorCodeToText(code));
+                          .arg(name)
+                          .arg(report.Raw)
+                          .arg(ErrorCodeToText(code));
         else if ((back & 0xFFFF) != (report.Raw & 0xFFFF))
             outcome = tr("%1: %2 was sent, the gauge now holds %3").arg(name).arg(report.Raw).arg(back);
         else
@@ -211,7 +204,7 @@ void frmSBS::WriteSBSValueFromGrid(int row, const QString& typed)
     }
     m_writing = false;
     m_events.Add(RegisterEvent::Kind::Write, outcome);
-    m_eventsPane->Show(m_events);
+    ShowEvents();
     ShowFooter(outcome, !report.Ok());
     emit StatusText(outcome);
 }
@@ -234,7 +227,10 @@ void frmSBS::ShowFooter(const QString& text, bool refused)
         shown = m_scan.RowCount() == 0
             ? tr("The register table is empty. Choose another target, or edit the table.")
             : tr("%1 rows \u00b7 %2 scanned \u00b7 %3 answered, %4 failed \u00b7 last pass %5 ms")
-                  .arg(m_scan.RowCount()).arg(scanned).arg(m_lastReport.Answered).arg(m_lastReport.Failed)
+                  .arg(m_scan.RowCount())
+                  .arg(scanned)
+                  .arg(m_lastReport.Answered)
+                  .arg(m_lastReport.Failed)
                   .arg(m_lastPassMs);
     }
     QPalette palette = this->palette();
@@ -247,10 +243,9 @@ void frmSBS::ShowFooter(const QString& text, bool refused)
 void frmSBS::AskRefreshInterval()
 {
     bool ok = false;
-    const QString answer
-        = QInputDialog::getText(this, QStringLiteral("Tarnlo - Refresh Interval"),
-                                QStringLiteral("Refresh Interval in milliseconds"), QLineEdit::Normal,
-                                QString::number(m_scan.Form().Interval.Refresh), &ok);
+    const QString answer = QInputDialog::getText(
+        this, QStringLiteral("Tarnlo - Refresh Interval"), QStringLiteral("Refresh Interval in milliseconds"),
+        QLineEdit::Normal, QString::number(m_scan.Form().Interval.Refresh), &ok);
     const IntervalChange change = SetRefreshInterval(m_scan.Form().Interval, ok ? answer : QString());
     m_scan.Form().Interval = change.intervals;
     ApplyIntervals();
@@ -261,11 +256,11 @@ void frmSBS::AskRefreshInterval()
 void frmSBS::AskLoggingInterval()
 {
     bool ok = false;
-    const QString answer
-        = QInputDialog::getText(this, QStringLiteral("Tarnlo - Logging Interval"),
-                                QStringLiteral("Logging Interval in milliseconds.\n(Specify Minimum interval - "
-                                               "Actual interval may be greater)"),
-                                QLineEdit::Normal, QString::number(m_scan.Form().Interval.Logging), &ok);
+    const QString answer = QInputDialog::getText(
+        this, QStringLiteral("Tarnlo - Logging Interval"),
+        QStringLiteral("Logging Interval in milliseconds.\n(Specify Minimum interval - "
+                       "Actual interval may be greater)"),
+        QLineEdit::Normal, QString::number(m_scan.Form().Interval.Logging), &ok);
     const IntervalChange change = SetLoggingInterval(m_scan.Form().Interval, ok ? answer : QString());
     m_scan.Form().Interval = change.intervals;
     ApplyIntervals();
@@ -286,7 +281,8 @@ LogHead frmSBS::HeadOfLog() const
 {
     LogHead head;
     // "Device:800, Ver:1.02"; a target whose identity is never asked is named by its file alone
-    const QStringList parts = GetDeviceKey(m_context.link.Identity()).split(QLatin1Char('.'), Qt::SkipEmptyParts);
+    const QStringList parts
+        = GetDeviceKey(m_context.link.Identity()).split(QLatin1Char('.'), Qt::SkipEmptyParts);
     head.DeviceName = m_context.profiles.String(m_context.state.TargetConfigPath, u"Device", u"Name");
     head.GaugeName = parts.isEmpty() ? head.DeviceName : parts.first();
     head.VersionParts = parts.mid(1);
@@ -343,7 +339,8 @@ void frmSBS::ShowLogState()
     QString text;
     if (logging)
         text = tr("sample %1 \u00b7 every %2 ms \u00b7 %3")
-                   .arg(m_log.Sample() - 1).arg(m_scan.Form().Interval.Logging)
+                   .arg(m_log.Sample() - 1)
+                   .arg(m_scan.Form().Interval.Logging)
                    .arg(QFileInfo(m_log.FileName()).fileName());
     lblLog->setText(m_log.LastProblem().isEmpty() ? text : m_log.LastProblem());
     lblLog->setToolTip(logging ? m_log.FileName() : QString());
@@ -359,6 +356,39 @@ void frmSBS::Copy(QChar separator)
 {
     QApplication::clipboard()->setText(RowsAsText(m_scan, grdSBS->SelectedRows(), separator));
     emit StatusText(tr("%n row(s) copied", nullptr, static_cast<int>(grdSBS->SelectedRows().size())));
+}
+
+void frmSBS::ShowEvents()
+{
+    if (!m_eventsPane->Show(m_events))
+        return;
+    using enum RegisterEvent::Kind;
+    std::vector<PlotEvent> shown;
+    for (const RegisterEvent& event : m_events.Events()) {
+        const std::int64_t at = event.At.toMSecsSinceEpoch();
+        switch (event.What) {
+        case Alarm:
+            shown.push_back({at, PlotEvent::Kind::Alarm, event.Text});
+            break;
+        case Write:
+            shown.push_back({at, PlotEvent::Kind::Write, event.Text});
+            break;
+        case FailedRead:
+            shown.push_back({at, PlotEvent::Kind::FailedRead, event.Text});
+            break;
+        case Charge:
+            shown.push_back({at, PlotEvent::Kind::Charge, event.Text});
+            break;
+        case Discharge:
+            shown.push_back({at, PlotEvent::Kind::Discharge, event.Text});
+            break;
+        case Relax:
+        case Stop: // nothing flows then either
+            shown.push_back({at, PlotEvent::Kind::Relax, event.Text});
+            break;
+        }
+    }
+    m_plot->SetEvents(std::move(shown));
 }
 
 void frmSBS::UpdateCurves()
@@ -398,17 +428,15 @@ void frmSBS::Resume()
         tmrLog->start();
 }
 
-void frmSBS::Abandon()
-{
-    m_scan.RequestStop();
-}
+void frmSBS::Abandon() { m_scan.RequestStop(); }
 
 bool frmSBS::MayClose()
 {
     if (!m_cycle.Facts().Running)
         return true;
-    return m_context.messages.Ask(tr("The auto-cycle is running. Closing stops it and switches both lines off. Close?"),
-                                  Answer::Yes | Answer::No)
+    return m_context.messages.Ask(
+               tr("The auto-cycle is running. Closing stops it and switches both lines off. Close?"),
+               Answer::Yes | Answer::No)
         == Answer::Yes;
 }
 

@@ -29,8 +29,8 @@ class PlotView;
 class RegisterGrid;
 class RegisterModel;
 
-/// The register view: shows what the scan engine knows, live, and forwards clicks to it, to the register log and to
-/// the auto-cycle.
+/// The register view: shows what the scan engine knows, live, and forwards clicks to it, to the register log
+/// and to the auto-cycle.
 class frmSBS final : public ChildView, private PeriodicWork {
     Q_OBJECT
 public:
@@ -105,7 +105,7 @@ private:
     void CopyCsv() { Copy(QLatin1Char(',')); }
     void FocusFilter() { txtFilter->setFocus(); }
     void UpdateCurves();
-    [[nodiscard]] CycleValues ValuesForCycle(bool answered) const;
+    void ShowEvents();
     [[nodiscard]] LogHead HeadOfLog() const;
     void SaveFormState();
 

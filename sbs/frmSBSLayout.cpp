@@ -88,11 +88,12 @@ void frmSBS::LayOut()
 
     connect(m_model, &RegisterModel::PlottedChanged, this, &frmSBS::UpdateCurves);
     connect(m_model, &RegisterModel::WriteRequested, this, &frmSBS::WriteSBSValueFromGrid);
-    connect(&grdSBS->Delegate(), &RegisterDelegate::Typed, this, [this](const QModelIndex& index, const QString& text) {
-        const auto* proxy = static_cast<const QSortFilterProxyModel*>(index.model());
-        if (proxy)
-            PreviewEdit(proxy->mapToSource(index).row(), text);
-    });
+    connect(&grdSBS->Delegate(), &RegisterDelegate::Typed, this,
+            [this](const QModelIndex& index, const QString& text) {
+                const auto* proxy = static_cast<const QSortFilterProxyModel*>(index.model());
+                if (proxy)
+                    PreviewEdit(proxy->mapToSource(index).row(), text);
+            });
     connect(&grdSBS->Delegate(), &RegisterDelegate::EditEnded, this, [this] { ShowFooter({}); });
     connect(grdSBS, &RegisterGrid::CopyRequested, this, &frmSBS::Copy);
     connect(grdSBS, &RegisterGrid::Refused, this, [this](const QString& why) { emit StatusText(why); });
@@ -115,11 +116,12 @@ QWidget* frmSBS::MakeToolbar()
     auto* bar = Named(new QWidget(this), "toolbarSBS");
     chkContScan = Named(new QCheckBox(tr("Scan continuously"), bar), "chkContScan");
     chkContScan->setToolTip(tr("Scan again and again (Ctrl+Shift+S)"));
-    cmdRefresh = Named(new QPushButton(ThemeIcon(QStringLiteral("refresh")), tr("Refresh"), bar), "cmdRefresh");
+    cmdRefresh
+        = Named(new QPushButton(ThemeIcon(QStringLiteral("refresh")), tr("Refresh"), bar), "cmdRefresh");
     cmdRefresh->setToolTip(tr("One pass now (F5)"));
     lblInterval = Named(new QLabel(bar), "lblInterval");
-    cmdStartLogging
-        = Named(new QPushButton(ThemeIcon(QStringLiteral("log")), tr("Start logging"), bar), "cmdStartLogging");
+    cmdStartLogging = Named(new QPushButton(ThemeIcon(QStringLiteral("log")), tr("Start logging"), bar),
+                            "cmdStartLogging");
     cmdStartLogging->setToolTip(tr("Write the values to a file (Ctrl+L)"));
     cmdStopLogging
         = Named(new QPushButton(ThemeIcon(QStringLiteral("rec")), tr("Stop logging"), bar), "cmdStopLogging");
@@ -159,7 +161,8 @@ QWidget* frmSBS::MakeToolbar()
     connect(txtFilter, &QLineEdit::textChanged, this, [this](const QString& text) { grdSBS->Filter(text); });
     connect(cmdCopy, &QToolButton::clicked, this, &frmSBS::CopyText);
     connect(cmdPlot, &QToolButton::toggled, this, &frmSBS::ShowPlot);
-    auto* leave = new QShortcut(QKeySequence(Qt::Key_Escape), txtFilter, nullptr, nullptr, Qt::WidgetShortcut);
+    auto* leave
+        = new QShortcut(QKeySequence(Qt::Key_Escape), txtFilter, nullptr, nullptr, Qt::WidgetShortcut);
     connect(leave, &QShortcut::activated, this, [this] {
         txtFilter->clear();
         grdSBS->setFocus();
@@ -217,36 +220,36 @@ void frmSBS::MakeMenus()
 
     mnuOptions = new QMenu(tr("&Options"), this);
     mnuOptionsScanOn = Add(mnuOptions, "mnuOptionsScanOn", tr("Scanning &on"), {}, &frmSBS::ToggleContScan);
-    mnuOptionsScanOff = Add(mnuOptions, "mnuOptionsScanOff", tr("Scanning o&ff"), {}, &frmSBS::ToggleContScan);
+    mnuOptionsScanOff
+        = Add(mnuOptions, "mnuOptionsScanOff", tr("Scanning o&ff"), {}, &frmSBS::ToggleContScan);
     mnuOptions->addSeparator();
     Add(mnuOptions, "mnuOptionsScanAll", tr("Scan &all rows"), {}, &frmSBS::ScanAll);
     Add(mnuOptions, "mnuOptionsScanNone", tr("Scan &no row"), {}, &frmSBS::ScanNone);
     Add(mnuOptions, "mnuOptionsLogAll", tr("&Log all rows"), {}, &frmSBS::LogAll);
     Add(mnuOptions, "mnuOptionsLogNone", tr("Log no ro&w"), {}, &frmSBS::LogNone);
     mnuOptions->addSeparator();
-    Add(mnuOptions, "mnuOptionsSetRefreshInterval", tr("&Refresh interval..."), {}, &frmSBS::AskRefreshInterval);
-    Add(mnuOptions, "mnuOptionsSetLoggingInterval", tr("Loggin&g interval..."), {}, &frmSBS::AskLoggingInterval);
+    Add(mnuOptions, "mnuOptionsSetRefreshInterval", tr("&Refresh interval..."), {},
+        &frmSBS::AskRefreshInterval);
+    Add(mnuOptions, "mnuOptionsSetLoggingInterval", tr("Loggin&g interval..."), {},
+        &frmSBS::AskLoggingInterval);
     mnuOptions->addSeparator();
-    Add(mnuOptions, "mnuOptionsResetStatistics", tr("Reset &minimum and maximum"), {}, &frmSBS::ResetStatistics);
+    Add(mnuOptions, "mnuOptionsResetStatistics", tr("Reset &minimum and maximum"), {},
+        &frmSBS::ResetStatistics);
     Add(mnuOptions, "mnuOptionsReadStatic", tr("Read &static data again"), {}, &frmSBS::ReadStatic);
     mnuOptions->addSeparator();
     Add(mnuOptions, "mnuOptionsCopyText", tr("&Copy as text"), {}, &frmSBS::CopyText);
-    Add(mnuOptions, "mnuOptionsCopyCsv", tr("Copy as CS&V"), QKeySequence(tr("Ctrl+Shift+C")), &frmSBS::CopyCsv);
+    Add(mnuOptions, "mnuOptionsCopyCsv", tr("Copy as CS&V"), QKeySequence(tr("Ctrl+Shift+C")),
+        &frmSBS::CopyCsv);
 
-    Add(nullptr, "actToggleScan", tr("Scan continuously"), QKeySequence(tr("Ctrl+Shift+S")), &frmSBS::ToggleContScan);
+    Add(nullptr, "actToggleScan", tr("Scan continuously"), QKeySequence(tr("Ctrl+Shift+S")),
+        &frmSBS::ToggleContScan);
     Add(nullptr, "actFilter", tr("Filter"), QKeySequence(tr("Ctrl+F")), &frmSBS::FocusFilter);
     mnuAutoCycle = m_cyclePane->MakeMenu(this);
 }
 
-QList<QMenu*> frmSBS::Menus() const
-{
-    return {mnuOptions, mnuAutoCycle};
-}
+QList<QMenu*> frmSBS::Menus() const { return {mnuOptions, mnuAutoCycle}; }
 
-QList<QAction*> frmSBS::FileActions() const
-{
-    return {mnuFileLogging};
-}
+QList<QAction*> frmSBS::FileActions() const { return {mnuFileLogging}; }
 
 QList<QAction*> frmSBS::ViewActions() const
 {
@@ -266,15 +269,9 @@ void frmSBS::ToggleButtonBar()
     m_toolbar->setVisible(mnuViewButtons->isChecked());
 }
 
-void frmSBS::ToggleDensity()
-{
-    grdSBS->SetRoomy(mnuViewRoomy->isChecked());
-}
+void frmSBS::ToggleDensity() { grdSBS->SetRoomy(mnuViewRoomy->isChecked()); }
 
-void frmSBS::ShowPlot()
-{
-    m_plot->setVisible(cmdPlot->isChecked());
-}
+void frmSBS::ShowPlot() { m_plot->setVisible(cmdPlot->isChecked()); }
 
 void frmSBS::resizeEvent(QResizeEvent* event)
 {

@@ -4,8 +4,8 @@
 #include "look/Controls.h"
 #include "look/Icons.h"
 #include "look/Theme.h"
-#include "platform/WholeFile.h"
 #include "platform/ProgramFolder.h"
+#include "platform/WholeFile.h"
 #include "sbs/FormState.h"
 #include "sbs/RegisterReader.h"
 #include "sbs/RowTexts.h"
@@ -36,11 +36,13 @@ const QString kFilter = QStringLiteral("Tables (*.sbs *.tgt);;All files (*)");
 
 } // namespace
 
-frmTables::frmTables(ProfileStore& profiles, const StartupState& state, UserMessages& messages, GaugeContext* context)
+frmTables::frmTables(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
+                     GaugeContext* context)
     : m_profiles(profiles), m_state(state), m_messages(messages), m_context(context),
       m_model(new TableModel(m_document, this)), cboKind(Named(new QComboBox(this), "cboKind")),
       grdTable(Named(new QTableView(this), "grdTable")), txtFind(Named(new QLineEdit(this), "txtFind")),
-      lblFooter(Named(new QLabel(this), "lblTableFooter")), lblEmpty(Named(new QLabel(this), "lblTableEmpty")),
+      lblFooter(Named(new QLabel(this), "lblTableFooter")),
+      lblEmpty(Named(new QLabel(this), "lblTableEmpty")),
       m_preview(new TablePreviewPane(context != nullptr, this))
 {
     setObjectName(QStringLiteral("frmTables"));
@@ -51,7 +53,8 @@ frmTables::frmTables(ProfileStore& profiles, const StartupState& state, UserMess
     connect(grdTable->selectionModel(), &QItemSelectionModel::currentChanged, this, &frmTables::ShowPreview);
     connect(m_preview, &TablePreviewPane::ReadNow, this, &frmTables::ReadNow);
     LoadRegisters();
-    const QString own = ResolvePath(m_state.ProgramFolder, GetSBSCfgFilename(TableSettings(m_profiles, m_state)));
+    const QString own
+        = ResolvePath(m_state.ProgramFolder, GetSBSCfgFilename(TableSettings(m_profiles, m_state)));
     if (!QFileInfo(own).isFile() || !Load(own, TableKind::Registers))
         ShowAll();
 }
@@ -78,7 +81,8 @@ QAction* frmTables::Add(const char* name, const QString& text, const char* icon,
     action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     const QString plain = QString(text).remove(QLatin1Char('&')).remove(QStringLiteral("..."));
     action->setToolTip(shortcut.isEmpty() ? plain
-                                          : QStringLiteral("%1 (%2)").arg(plain, shortcut.toString(QKeySequence::NativeText)));
+                                          : QStringLiteral("%1 (%2)").arg(
+                                              plain, shortcut.toString(QKeySequence::NativeText)));
     addAction(action); // the shortcut works while the view is in front, wherever the entry stands
     connect(action, &QAction::triggered, this, does);
     return action;
@@ -86,9 +90,11 @@ QAction* frmTables::Add(const char* name, const QString& text, const char* icon,
 
 void frmTables::MakeActions()
 {
-    actOpen = Add("mnuFileOpenTable", tr("&Open table..."), "open", QKeySequence(tr("Ctrl+O")), &frmTables::AskOpen);
+    actOpen = Add("mnuFileOpenTable", tr("&Open table..."), "open", QKeySequence(tr("Ctrl+O")),
+                  &frmTables::AskOpen);
     actNew = Add("mnuFileNewTable", tr("&New table"), "add", {}, &frmTables::NewTable);
-    actSave = Add("mnuFileSaveTable", tr("&Save table"), "save", QKeySequence(tr("Ctrl+S")), &frmTables::SaveNow);
+    actSave
+        = Add("mnuFileSaveTable", tr("&Save table"), "save", QKeySequence(tr("Ctrl+S")), &frmTables::SaveNow);
     actSaveAs = Add("mnuFileSaveTableAs", tr("Save table &as..."), nullptr, {}, &frmTables::AskSaveAs);
 
     mnuTable = new QMenu(tr("&Table"), this);
@@ -97,15 +103,19 @@ void frmTables::MakeActions()
         return action;
     };
     actUndo = entry(Add("mnuTableUndo", tr("&Undo"), "undo", QKeySequence(tr("Ctrl+Z")), &frmTables::Undo));
-    actRedo = entry(Add("mnuTableRedo", tr("&Redo"), "redo", QKeySequence(tr("Ctrl+Shift+Z")), &frmTables::Redo));
+    actRedo
+        = entry(Add("mnuTableRedo", tr("&Redo"), "redo", QKeySequence(tr("Ctrl+Shift+Z")), &frmTables::Redo));
     mnuTable->addSeparator();
-    actInsert = entry(Add("mnuTableInsert", tr("&Insert row"), "add", QKeySequence(tr("Ins")), &frmTables::InsertRow));
-    actDuplicate
-        = entry(Add("mnuTableDuplicate", tr("&Duplicate rows"), "copy", QKeySequence(tr("Ctrl+D")), &frmTables::DuplicateRows));
-    actRemove = entry(
-        Add("mnuTableRemove", tr("R&emove rows"), "remove", QKeySequence(tr("Ctrl+Del")), &frmTables::RemoveRows));
-    actUp = entry(Add("mnuTableUp", tr("&Move rows up"), "prev", QKeySequence(tr("Alt+Up")), &frmTables::MoveUp));
-    actDown = entry(Add("mnuTableDown", tr("Mo&ve rows down"), "next", QKeySequence(tr("Alt+Down")), &frmTables::MoveDown));
+    actInsert = entry(
+        Add("mnuTableInsert", tr("&Insert row"), "add", QKeySequence(tr("Ins")), &frmTables::InsertRow));
+    actDuplicate = entry(Add("mnuTableDuplicate", tr("&Duplicate rows"), "copy", QKeySequence(tr("Ctrl+D")),
+                             &frmTables::DuplicateRows));
+    actRemove = entry(Add("mnuTableRemove", tr("R&emove rows"), "remove", QKeySequence(tr("Ctrl+Del")),
+                          &frmTables::RemoveRows));
+    actUp = entry(
+        Add("mnuTableUp", tr("&Move rows up"), "prev", QKeySequence(tr("Alt+Up")), &frmTables::MoveUp));
+    actDown = entry(Add("mnuTableDown", tr("Mo&ve rows down"), "next", QKeySequence(tr("Alt+Down")),
+                        &frmTables::MoveDown));
     mnuTable->addSeparator();
     entry(Add("mnuTableCut", tr("Cu&t rows"), nullptr, QKeySequence(tr("Ctrl+X")), &frmTables::Cut));
     entry(Add("mnuTableCopy", tr("&Copy"), nullptr, QKeySequence(tr("Ctrl+C")), &frmTables::Copy));
@@ -113,7 +123,8 @@ void frmTables::MakeActions()
     mnuTable->addSeparator();
     entry(Add("mnuTableFind", tr("&Find"), "search", QKeySequence(tr("Ctrl+F")), &frmTables::ShowSearch));
     entry(Add("mnuTableFindNext", tr("Find &next"), nullptr, QKeySequence(tr("F3")), &frmTables::FindNext));
-    entry(Add("mnuTableFindPrevious", tr("Find pre&vious"), nullptr, QKeySequence(tr("Shift+F3")), &frmTables::FindPrevious));
+    entry(Add("mnuTableFindPrevious", tr("Find pre&vious"), nullptr, QKeySequence(tr("Shift+F3")),
+              &frmTables::FindPrevious));
     MakeOpenMenu();
 }
 
@@ -155,8 +166,9 @@ QWidget* frmTables::MakeToolbar()
     row->setSpacing(4);
     cboKind->addItems({tr("Registers"), tr("Flags"), tr("Flash targets")});
     cboKind->setAccessibleName(tr("Kind of table"));
-    cboKind->setToolTip(tr("What the file holds. It is guessed when a file is opened;\nanother choice reads the same "
-                           "file as that kind."));
+    cboKind->setToolTip(
+        tr("What the file holds. It is guessed when a file is opened;\nanother choice reads the same "
+           "file as that kind."));
     connect(cboKind, &QComboBox::activated, this, &frmTables::ChooseKind);
     row->addWidget(cboKind);
     row->addSpacing(4);
@@ -208,7 +220,8 @@ void frmTables::LayOut()
     grdTable->horizontalHeader()->setHighlightSections(false);
     grdTable->verticalHeader()->setMinimumSectionSize(kRowHeight);
     grdTable->verticalHeader()->setDefaultSectionSize(kRowHeight);
-    grdTable->verticalHeader()->setToolTip(tr("Row number, from 0, by which flags and settings name the row"));
+    grdTable->verticalHeader()->setToolTip(
+        tr("Row number, from 0, by which flags and settings name the row"));
     lblEmpty->setAlignment(Qt::AlignCenter);
     lblEmpty->setWordWrap(true);
     MakeSecondary(lblEmpty);
@@ -226,15 +239,9 @@ void frmTables::LayOut()
     down->addWidget(m_preview);
 }
 
-QList<QMenu*> frmTables::Menus() const
-{
-    return {mnuTable};
-}
+QList<QMenu*> frmTables::Menus() const { return {mnuTable}; }
 
-QList<QAction*> frmTables::FileActions() const
-{
-    return {actNew, actOpen, actSave, actSaveAs};
-}
+QList<QAction*> frmTables::FileActions() const { return {actNew, actOpen, actSave, actSaveAs}; }
 
 QString frmTables::Name() const
 {
@@ -272,8 +279,8 @@ void frmTables::closeEvent(QCloseEvent* event)
 
 void frmTables::AskOpen()
 {
-    QFileDialog dialog(this, tr("Open table"), m_document.Path().isEmpty() ? m_state.ProgramFolder : m_document.Path(),
-                       kFilter);
+    QFileDialog dialog(this, tr("Open table"),
+                       m_document.Path().isEmpty() ? m_state.ProgramFolder : m_document.Path(), kFilter);
     dialog.setFileMode(QFileDialog::ExistingFile);
     if (dialog.exec() == QDialog::Accepted)
         OpenTable(dialog.selectedFiles().constFirst());
@@ -322,17 +329,15 @@ void frmTables::ChooseKind(int kind)
     cboKind->setCurrentIndex(static_cast<int>(m_document.Kind()));
 }
 
-bool frmTables::Save()
-{
-    return m_document.Path().isEmpty() ? SaveAs() : SaveTable(m_document.Path());
-}
+bool frmTables::Save() { return m_document.Path().isEmpty() ? SaveAs() : SaveTable(m_document.Path()); }
 
 bool frmTables::SaveAs()
 {
     QFileDialog dialog(this, tr("Save table as"),
                        m_document.Path().isEmpty() ? m_state.ProgramFolder : m_document.Path(), kFilter);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(m_document.Kind() == TableKind::Targets ? QStringLiteral("tgt") : QStringLiteral("sbs"));
+    dialog.setDefaultSuffix(m_document.Kind() == TableKind::Targets ? QStringLiteral("tgt")
+                                                                    : QStringLiteral("sbs"));
     return dialog.exec() == QDialog::Accepted && SaveTable(dialog.selectedFiles().constFirst());
 }
 
@@ -371,7 +376,8 @@ frmTables::Selection frmTables::Selected() const
 void frmTables::GoTo(TablePlace place)
 {
     if (place.Row >= 0 && place.Row < m_document.Rows())
-        grdTable->setCurrentIndex(m_model->index(place.Row, std::min(place.Column, m_document.Columns() - 1)));
+        grdTable->setCurrentIndex(
+            m_model->index(place.Row, std::min(place.Column, m_document.Columns() - 1)));
 }
 
 void frmTables::InsertRow()
@@ -409,7 +415,8 @@ void frmTables::Move(int by)
     if (at.First < 0 || !m_document.Move(at.First, at.Last, by))
         return;
     GoTo({(by < 0 ? at.First : at.Last) + by, m_column});
-    const QItemSelection moved(m_model->index(at.First + by, at.FirstColumn), m_model->index(at.Last + by, at.LastColumn));
+    const QItemSelection moved(m_model->index(at.First + by, at.FirstColumn),
+                               m_model->index(at.Last + by, at.LastColumn));
     grdTable->selectionModel()->select(moved, QItemSelectionModel::ClearAndSelect);
     NoteNumbers();
 }
@@ -417,8 +424,9 @@ void frmTables::Move(int by)
 void frmTables::NoteNumbers()
 {
     if (m_document.Kind() == TableKind::Registers)
-        ShowFooter(tr("Row numbers have changed. Flag rows, scan and log switches and the rows named in settings keep "
-                      "the old numbers: check them."));
+        ShowFooter(tr(
+            "Row numbers have changed. Flag rows, scan and log switches and the rows named in settings keep "
+            "the old numbers: check them."));
 }
 
 void frmTables::Cut()
@@ -475,7 +483,8 @@ void frmTables::Find(bool forward)
 
 void frmTables::ShowAll()
 {
-    setWindowTitle(QStringLiteral("%1%2 - %3").arg(Name(), m_document.Changed() ? QStringLiteral("*") : QString(), tr("Tables")));
+    setWindowTitle(QStringLiteral("%1%2 - %3")
+                       .arg(Name(), m_document.Changed() ? QStringLiteral("*") : QString(), tr("Tables")));
     cboKind->setCurrentIndex(static_cast<int>(m_document.Kind()));
     const bool rows = m_document.Rows() > 0;
     actSave->setEnabled(m_document.Changed() || m_document.Path().isEmpty());
@@ -486,10 +495,12 @@ void frmTables::ShowAll()
     actUndo->setEnabled(!undo.isEmpty());
     actRedo->setEnabled(!redo.isEmpty());
     actUndo->setToolTip(undo.isEmpty() ? tr("Nothing to undo (Ctrl+Z)") : tr("Undo: %1 (Ctrl+Z)").arg(undo));
-    actRedo->setToolTip(redo.isEmpty() ? tr("Nothing to redo (Ctrl+Shift+Z)") : tr("Redo: %1 (Ctrl+Shift+Z)").arg(redo));
+    actRedo->setToolTip(redo.isEmpty() ? tr("Nothing to redo (Ctrl+Shift+Z)")
+                                       : tr("Redo: %1 (Ctrl+Shift+Z)").arg(redo));
     lblEmpty->setVisible(!rows);
-    lblEmpty->setText(tr("The table has no rows.\nInsert one (Ins), paste rows from a spreadsheet (Ctrl+V), or open a "
-                         "table (Ctrl+O)."));
+    lblEmpty->setText(
+        tr("The table has no rows.\nInsert one (Ins), paste rows from a spreadsheet (Ctrl+V), or open a "
+           "table (Ctrl+O)."));
     ShowPreview();
     ShowFooter({});
 }
@@ -504,7 +515,9 @@ void frmTables::ShowPreview()
     if (any && m_document.Kind() == TableKind::Flags) {
         const int row = m_document.Cells(current.row())[2].toInt();
         shown = row >= 0 && row < m_registers.GetNumSBSRows()
-            ? tr("Bits of register row %1, %2").arg(row).arg(ShownDescription(m_registers.GetSBSDesc(static_cast<std::int16_t>(row))))
+            ? tr("Bits of register row %1, %2")
+                  .arg(row)
+                  .arg(ShownDescription(m_registers.GetSBSDesc(static_cast<std::int16_t>(row))))
             : tr("Bits of register row %1, which the target's register table does not have").arg(row);
     }
     m_preview->Show(m_document.Kind(), any ? m_document.Cells(current.row()) : QStringList(), shown);
@@ -520,7 +533,9 @@ void frmTables::ShowFooter(const QString& text, bool refused)
             shown += QStringLiteral(" \u00b7 ") + m_document.Check(*wrong).Text;
             alarm = true;
         } else {
-            shown += m_document.Changed() ? tr(" \u00b7 not saved") : m_document.Path().isEmpty() ? QString() : tr(" \u00b7 saved");
+            shown += m_document.Changed()     ? tr(" \u00b7 not saved")
+                : m_document.Path().isEmpty() ? QString()
+                                              : tr(" \u00b7 saved");
         }
     }
     QPalette palette = this->palette();
@@ -541,7 +556,8 @@ void frmTables::ReadNow()
 
 void frmTables::TryRead(int triesLeft)
 {
-    const bool busy = BusSequence::Running() || ExclusiveAccess::HeldBelow(); // cannot go on while we wait for it
+    const bool busy
+        = BusSequence::Running() || ExclusiveAccess::HeldBelow(); // cannot go on while we wait for it
     m_waiting = busy && triesLeft > 0;
     if (m_waiting) {
         QTimer::singleShot(kRetryMs, this, [this, triesLeft] {
@@ -571,15 +587,18 @@ void frmTables::TryRead(int triesLeft)
     } else {
         const ExclusiveAccess access(m_context->access, objectName());
         RegisterReader reader(m_context->usb, m_context->state, m_context->target);
-        const ErrorCode code = access ? reader.Read(static_cast<ReadStyle>(record.ReadStyle), record.ReadCommand, raw)
-                                      : ErrorCode::Ok;
+        const ErrorCode code = access
+            ? reader.Read(static_cast<ReadStyle>(record.ReadStyle), record.ReadCommand, raw)
+            : ErrorCode::Ok;
         if (!access)
             problem = tr("Not read: the bus was not free.");
         else if (Failed(code))
             problem = tr("Read failed (%1): %2").arg(Number(code)).arg(ErrorCodeToText(code));
     }
     if (problem.isEmpty())
-        m_preview->SetRaw(raw, tr("Read from the gauge at %1").arg(m_context->time.Now().toString(QStringLiteral("hh:mm:ss"))));
+        m_preview->SetRaw(
+            raw,
+            tr("Read from the gauge at %1").arg(m_context->time.Now().toString(QStringLiteral("hh:mm:ss"))));
     else
         m_preview->SetReadProblem(problem);
     EndReading();
@@ -596,7 +615,8 @@ void frmTables::resizeEvent(QResizeEvent* event)
 {
     ChildView::resizeEvent(event);
     for (QToolButton* button : m_wordButtons)
-        button->setToolButtonStyle(width() < kWordWidth ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
+        button->setToolButtonStyle(width() < kWordWidth ? Qt::ToolButtonIconOnly
+                                                        : Qt::ToolButtonTextBesideIcon);
     m_preview->SetCompact(height() < kLow);
 }
 

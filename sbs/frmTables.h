@@ -15,14 +15,15 @@ class TablePreviewPane;
 class QSplitter;
 class QToolButton;
 
-/// Edits register, flag and flash-target tables, with a preview of what the register view makes of the current row.
-/// It needs neither adapter nor target.
+/// Edits register, flag and flash-target tables, with a preview of what the register view makes of the
+/// current row. It needs neither adapter nor target.
 class frmTables final : public ChildView {
     Q_OBJECT
 public:
     /// Opens the register table of the target, when there is one.
     /// @param context  nullptr: nothing is read from a gauge. All of it outlives the view.
-    frmTables(ProfileStore& profiles, const StartupState& state, UserMessages& messages, GaugeContext* context);
+    frmTables(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
+              GaugeContext* context);
     ~frmTables() override;
 
     void Applyskin() override;

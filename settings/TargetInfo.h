@@ -6,8 +6,8 @@
 
 #include <vector>
 
-/// One button of the view selector. The key says what it opens: "SBS", "DF", "Cal", "Pro", any other text is a
-/// plug-in's mode.
+/// One button of the view selector. The key says what it opens: "SBS", "DF", "Cal", "Pro", any other text is
+/// a plug-in's mode.
 struct ViewButton {
     QString Key;
     QString Caption;

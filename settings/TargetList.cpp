@@ -55,10 +55,13 @@ void TargetList::Load()
         const qsizetype equals = line.indexOf(QLatin1Char('='));
         if (equals < 0 || line.trimmed().startsWith(QLatin1Char(';')))
             continue;
-        TargetEntry entry{.key = line.left(equals).trimmed(), .file = line.mid(equals + 1).trimmed(), .name = {}, .line = {}};
+        TargetEntry entry{.key = line.left(equals).trimmed(),
+                          .file = line.mid(equals + 1).trimmed(),
+                          .name = {},
+                          .line = {}};
         entry.name = m_profiles.String(ResolvePath(m_state.ProgramFolder, entry.file), u"Device", u"Name");
-        entry.line
-            = entry.name + QStringLiteral(" (Dev:") + ShownDevice(entry.key) + QStringLiteral(") -") + entry.key;
+        entry.line = entry.name + QStringLiteral(" (Dev:") + ShownDevice(entry.key) + QStringLiteral(") -")
+            + entry.key;
         m_entries.push_back(std::move(entry));
     }
     if (!fits)

@@ -31,10 +31,12 @@ struct TargetDetails {
 class TargetList {
 public:
     TargetList(ProfileStore& profiles, UserMessages& messages, const StartupState& state)
-        : m_profiles(profiles), m_messages(messages), m_state(state) {}
+        : m_profiles(profiles), m_messages(messages), m_state(state)
+    {
+    }
 
-    /// Reads the list anew. A section longer than the 4096 characters that it may have gives a message, and the
-    /// whole entries that fit.
+    /// Reads the list anew. A section longer than the 4096 characters that it may have gives a message, and
+    /// the whole entries that fit.
     void Load();
     [[nodiscard]] const std::vector<TargetEntry>& Entries() const { return m_entries; }
     /// The entry of a line, compared exactly; nothing when no entry has it.
@@ -42,8 +44,8 @@ public:
 
     [[nodiscard]] TargetDetails Details(const TargetEntry& entry) const;
 
-    /// "All", then the categories in alphabetical order: a name's first word up to and with its first number, so
-    /// that "zm41k36" and "zm41k48" stand together in "zm41".
+    /// "All", then the categories in alphabetical order: a name's first word up to and with its first number,
+    /// so that "zm41k36" and "zm41k48" stand together in "zm41".
     [[nodiscard]] QStringList Categories() const;
     /// "All" in either case gives every line, any other category the lines that begin with its text.
     [[nodiscard]] QStringList LinesOf(const QString& category) const;

@@ -34,11 +34,13 @@ std::unique_ptr<Pc61vRW> MakeReplay(const AdapterSettings& adapter, ProfileStore
     return std::make_unique<ReplayAdapter>(time, adapter.ReplayFile);
 }
 
-std::unique_ptr<Pc61vRW> MakeSimulated(const AdapterSettings& /*adapter*/, ProfileStore& profiles,
+std::unique_ptr<Pc61vRW> MakeSimulated(const AdapterSettings& adapter, ProfileStore& profiles,
                                        const StartupState& state, TimeSource& time)
 {
-    return std::make_unique<SimulatedAdapter>(time,
-                                              ReadSimulatorSettings(profiles, state.ProgramSettingsFile));
+    SimulatorSettings settings = ReadSimulatorSettings(profiles, state.ProgramSettingsFile);
+    if (adapter.PackOutrunsClock && settings.Speed > 0)
+        settings.TimeFactor = settings.Speed;
+    return std::make_unique<SimulatedAdapter>(time, settings);
 }
 
 constexpr std::array kBackEnds{

@@ -314,7 +314,7 @@ std::int16_t SimulatedAdapter::AdpOpenDevice(QString& name)
                   .arg(name, kName);
         return -1;
     }
-    m_problem.clear();
+    m_problem = m_settings.Problems.join(QLatin1Char('\n'));
     m_faults.PlugIn();
     m_open = true;
     m_openedMicroseconds = m_bus.Microseconds();

@@ -128,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(
                  R"({"state":2,"stat":0})",
                  {kCharge},
                  1}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 TEST(ParseReplayStep, NamesWhatIsWrong)
 {

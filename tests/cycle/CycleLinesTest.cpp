@@ -85,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LineCase{"TwoPinsInvertedDischarge", 2, 0, "D", "GPIO 0=1, GPIO 1=0"},
                     LineCase{"TwoPinsOff", 2, 1, "0", "GPIO 1=0, GPIO 0=0"},
                     LineCase{"TwoPinsInvertedOff", 2, 0, "0", "GPIO 1=1, GPIO 0=1"}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 using TwoPins = Lines;
 TEST_P(TwoPins, KeepOffWhatCannotSwitchTheOtherOff)
@@ -98,6 +98,6 @@ INSTANTIATE_TEST_SUITE_P(
     FirstWriteFails, TwoPins,
     testing::Values(LineCase{"Charge", 2, 1, "C", "GPIO 1=0"}, LineCase{"Discharge", 2, 1, "D", "GPIO 0=0"},
                     LineCase{"OffGoesOnAndReleases", 2, 1, "0", "GPIO 1=0, GPIO 0=0, wires 0"}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 } // namespace

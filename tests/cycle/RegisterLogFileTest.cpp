@@ -27,12 +27,12 @@ RegisterLogData Column(const QStringList& values)
     return Parse(log);
 }
 
-/// Numbers as text, a gap as "-".
+/// Numbers as text, a gap as "_".
 QString Shown(const std::vector<double>& values)
 {
     QStringList texts;
     for (const double value : values)
-        texts << (std::isnan(value) ? QStringLiteral("-") : QString::number(value, 'g', 12));
+        texts << (std::isnan(value) ? QStringLiteral("_") : QString::number(value, 'g', 12));
     return texts.join(u' ');
 }
 
@@ -52,8 +52,7 @@ TEST_P(Values, AreReadByTheColumnTheyStandIn)
     EXPECT_EQ(Shown(data.Series[0].Values), QLatin1String(GetParam().read));
     EXPECT_EQ(data.Series[0].Hexadecimal, GetParam().hexadecimal);
     EXPECT_EQ(data.ProblemCount, GetParam().problems);
-    EXPECT_EQ(data.Series[0].Gaps,
-              QLatin1String(GetParam().read).count('-') - QLatin1String(GetParam().read).count("-1"));
+    EXPECT_EQ(data.Series[0].Gaps, QByteArray(GetParam().read).count('_'));
 }
 
 QStringList L(const char* text) { return QString::fromLatin1(text).split(u','); }
@@ -61,16 +60,16 @@ QStringList L(const char* text) { return QString::fromLatin1(text).split(u','); 
 INSTANTIATE_TEST_SUITE_P(
     Notations, Values,
     testing::Values(ValueCase{"Decimal", L("3712,371.2,-1.5,0,0.05"), "3712 371.2 -1.5 0 0.05", false, 0},
-                    ValueCase{"FailedReadIsAGap", L("1,,3, "), "1 - 3 -", false, 0},
+                    ValueCase{"FailedReadIsAGap", L("1,,3, "), "1 _ 3 _", false, 0},
                     ValueCase{"DigitsStayDecimal", L("10,20"), "10 20", false, 0},
                     ValueCase{"LetterMakesHexadecimal", L("1234,00C0,5a6f"), "4660 192 23151", true, 0},
-                    ValueCase{"LeadingZeroMakesHexadecimal", L("10,0081,,20"), "16 129 - 32", true, 0},
-                    ValueCase{"SignUndoesHexadecimal", L("0081,00C0,-1"), "81 - -1", false, 0},
-                    ValueCase{"HexadecimalInADecimalColumn", L("1.5,C0,007"), "1.5 - 7", false, 1},
+                    ValueCase{"LeadingZeroMakesHexadecimal", L("10,0081,,20"), "16 129 _ 32", true, 0},
+                    ValueCase{"SignUndoesHexadecimal", L("0081,00C0,-1"), "81 _ -1", false, 0},
+                    ValueCase{"HexadecimalInADecimalColumn", L("1.5,C0,007"), "1.5 _ 7", false, 1},
                     ValueCase{"LongNumbers", L("123456789,12345678901234567890,1e+20"),
                               "123456789 1.23456789012e+19 1e+20", false, 0},
-                    ValueCase{"TextsAreReported", L("12:30,inf,nan,3,-,1.2.3"), "- - - 3 - -", false, 5}),
-    [](const auto& info) { return info.param.name; });
+                    ValueCase{"TextsAreReported", L("12:30,inf,nan,3,-,1.2.3"), "_ _ _ 3 _ _", false, 5}),
+    [](const auto& row) { return row.param.name; });
 
 struct TimeCase {
     const char* name;
@@ -104,7 +103,7 @@ INSTANTIATE_TEST_SUITE_P(
         TimeCase{"UnusableTimeCountsToTheSecondBefore", "1 x 0|2 x 7|3 x abc|4 x 1e300|5 x 8", kFull,
                  "0 7 7.33333333333 7.66666666667 8"},
         TimeCase{"NoTimeAtAll", "1|2|3", "Sample\tX", "0 1 2"}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 struct OddCase {
     const char* name;
@@ -130,7 +129,7 @@ const QByteArray kCaptions = "Sample\tStamp\t~Elapsed(s)\tA\tB\n";
 INSTANTIATE_TEST_SUITE_P(
     Files, OddLogs,
     testing::Values(
-        OddCase{"Empty", "", 0, {0}}, OddCase{"Binary", QByteArray("\0\xFF\t\r\n\x80", 6), 0, {1, 0}},
+        OddCase{"Empty", "", 0, {0}}, OddCase{"Binary", QByteArray("\0\xFF\t\r\n\x80", 6), 0, {2, 0}},
         OddCase{"LineFeedsOnly", kCaptions + "1\t09:00:00\t0\t1\t2\n", 1, {}},
         OddCase{"NoLineEnd", kCaptions + "1\t09:00:00\t0\t1\t2", 0, {2}},
         OddCase{"ShortRecord", kCaptions + "1\t09:00:00\t0\t1\n", 1, {2}},
@@ -147,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(
                 kCaptions + "1\t09:00:00\t0\t" + QByteArray(2 << 20, '7') + "\n1\t09:00:00\t0\t1\t2\n",
                 1,
                 {2}}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 TEST(RegisterLogFile, ReadsEveryCutUpToItsLastWholeRecord)
 {
@@ -159,6 +158,10 @@ TEST(RegisterLogFile, ReadsEveryCutUpToItsLastWholeRecord)
     EXPECT_EQ(whole.FlaggedRecords, std::vector<std::int64_t>{1});
     EXPECT_EQ(whole.Start, QDateTime(QDate(2026, 1, 5), QTime(23, 59, 58)));
     EXPECT_EQ(whole.Head.size(), 4);
+    const ValueHistory volts = HistoryOf(whole, 0);
+    EXPECT_EQ(volts.TimeMs(1), 5000);
+    EXPECT_TRUE(std::isnan(volts.Value(0, 1)));
+    EXPECT_EQ(volts.Value(0, 2), -5);
     for (qsizetype length = 0; length < log.size(); ++length) {
         const QByteArray cut = log.left(length);
         const qsizetype wholeLines = cut.count('\n');
@@ -228,7 +231,7 @@ TEST(CompareLogs, LaysRunsOverEachOther)
     EXPECT_EQ(both.Series[0].Largest, 15);
     EXPECT_EQ(both.Series[0].Mean, -2.5);
     EXPECT_EQ(Shown(both.Series[1].Second), QStringLiteral("176 192")) << "words are not mixed";
-    EXPECT_EQ(Shown(both.Series[2].Second), QStringLiteral("- 9")) << "no point across a gap";
+    EXPECT_EQ(Shown(both.Series[2].Second), QStringLiteral("_ 9")) << "no point across a gap";
     EXPECT_EQ(both.Series[2].Count, 1);
     EXPECT_EQ(both.OnlyInFirst, QStringList{QStringLiteral("Old")});
     EXPECT_EQ(both.OnlyInSecond, QStringList{QStringLiteral("New")});

@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+
+#include <sys/resource.h>
+
 namespace {
 
 struct RegisterLogTest : testing::Test {
@@ -130,17 +134,27 @@ INSTANTIATE_TEST_SUITE_P(
                     AnswerCase{
                         "RetryAsksAgain", {Answer::Retry, Answer::Retry, Answer::Ignore}, false, false, true},
                     AnswerCase{"RetryWrites", {Answer::Retry}, true, true, true}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(RegisterLogTest, FullDiskLeavesNoHalfRecordAndIsToldOnce)
 {
     ASSERT_EQ(Start(time), QString());
-    ASSERT_TRUE(QFile::remove(path) && QFile::link(QStringLiteral("/dev/full"), path));
+    const QByteArray before = Content();
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit tight{static_cast<rlim_t>(before.size()) + 5, old.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
     EXPECT_FALSE(log->Record(Text, false));
     EXPECT_FALSE(log->Record(Text, false));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
+    std::signal(SIGXFSZ, oldHandler);
+
+    EXPECT_EQ(Content(), before);
     EXPECT_EQ(messages.texts.size(), 1);
     EXPECT_TRUE(log->LastProblem().startsWith(QStringLiteral("Sample 1 could not be written to ") + path));
-    EXPECT_TRUE(log->IsLogging());
+    EXPECT_TRUE(log->Record(Text, false));
+    EXPECT_EQ(log->LastProblem(), QString());
 }
 
 } // namespace

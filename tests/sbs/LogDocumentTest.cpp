@@ -13,11 +13,13 @@
 
 namespace {
 
-RegisterLogData Log(const QByteArray& captions, const QList<QByteArray>& records, const QByteArray& date = "2026-01-05")
+RegisterLogData Log(const QByteArray& captions, const QList<QByteArray>& records,
+                    const QByteArray& date = "2026-01-05")
 {
     QByteArray text = "Gauge\r\n" + date + "\r\nSample\tStamp\t~Elapsed(s)\t" + captions + "\r\n";
     for (int i = 0; i < records.size(); ++i)
-        text += QByteArray::number(i + 1) + "\t09:00:00\t" + QByteArray::number(i * 5) + '\t' + records[i] + "\r\n";
+        text += QByteArray::number(i + 1) + "\t09:00:00\t" + QByteArray::number(i * 5) + '\t' + records[i]
+            + "\r\n";
     return ParseRegisterLog({text.constData(), static_cast<std::size_t>(text.size())});
 }
 
@@ -31,7 +33,8 @@ TEST(LogDocument, CountsOnlyWhatWasRead)
     EXPECT_EQ(volts.Mean, 15);
     EXPECT_EQ(volts.Gaps, 1);
     EXPECT_EQ(document.Columns()[1].Values, 0);
-    EXPECT_EQ(LogNumber(document.Columns()[2].Max, document.Columns()[2].Hexadecimal), QStringLiteral("00C0"));
+    EXPECT_EQ(LogNumber(document.Columns()[2].Max, document.Columns()[2].Hexadecimal),
+              QStringLiteral("00C0"));
     EXPECT_EQ(document.Suggested(), std::vector<std::size_t>{0});
 }
 
@@ -53,7 +56,8 @@ TEST(LogDocument, DrawsAColumnAtItsTimesAndLeavesItsGaps)
 TEST(LogDocument, NoCurveIsPressedFlatWhileAnAxisIsFree)
 {
     LogDocument document;
-    document.SetFirst(Log("Volt\tCell\tAmp\tTemp\tAge\tBig", {"14000\t3500\t-1500\t25\t1\t1e6", "16800\t4200\t2000\t30\t2\t9e6"}));
+    document.SetFirst(Log("Volt\tCell\tAmp\tTemp\tAge\tBig",
+                          {"14000\t3500\t-1500\t25\t1\t1e6", "16800\t4200\t2000\t30\t2\t9e6"}));
     const std::vector<PlotCurve> curves = document.Curves({0, 1, 2, 3, 4, 5}, LogComparing::Overlay);
     QStringList axes;
     for (const PlotCurve& curve : curves)

@@ -13,8 +13,7 @@
 
 namespace {
 
-const QStringList kVoltage
-    = QStringLiteral("!Voltage;Volt;1;9;x/1000;x*1000;1;d.000;V").split(u';');
+const QStringList kVoltage = QStringLiteral("!Voltage;Volt;1;9;x/1000;x*1000;1;d.000;V").split(u';');
 const QStringList kStatus = QStringLiteral("Status;;1;16;x;x;0;hhhh;hex").split(u';');
 
 QString Tsv(const std::vector<QStringList>& rows)
@@ -93,7 +92,9 @@ TEST_F(TableDocumentFiles, GiveBackWhatWasSavedAndTellTheirKind)
         {TableKind::Registers, QStringLiteral("empty.sbs"), {}},
         {TableKind::Flags, QStringLiteral("f.bin"), {QStringLiteral("Status;A||B;1;16").split(u';')}},
         {TableKind::Flags, QStringLiteral("defaultFlags.sbs"), {}},
-        {TableKind::Targets, QStringLiteral("Srec.tgt"), {QStringLiteral("T;-1;1;2;3;-2147483648;5").split(u';')}},
+        {TableKind::Targets,
+         QStringLiteral("Srec.tgt"),
+         {QStringLiteral("T;-1;1;2;3;-2147483648;5").split(u';')}},
     };
     for (const Case& row : cases) {
         const QString file = folder.filePath(row.file);
@@ -209,7 +210,10 @@ TEST(TableDocument, PastesWhatSpreadsheetsCopy)
     };
     const Case cases[]{
         {QStringLiteral("A\tB\r\nC\tD\r\n"), {0, 0}, QStringLiteral("A B C D"), false},
-        {QStringLiteral("\"A\tx\"\t\"say \"\"b\"\"\"\nC\tD"), {0, 0}, QStringLiteral("A\tx say \"b\" C D"), false},
+        {QStringLiteral("\"A\tx\"\t\"say \"\"b\"\"\"\nC\tD"),
+         {0, 0},
+         QStringLiteral("A\tx say \"b\" C D"),
+         false},
         {QStringLiteral("A\"\t\tB"), {1, 0}, QStringLiteral("Voltage Volt A\" "), false},
         {QStringLiteral("m\tn"), {0, 8}, QStringLiteral("Voltage Volt Voltage Volt"), true},
     };
@@ -218,7 +222,8 @@ TEST(TableDocument, PastesWhatSpreadsheetsCopy)
         const QStringList cells = QStringList(kVoltage).replaceInStrings(QStringLiteral("!"), QString());
         document.Paste({0, 0}, Tsv({cells, cells}));
         EXPECT_EQ(document.Paste(row.at, row.text).Cut, row.cut);
-        EXPECT_EQ(QStringList(document.Cells(0).mid(0, 2) + document.Cells(1).mid(0, 2)).join(u' '), row.cells);
+        EXPECT_EQ(QStringList(document.Cells(0).mid(0, 2) + document.Cells(1).mid(0, 2)).join(u' '),
+                  row.cells);
         const std::vector<QStringList> rows = RowsOf(document);
         TableDocument copy;
         copy.Paste({0, 0}, document.Copy(0, 1, 0, 8));
@@ -258,14 +263,16 @@ INSTANTIATE_TEST_SUITE_P(
         CheckCase{"CommandOfTwoBytes", kReg, QStringLiteral("D;L;1;1FF;x;x;0;d;V"), 3, Level::Odd},
         CheckCase{"SubcommandOfTwoBytes", kReg, QStringLiteral("D;L;2;1FF;x;x;0;d;V"), 3, Level::Fine},
         CheckCase{"FactorCut", kReg, QStringLiteral("D;L;1;9;x/(;x;0;d;V"), 4, Level::Odd},
-        CheckCase{"FactorThatFailsForOneValue", kReg, QStringLiteral("D;L;1;9;100/x;x;0;d;V"), 4, Level::Fine},
+        CheckCase{"FactorThatFailsForOneValue", kReg, QStringLiteral("D;L;1;9;100/x;x;0;d;V"), 4,
+                  Level::Fine},
         CheckCase{"WriteFactorOfAReadOnlyRow", kReg, QStringLiteral("D;L;1;9;x;?;0;d;V"), 5, Level::Fine},
         CheckCase{"WriteableTooLarge", kReg, QStringLiteral("D;L;1;9;x;x;256;d;V"), 6, Level::Wrong},
         CheckCase{"FormatInCapitals", kReg, QStringLiteral("D;L;1;9;x;x;0;D;V"), 7, Level::Odd},
         CheckCase{"OutsideTheCharacterSet", kReg, QStringLiteral("D;L;1;9;x;x;0;d;\u03a9"), 8, Level::Wrong},
         CheckCase{"MoreNamesThanBits", kFlag, QStringLiteral("F;A|B|C;0;2"), 1, Level::Odd},
         CheckCase{"NoBits", kFlag, QStringLiteral("F;A;0;0"), 3, Level::Odd},
-        CheckCase{"NumberTooWide", TableKind::Targets, QStringLiteral("T;1;2147483648;0;0;0;0"), 2, Level::Wrong}),
+        CheckCase{"NumberTooWide", TableKind::Targets, QStringLiteral("T;1;2147483648;0;0;0;0"), 2,
+                  Level::Wrong}),
     [](const auto& row) { return row.param.name; });
 
 TEST(TablePreview, ShowsWhatTheRegisterViewWouldShow)
@@ -292,7 +299,8 @@ TEST(TablePreview, ShowsWhatTheRegisterViewWouldShow)
         const TypedRaw typed = ParseRaw(row.raw, static_cast<ReadStyle>(cells[2].toShort()));
         const RegisterPreview preview = typed.Raw ? PreviewRegister(cells, *typed.Raw) : RegisterPreview{};
         EXPECT_EQ(preview.Shown, row.shown) << row.cells.toStdString();
-        EXPECT_EQ(!typed.Problem.isEmpty() || !preview.Problem.isEmpty(), row.problem) << row.cells.toStdString();
+        EXPECT_EQ(!typed.Problem.isEmpty() || !preview.Problem.isEmpty(), row.problem)
+            << row.cells.toStdString();
     }
 }
 

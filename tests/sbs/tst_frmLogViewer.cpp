@@ -82,7 +82,8 @@ TEST_F(LogViewer, ComparesAndEndsTheComparison)
 TEST_F(LogViewer, KeepsTheOpenLogWhenAnotherCannotBeRead)
 {
     Open(Write("a.log", 10, 0));
-    for (const QString& path : {folder.filePath(QStringLiteral("none.log")), folder.path(), Write("empty.log", 0, 0)}) {
+    for (const QString& path :
+         {folder.filePath(QStringLiteral("none.log")), folder.path(), Write("empty.log", 0, 0)}) {
         Open(path);
         EXPECT_TRUE(messages.texts.takeLast().contains(path));
         EXPECT_TRUE(window.windowTitle().startsWith(QStringLiteral("a.log")));

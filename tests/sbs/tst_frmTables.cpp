@@ -34,8 +34,9 @@ struct TablesWindow : testing::Test {
     {
         state.ProgramFolder = folder.path();
         TableDocument table;
-        table.Paste({0, 0}, QStringLiteral("Voltage\tVolt\t1\t9\tx/1000\tx*1000\t0\td.000\tV\n"
-                                           "Current\tAmp\t1\tA\tx\tx\t0\td\tmA\n"));
+        table.Paste({0, 0},
+                    QStringLiteral("Voltage\tVolt\t1\t9\tx/1000\tx*1000\t0\td.000\tV\n"
+                                   "Current\tAmp\t1\tA\tx\tx\t0\td\tmA\n"));
         ASSERT_EQ(table.Save(path), QString());
         window = std::make_unique<frmTables>(profiles, state, messages, &context);
         window->resize(1000, 600);
@@ -48,7 +49,10 @@ struct TablesWindow : testing::Test {
     }
     QString Text(const char* label) { return Find<QLabel>(label)->text(); }
     QTableView* Grid() { return Find<QTableView>("grdTable"); }
-    QString Cell(int row, int column) { return Grid()->model()->index(row, column).data(Qt::EditRole).toString(); }
+    QString Cell(int row, int column)
+    {
+        return Grid()->model()->index(row, column).data(Qt::EditRole).toString();
+    }
 };
 
 TEST_F(TablesWindow, KeepsAFieldThatDoesNotConvertUntilItIsMended)
@@ -58,7 +62,8 @@ TEST_F(TablesWindow, KeepsAFieldThatDoesNotConvertUntilItIsMended)
     auto* field = Find<QLineEdit>("txtCell");
     ASSERT_TRUE(field);
     field->setText(QStringLiteral("1G"));
-    EXPECT_EQ(Text("lblTableFooter"), QStringLiteral("Row 1, ReadCommand, \"1G\": not a hexadecimal number from 0 to FFFF"));
+    EXPECT_EQ(Text("lblTableFooter"),
+              QStringLiteral("Row 1, ReadCommand, \"1G\": not a hexadecimal number from 0 to FFFF"));
     QTest::keyClick(field, Qt::Key_Return);
     EXPECT_EQ(Cell(1, 3), QStringLiteral("A"));
     ASSERT_TRUE(field->isVisible());
