@@ -23,10 +23,13 @@ void DrawFrame(QPainter* painter, const QRect& rect, Rgb colour, qreal width,
 }
 
 /// The frame of anything that takes the keyboard.
-void DrawFieldFrame(QPainter* painter, const QStyleOption* option, const QBrush& fill = Qt::NoBrush)
+void DrawFieldFrame(QPainter* painter, const QStyleOption* option, const QWidget* widget,
+                    const QBrush& fill = Qt::NoBrush)
 {
     const bool enabled = option->state & QStyle::State_Enabled;
-    if (enabled && (option->state & QStyle::State_HasFocus))
+    if (widget && widget->property("refused").toBool()) // what is typed there will not be taken
+        DrawFrame(painter, option->rect, Colours().Failed, 2, fill);
+    else if (enabled && (option->state & QStyle::State_HasFocus))
         DrawFrame(painter, option->rect, Colours().SelectionHighlight, 2, fill);
     else
         DrawFrame(painter, option->rect, enabled ? Colours().Outline : Colours().Line, 1, fill);
@@ -119,13 +122,13 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
     case PE_PanelLineEdit:
         if (const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(option);
             frame && frame->lineWidth > 0)
-            DrawFieldFrame(painter, option, option->palette.brush(QPalette::Base));
+            DrawFieldFrame(painter, option, widget, option->palette.brush(QPalette::Base));
         else
             painter->fillRect(option->rect, option->palette.brush(QPalette::Base));
         return;
     case PE_Frame:
         if (widget && widget->focusPolicy() != Qt::NoFocus) { // a list, table or text, not a group
-            DrawFieldFrame(painter, option);
+            DrawFieldFrame(painter, option, widget);
             return;
         }
         DrawFrame(painter, option->rect, Colours().Line, 1);
@@ -193,7 +196,7 @@ void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
     }
     QProxyStyle::drawComplexControl(control, option, painter, widget);
     if (control == CC_ComboBox || control == CC_SpinBox)
-        DrawFieldFrame(painter, option);
+        DrawFieldFrame(painter, option, widget);
 }
 
 QSize TarnloStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,

@@ -2,9 +2,23 @@
 
 #include <algorithm>
 
-FlagLine ReadFlagLine(const ScanEngine& scan, int flag)
+std::vector<FlagBit> MakeFlagBits(const QString& bitDesc, int bitWidth, std::optional<RawValue> raw)
 {
     constexpr int kRegisterBits = 16;
+    const QStringList names = bitDesc.split(u'|');
+    const int width = std::clamp(bitWidth, 0, kMostFlagBits);
+    std::vector<FlagBit> bits;
+    for (int bit = width - 1; bit >= 0; --bit) {
+        FlagBit entry{names.value(width - 1 - bit).trimmed(), bit, std::nullopt};
+        if (raw && bit < kRegisterBits)
+            entry.Value = (*raw >> bit & 1) != 0;
+        bits.push_back(entry);
+    }
+    return bits;
+}
+
+FlagLine ReadFlagLine(const ScanEngine& scan, int flag)
+{
     const clsSBSCfgRW& tables = scan.Tables();
     const auto number = static_cast<std::int16_t>(flag);
 
@@ -14,16 +28,8 @@ FlagLine ReadFlagLine(const ScanEngine& scan, int flag)
     const bool exists = line.Row >= 0 && line.Row < scan.RowCount();
     line.Scanned = exists && scan.ScanOn(line.Row);
     const bool known = exists && scan.Row(line.Row).Raw.has_value();
-    const RawValue raw = known ? *scan.Row(line.Row).Raw : 0;
-
-    const QStringList names = tables.GetFlagBitDesc(number).split(u'|');
-    const int width = std::clamp(tables.GetFlagBitWidth(number).toInt(), 0, kMostFlagBits);
-    for (int bit = width - 1; bit >= 0; --bit) {
-        FlagBit entry{names.value(width - 1 - bit).trimmed(), bit, std::nullopt};
-        if (known && bit < kRegisterBits)
-            entry.Value = (raw >> bit & 1) != 0;
-        line.Bits.push_back(entry);
-    }
+    line.Bits = MakeFlagBits(tables.GetFlagBitDesc(number), tables.GetFlagBitWidth(number).toInt(),
+                             known ? scan.Row(line.Row).Raw : std::nullopt);
     return line;
 }
 

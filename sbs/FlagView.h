@@ -29,5 +29,10 @@ struct FlagLine {
 
 inline constexpr int kMostFlagBits = 32;
 
-/// @param flag  0 up to the number of flags; a BitWidth outside 0..kMostFlagBits is brought into that range
+/// Bits of one line; a width outside 0..kMostFlagBits is brought into that range.
+/// @param raw  nothing: no bit has a value
+[[nodiscard]] std::vector<FlagBit> MakeFlagBits(const QString& bitDesc, int bitWidth,
+                                                std::optional<RawValue> raw);
+
+/// @param flag  0 up to the number of flags
 [[nodiscard]] FlagLine ReadFlagLine(const ScanEngine& scan, int flag);

@@ -7,11 +7,9 @@
 class PlotAxis final : public QCPAxis {
     Q_OBJECT
 public:
-    PlotAxis(QCPAxisRect* parent, AxisType type, QString unit) : QCPAxis(parent, type), Unit(std::move(unit))
-    {
-    }
+    PlotAxis(QCPAxisRect* parent, AxisType type, QString key) : QCPAxis(parent, type), Key(std::move(key)) { }
 
-    const QString Unit;
+    const QString Key; ///< AxisKey of its curves
     [[nodiscard]] int Margin() const { return m_margin; }
 
 protected:

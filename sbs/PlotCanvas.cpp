@@ -72,6 +72,21 @@ void PlotCanvas::SetCurves(std::vector<PlotCurve> curves)
 
 void PlotCanvas::SetEvents(std::vector<PlotEvent> events) { m_events = std::move(events); }
 
+void PlotCanvas::SetClock(PlotClock clock)
+{
+    if (clock == m_clock)
+        return;
+    m_clock = clock;
+    if (clock == PlotClock::Wall) {
+        xAxis->setTicker(QSharedPointer<QCPAxisTickerDateTime>::create());
+    } else {
+        const auto ticker = QSharedPointer<QCPAxisTickerTime>::create();
+        ticker->setFieldWidth(QCPAxisTickerTime::tuHours, 1);
+        xAxis->setTicker(ticker);
+    }
+    ChooseTimeLabels();
+}
+
 void PlotCanvas::SetSelected(std::optional<int> place)
 {
     m_selected = place;
@@ -92,19 +107,19 @@ void PlotCanvas::SetTool(Tool tool)
 
 void PlotCanvas::MakeAxes()
 {
-    QStringList units;
+    QStringList keys;
     for (const PlotCurve& curve : m_curves)
-        if (!units.contains(curve.Unit) && units.size() < kMostAxes)
-            units << curve.Unit;
+        if (!keys.contains(AxisKey(curve)) && keys.size() < kMostAxes)
+            keys << AxisKey(curve);
     const bool same
-        = std::ranges::equal(units, m_axes, {}, {}, [](const PlotAxis* axis) { return axis->Unit; });
+        = std::ranges::equal(keys, m_axes, {}, {}, [](const PlotAxis* axis) { return axis->Key; });
     if (!same) {
         for (PlotAxis* axis : m_axes)
             m_area->removeAxis(axis);
         m_axes.clear();
-        for (const QString& unit : units) {
+        for (const QString& key : keys) {
             const auto side = m_axes.size() % 2 == 0 ? QCPAxis::atLeft : QCPAxis::atRight;
-            auto* axis = new PlotAxis(m_area, side, unit);
+            auto* axis = new PlotAxis(m_area, side, key);
             m_area->addAxis(side, axis);
             axis->setLayer(QStringLiteral("axes"));
             axis->grid()->setLayer(QStringLiteral("grid"));
@@ -117,18 +132,22 @@ void PlotCanvas::MakeAxes()
     }
     for (PlotAxis* axis : m_axes) {
         QStringList names;
-        for (const PlotCurve& curve : m_curves)
-            if (curve.Unit == axis->Unit)
-                names << curve.Name;
+        QString unit;
+        for (const PlotCurve& curve : m_curves) {
+            if (AxisKey(curve) != axis->Key)
+                continue;
+            names << curve.Name;
+            unit = curve.Unit;
+        }
         const QString title
             = names.size() <= 2 ? names.join(QStringLiteral(", ")) : tr("%1 curves").arg(names.size());
-        axis->setLabel(axis->Unit.isEmpty() ? title : QStringLiteral("%1 (%2)").arg(title, axis->Unit));
+        axis->setLabel(unit.isEmpty() ? title : QStringLiteral("%1 (%2)").arg(title, unit));
     }
 }
 
 PlotAxis* PlotCanvas::AxisOf(const PlotCurve& curve) const
 {
-    const auto axis = std::ranges::find(m_axes, curve.Unit, &PlotAxis::Unit);
+    const auto axis = std::ranges::find(m_axes, AxisKey(curve), &PlotAxis::Key);
     return axis == m_axes.end() ? nullptr : *axis;
 }
 
@@ -155,7 +174,7 @@ void PlotCanvas::FitAxes()
     for (PlotAxis* axis : m_axes) {
         std::optional<QCPRange> range;
         for (std::size_t i = 0; i < m_curves.size(); ++i) {
-            if (m_curves[i].Unit != axis->Unit || !m_lines[i].Any)
+            if (AxisKey(m_curves[i]) != axis->Key || !m_lines[i].Any)
                 continue;
             const QCPRange own(m_lines[i].Low, m_lines[i].High);
             range = range ? range->expanded(own) : own;
@@ -173,6 +192,14 @@ void PlotCanvas::ChooseTimeLabels()
     constexpr double kMinute = 60;
     constexpr double kDay = 24 * 60 * kMinute;
     const double span = xAxis->range().size();
+    if (m_clock == PlotClock::Elapsed) {
+        const auto ticker = xAxis->ticker().staticCast<QCPAxisTickerTime>();
+        ticker->setTimeFormat(span < 10                ? QStringLiteral("%h:%m:%s.%z")
+                                  : span < 8 * kMinute ? QStringLiteral("%h:%m:%s")
+                                                       : QStringLiteral("%h:%m"));
+        ticker->setTickCount(std::clamp(axisRect()->width() / 100, 2, 12));
+        return;
+    }
     const auto ticker = xAxis->ticker().staticCast<QCPAxisTickerDateTime>();
     ticker->setDateTimeFormat(span < 10                ? QStringLiteral("hh:mm:ss.zzz")
                                   : span < 8 * kMinute ? QStringLiteral("hh:mm:ss")
@@ -359,8 +386,7 @@ void PlotCanvas::mousePressEvent(QMouseEvent* event)
             QStringList lines;
             for (std::size_t i = group.first;
                  i < group.first + std::min<std::size_t>(group.count, kMostListed); ++i)
-                lines
-                    << QDateTime::fromMSecsSinceEpoch(m_events[i].AtMs).toString(QStringLiteral("hh:mm:ss  "))
+                lines << PlotTimeText(m_events[i].AtMs, m_toMs - m_fromMs, m_clock) + QStringLiteral("  ")
                         + m_events[i].Text;
             if (group.count > kMostListed)
                 lines << tr("and %1 more").arg(group.count - kMostListed);

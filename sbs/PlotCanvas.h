@@ -28,6 +28,7 @@ public:
     [[nodiscard]] bool Drawn(const PlotCurve& curve) const { return AxisOf(curve) != nullptr; }
     void SetEvents(std::vector<PlotEvent> events); ///< in order of time
     [[nodiscard]] const std::vector<PlotEvent>& Events() const { return m_events; }
+    void SetClock(PlotClock clock);
     void SetSelected(std::optional<int> place); ///< drawn wider
     void SetCursor(std::optional<std::int64_t> atMs);
     void SetTool(Tool tool);
@@ -92,6 +93,7 @@ private:
     std::optional<std::int64_t> m_cursorMs;
     std::int64_t m_fromMs = 0;
     std::int64_t m_toMs = 1;
+    PlotClock m_clock = PlotClock::Wall;
     Tool m_tool = Tool::Pan;
     std::optional<QPoint> m_pressedAt;
     std::optional<QRect> m_rubber;

@@ -80,7 +80,7 @@ void PlotCanvas::DrawAxisMarkers(QCPPainter* painter) const
             = axis->axisType() == QCPAxis::atLeft ? rect.left() - outwards : rect.right() + outwards;
         double y = rect.center().y() + metrics.horizontalAdvance(axis->label()) / 2.0 + kPitch;
         for (const PlotCurve& curve : m_curves) {
-            if (curve.Unit != axis->Unit)
+            if (AxisKey(curve) != axis->Key)
                 continue;
             if (y < rect.bottom())
                 DrawCurveMarker(*painter, QPointF(x, y), 7, curve.Place, CurveColour(curve.Place, m_colours));

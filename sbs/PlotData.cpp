@@ -134,6 +134,23 @@ std::optional<double> ValueAt(const PlotCurve& curve, std::int64_t atMs)
 
 QString PlotNumber(double value) { return QString::number(value, 'g', 10); }
 
+QString PlotTimeText(std::int64_t ms, std::int64_t spanMs, PlotClock clock)
+{
+    constexpr std::int64_t kMinuteMs = 60'000;
+    const bool fine = spanMs < kMinuteMs;
+    if (clock == PlotClock::Wall)
+        return QDateTime::fromMSecsSinceEpoch(ms).toString(fine ? QStringLiteral("hh:mm:ss.zzz")
+                                                                : QStringLiteral("hh:mm:ss"));
+    const std::int64_t seconds = std::abs(ms) / 1000;
+    const auto padded = [](std::int64_t number, int digits) {
+        return QStringLiteral("%1").arg(number, digits, 10, QLatin1Char('0'));
+    };
+    const QString sign = ms < 0 ? QStringLiteral("-") : QString();
+    return QStringLiteral("%1%2:%3:%4%5")
+        .arg(sign, QString::number(seconds / 3600), padded(seconds / 60 % 60, 2), padded(seconds % 60, 2),
+             fine ? QLatin1Char('.') + padded(std::abs(ms) % 1000, 3) : QString());
+}
+
 std::optional<PlotSpan> WholeSpan(std::span<const PlotCurve> curves)
 {
     std::optional<PlotSpan> whole;
@@ -163,14 +180,14 @@ std::vector<PlotSpan> Joined(std::vector<PlotSpan> spans)
 }
 
 QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events,
-                      std::int64_t fromMs, std::int64_t toMs)
+                      std::int64_t fromMs, std::int64_t toMs, PlotClock clock)
 {
     std::vector<PlotEvent> visible;
     std::ranges::copy_if(events, std::back_inserter(visible),
                          [&](const PlotEvent& event) { return event.AtMs >= fromMs && event.AtMs < toMs; });
     std::ranges::stable_sort(visible, {}, &PlotEvent::AtMs);
 
-    QStringList cells{QStringLiteral("Time")};
+    QStringList cells{clock == PlotClock::Wall ? QStringLiteral("Time") : QStringLiteral("Elapsed (s)")};
     for (const PlotCurve& curve : curves)
         cells << Quoted(curve.Unit.isEmpty() ? curve.Name
                                              : QStringLiteral("%1 (%2)").arg(curve.Name, curve.Unit));
@@ -180,7 +197,8 @@ QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEve
     const auto putLine = [&] { csv += cells.join(QLatin1Char(',')).toUtf8() + "\r\n"; };
     const auto startLine = [&](std::int64_t ms) {
         cells.fill(QString());
-        cells[0] = QDateTime::fromMSecsSinceEpoch(ms).toString(Qt::ISODateWithMs);
+        cells[0] = clock == PlotClock::Wall ? QDateTime::fromMSecsSinceEpoch(ms).toString(Qt::ISODateWithMs)
+                                            : QString::number(static_cast<double>(ms) / 1000, 'f', 3);
     };
     putLine();
 

@@ -19,8 +19,19 @@ struct PlotCurve {
         = 0; ///< a line joins no two values further apart than this; 0: whatever the distance
     QString Name;
     QString Unit;
+    QString Axis; ///< curves with the same text here share a value axis; empty: those with the same unit
     int Place = 0; ///< in ticking order; gives colour, marker and dash
 };
+
+[[nodiscard]] inline const QString& AxisKey(const PlotCurve& curve)
+{
+    return curve.Axis.isEmpty() ? curve.Unit : curve.Axis;
+}
+
+/// What the times of a plot mean: the wall clock, or milliseconds since a run began.
+enum class PlotClock { Wall, Elapsed };
+/// "14:08:00", with milliseconds where the span asks for them.
+[[nodiscard]] QString PlotTimeText(std::int64_t ms, std::int64_t spanMs, PlotClock clock);
 
 /// Something that happened, for the strip under the plot.
 struct PlotEvent {
@@ -64,7 +75,9 @@ struct PlotLine {
 /// Spans in order, overlapping ones joined.
 [[nodiscard]] std::vector<PlotSpan> Joined(std::vector<PlotSpan> spans);
 
-/// Every stored value of the visible span: a line a pass with its time (ISO 8601, local) and a column a
-/// curve, empty where a read failed; a line an event, named in the last column, when there are events.
+/// Every stored value of the visible span: a line a pass with its time (ISO 8601, local; seconds of an
+/// elapsed clock) and a column a curve, empty where a read failed; a line an event, named in the last column,
+/// when there are events.
 [[nodiscard]] QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEvent> events,
-                                    std::int64_t fromMs, std::int64_t toMs);
+                                    std::int64_t fromMs, std::int64_t toMs,
+                                    PlotClock clock = PlotClock::Wall);

@@ -172,6 +172,15 @@ void PlotView::SetEvents(std::vector<PlotEvent> events) { m_canvas->SetEvents(st
 
 void PlotView::SetSelected(std::optional<int> place) { m_canvas->SetSelected(place); }
 
+void PlotView::ShowRecording(PlotClock clock)
+{
+    m_recording = true;
+    m_clock = clock;
+    cmdPause->hide();
+    m_canvas->SetClock(clock);
+    ShowAll();
+}
+
 void PlotView::Advance()
 {
     if (const auto whole = WholeSpan(m_canvas->Curves()))
@@ -210,8 +219,9 @@ void PlotView::Redraw()
 
 void PlotView::ShowLegend()
 {
+    const bool live = m_time.Following() && !m_recording;
     const std::int64_t atMs = m_cursorMs.value_or(
-        m_time.Following() ? std::numeric_limits<std::int32_t>::max() * 1000LL * 1000 : m_time.ToMs() - 1);
+        live ? std::numeric_limits<std::int32_t>::max() * 1000LL * 1000 : m_time.ToMs() - 1);
     std::vector<LegendItem> items;
     for (const PlotCurve& curve : m_canvas->Curves()) {
         const std::optional<double> value = ValueAt(curve, atMs);
@@ -220,9 +230,8 @@ void PlotView::ShowLegend()
             text += tr(" (not drawn: at most %1 units)").arg(PlotCanvas::kMostAxes);
         items.push_back({curve.Place, curve.Name, text.trimmed()});
     }
-    const bool now = !m_cursorMs && m_time.Following();
-    const QString time = QDateTime::fromMSecsSinceEpoch(atMs).toString(
-        m_time.SpanMs() < kMinuteMs ? QStringLiteral("hh:mm:ss.zzz") : QStringLiteral("hh:mm:ss"));
+    const bool now = !m_cursorMs && live;
+    const QString time = PlotTimeText(atMs, m_time.SpanMs(), m_clock);
     m_legend->Show(std::move(items),
                    m_canvas->Curves().empty() ? QString()
                        : now                  ? tr("now")
@@ -270,7 +279,7 @@ void PlotView::keyPressEvent(QKeyEvent* event)
     case Qt::Key_0:
         return ShowAll();
     case Qt::Key_K:
-        return cmdPause->toggle();
+        return m_recording ? QWidget::keyPressEvent(event) : cmdPause->toggle();
     case Qt::Key_C:
         if (event->modifiers() == Qt::NoModifier)
             return cmdCursor->toggle();
@@ -324,8 +333,8 @@ QString PlotView::ExportSvg(const QString& path)
 
 QString PlotView::ExportCsv(const QString& path)
 {
-    return SaveWhole(path,
-                     VisibleCsv(m_canvas->Curves(), m_canvas->Events(), m_time.FromMs(), m_time.ToMs()));
+    return SaveWhole(
+        path, VisibleCsv(m_canvas->Curves(), m_canvas->Events(), m_time.FromMs(), m_time.ToMs(), m_clock));
 }
 
 void PlotView::AskAndExport(const QString& filter, QString (PlotView::*write)(const QString&))

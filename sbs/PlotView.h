@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sbs/PlotData.h"
 #include "sbs/PlotTime.h"
 
 #include <QWidget>
@@ -25,6 +26,9 @@ public:
     void SetCurves(std::vector<PlotCurve> curves);
     void SetEvents(std::vector<PlotEvent> events); ///< in order of time
     void SetSelected(std::optional<int> place); ///< of the row that is selected in the grid
+    /// From now on the curves are those of a recording: nothing is awaited, and values without a cursor are
+    /// those at the end of what is in sight.
+    void ShowRecording(PlotClock clock);
     void Advance(); ///< the histories have grown
     void ShowAll();
 
@@ -55,6 +59,8 @@ private:
 
     PlotTime m_time;
     std::optional<std::int64_t> m_cursorMs;
+    PlotClock m_clock = PlotClock::Wall;
+    bool m_recording = false;
     bool m_screenColours = false;
 
     QToolButton* cmdPause;

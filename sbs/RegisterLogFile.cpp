@@ -1,7 +1,6 @@
 #include "sbs/RegisterLogFile.h"
 
-#include <QFile>
-#include <QFileInfo>
+#include "sbs/RegisterLogReading.h"
 
 #include <algorithm>
 #include <array>
@@ -460,47 +459,24 @@ RegisterLogData ParseRegisterLog(std::span<const char> bytes)
 
 RegisterLogData ReadRegisterLog(const QString& path, const std::function<bool(qint64, qint64)>& progress)
 {
-    RegisterLogData failed;
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        failed.Report(0, [&] {
-            return QFileInfo(path).isFile()
-                ? QStringLiteral("%1 could not be read: %2.").arg(path, file.errorString())
-                : QStringLiteral("%1 is no file that can be read.").arg(path);
-        });
-        return failed;
-    }
-    const qint64 size = file.size();
-    RegisterLogParser parser(size);
-    std::vector<char> piece(RegisterLogParser::kLongestLine);
-    qint64 done = 0;
+    RegisterLogReading reading(path);
     bool cancelled = false;
-    bool broken = false;
-    for (;;) {
-        const qint64 count = file.read(piece.data(), static_cast<qint64>(piece.size()));
-        broken = count < 0;
-        if (count <= 0)
-            break;
-        parser.Feed({piece.data(), static_cast<std::size_t>(count)});
-        done += count;
-        cancelled = progress && !progress(done, size);
-        if (cancelled)
-            break;
-    }
-    RegisterLogData data = parser.Finish();
+    while (!cancelled && reading.Step())
+        cancelled = progress && !progress(reading.Done(), reading.Size());
+    RegisterLogData data = reading.Finish();
     data.Cancelled = cancelled;
-    if (broken)
-        data.Report(0, [&] {
-            return QStringLiteral("Reading stopped after %1 bytes: %2.").arg(done).arg(file.errorString());
-        });
     return data;
 }
 
 ValueHistory HistoryOf(const RegisterLogData& data, std::size_t series)
 {
+    return HistoryOf(data.Seconds, data.Series[series].Values);
+}
+
+ValueHistory HistoryOf(const std::vector<double>& seconds, const std::vector<double>& values)
+{
     ValueHistory history(1);
-    const std::vector<double>& values = data.Series[series].Values;
-    for (std::size_t record = 0; record < data.Records(); ++record)
-        history.Append(std::llround(data.Seconds[record] * 1000), {&values[record], 1});
+    for (std::size_t record = 0; record < values.size(); ++record)
+        history.Append(std::llround(seconds[record] * 1000), {&values[record], 1});
     return history;
 }

@@ -115,3 +115,5 @@ private:
 /// One series as plots take it: row 0, times in milliseconds on the axis of Seconds. Made for a curve when it
 /// is first shown, since a log has many registers that nobody looks at.
 [[nodiscard]] ValueHistory HistoryOf(const RegisterLogData& data, std::size_t series);
+/// The same of any values with their times.
+[[nodiscard]] ValueHistory HistoryOf(const std::vector<double>& seconds, const std::vector<double>& values);

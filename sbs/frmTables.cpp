@@ -1,0 +1,627 @@
+#include "sbs/frmTables.h"
+
+#include "comm/BusSequence.h"
+#include "look/Controls.h"
+#include "look/Icons.h"
+#include "look/Theme.h"
+#include "platform/ProgramFolder.h"
+#include "platform/WholeFile.h"
+#include "sbs/FormState.h"
+#include "sbs/RegisterReader.h"
+#include "sbs/RowTexts.h"
+#include "sbs/TableDelegate.h"
+#include "sbs/TableModel.h"
+#include "sbs/TablePreviewPane.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QBoxLayout>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHeaderView>
+#include <QShortcut>
+#include <QTimer>
+#include <QToolButton>
+
+namespace {
+
+constexpr int kRowHeight = 20;
+constexpr int kWordWidth = 1000; // below it buttons show their icons alone
+constexpr int kLow = 420;
+constexpr int kRetryMs = 20;
+constexpr int kTries = 250; // 5 s
+const QString kFilter = QStringLiteral("Tables (*.sbs *.tgt);;All files (*)");
+
+} // namespace
+
+frmTables::frmTables(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
+                     GaugeContext* context)
+    : m_profiles(profiles), m_state(state), m_messages(messages), m_context(context),
+      m_model(new TableModel(m_document, this)), cboKind(Named(new QComboBox(this), "cboKind")),
+      grdTable(Named(new QTableView(this), "grdTable")), txtFind(Named(new QLineEdit(this), "txtFind")),
+      lblFooter(Named(new QLabel(this), "lblTableFooter")),
+      lblEmpty(Named(new QLabel(this), "lblTableEmpty")),
+      m_preview(new TablePreviewPane(context != nullptr, this))
+{
+    setObjectName(QStringLiteral("frmTables"));
+    m_document.SetRegisters(&m_registers);
+    MakeActions();
+    LayOut();
+    connect(m_model, &TableModel::TableChanged, this, &frmTables::ShowAll);
+    connect(grdTable->selectionModel(), &QItemSelectionModel::currentChanged, this, &frmTables::ShowPreview);
+    connect(m_preview, &TablePreviewPane::ReadNow, this, &frmTables::ReadNow);
+    LoadRegisters();
+    const QString own
+        = ResolvePath(m_state.ProgramFolder, GetSBSCfgFilename(TableSettings(m_profiles, m_state)));
+    if (!QFileInfo(own).isFile() || !Load(own, TableKind::Registers))
+        ShowAll();
+}
+
+frmTables::~frmTables()
+{
+    delete m_model; // before the document that it watches
+}
+
+void frmTables::LoadRegisters()
+{
+    QString problem; // a target without a register table is no fault here
+    m_registers.LoadSBSInfo(
+        ResolvePath(m_state.ProgramFolder, GetSBSCfgFilename(TableSettings(m_profiles, m_state))), &problem);
+}
+
+QAction* frmTables::Add(const char* name, const QString& text, const char* icon, const QKeySequence& shortcut,
+                        void (frmTables::*does)())
+{
+    QAction* action = Named(new QAction(text, this), name);
+    if (icon)
+        action->setIcon(ThemeIcon(QLatin1String(icon)));
+    action->setShortcut(shortcut);
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    const QString plain = QString(text).remove(QLatin1Char('&')).remove(QStringLiteral("..."));
+    action->setToolTip(shortcut.isEmpty() ? plain
+                                          : QStringLiteral("%1 (%2)").arg(
+                                              plain, shortcut.toString(QKeySequence::NativeText)));
+    addAction(action); // the shortcut works while the view is in front, wherever the entry stands
+    connect(action, &QAction::triggered, this, does);
+    return action;
+}
+
+void frmTables::MakeActions()
+{
+    actOpen = Add("mnuFileOpenTable", tr("&Open table..."), "open", QKeySequence(tr("Ctrl+O")),
+                  &frmTables::AskOpen);
+    actNew = Add("mnuFileNewTable", tr("&New table"), "add", {}, &frmTables::NewTable);
+    actSave
+        = Add("mnuFileSaveTable", tr("&Save table"), "save", QKeySequence(tr("Ctrl+S")), &frmTables::SaveNow);
+    actSaveAs = Add("mnuFileSaveTableAs", tr("Save table &as..."), nullptr, {}, &frmTables::AskSaveAs);
+
+    mnuTable = new QMenu(tr("&Table"), this);
+    const auto entry = [this](QAction* action) {
+        mnuTable->addAction(action);
+        return action;
+    };
+    actUndo = entry(Add("mnuTableUndo", tr("&Undo"), "undo", QKeySequence(tr("Ctrl+Z")), &frmTables::Undo));
+    actRedo
+        = entry(Add("mnuTableRedo", tr("&Redo"), "redo", QKeySequence(tr("Ctrl+Shift+Z")), &frmTables::Redo));
+    mnuTable->addSeparator();
+    actInsert = entry(
+        Add("mnuTableInsert", tr("&Insert row"), "add", QKeySequence(tr("Ins")), &frmTables::InsertRow));
+    actDuplicate = entry(Add("mnuTableDuplicate", tr("&Duplicate rows"), "copy", QKeySequence(tr("Ctrl+D")),
+                             &frmTables::DuplicateRows));
+    actRemove = entry(Add("mnuTableRemove", tr("R&emove rows"), "remove", QKeySequence(tr("Ctrl+Del")),
+                          &frmTables::RemoveRows));
+    actUp = entry(
+        Add("mnuTableUp", tr("&Move rows up"), "prev", QKeySequence(tr("Alt+Up")), &frmTables::MoveUp));
+    actDown = entry(Add("mnuTableDown", tr("Mo&ve rows down"), "next", QKeySequence(tr("Alt+Down")),
+                        &frmTables::MoveDown));
+    mnuTable->addSeparator();
+    entry(Add("mnuTableCut", tr("Cu&t rows"), nullptr, QKeySequence(tr("Ctrl+X")), &frmTables::Cut));
+    entry(Add("mnuTableCopy", tr("&Copy"), nullptr, QKeySequence(tr("Ctrl+C")), &frmTables::Copy));
+    entry(Add("mnuTablePaste", tr("&Paste"), nullptr, QKeySequence(tr("Ctrl+V")), &frmTables::Paste));
+    mnuTable->addSeparator();
+    entry(Add("mnuTableFind", tr("&Find"), "search", QKeySequence(tr("Ctrl+F")), &frmTables::ShowSearch));
+    entry(Add("mnuTableFindNext", tr("Find &next"), nullptr, QKeySequence(tr("F3")), &frmTables::FindNext));
+    entry(Add("mnuTableFindPrevious", tr("Find pre&vious"), nullptr, QKeySequence(tr("Shift+F3")),
+              &frmTables::FindPrevious));
+    MakeOpenMenu();
+}
+
+void frmTables::MakeOpenMenu()
+{
+    const TableSettings settings(m_profiles, m_state);
+    m_openMenu = new QMenu(this);
+    const std::pair<QString, QString> own[]{
+        {tr("&Registers of the target"), GetSBSCfgFilename(settings)},
+        {tr("&Flags of the target"), GetSBSFlagsCfgFilename(settings)},
+        {tr("Flash &targets"), QStringLiteral("Srec.tgt")},
+    };
+    for (const auto& [text, file] : own) {
+        const QString path = ResolvePath(m_state.ProgramFolder, file);
+        QAction* action = m_openMenu->addAction(QStringLiteral("%1 (%2)").arg(text, file), this,
+                                                [this, path] { OpenTable(path); });
+        action->setEnabled(QFileInfo(path).isFile());
+    }
+    m_openMenu->addSeparator();
+    m_openMenu->addAction(actOpen);
+}
+
+QToolButton* frmTables::Button(QAction* action, bool withText)
+{
+    auto* button = new QToolButton(m_toolbar);
+    button->setDefaultAction(action);
+    button->setObjectName(QLatin1String("cmd") + action->objectName().mid(3));
+    button->setAccessibleName(QString(action->text()).remove(QLatin1Char('&')));
+    if (withText)
+        m_wordButtons << button;
+    return button;
+}
+
+QWidget* frmTables::MakeToolbar()
+{
+    m_toolbar = new QWidget(this);
+    auto* row = new QHBoxLayout(m_toolbar);
+    row->setContentsMargins(8, 6, 8, 6);
+    row->setSpacing(4);
+    cboKind->addItems({tr("Registers"), tr("Flags"), tr("Flash targets")});
+    cboKind->setAccessibleName(tr("Kind of table"));
+    cboKind->setToolTip(
+        tr("What the file holds. It is guessed when a file is opened;\nanother choice reads the same "
+           "file as that kind."));
+    connect(cboKind, &QComboBox::activated, this, &frmTables::ChooseKind);
+    row->addWidget(cboKind);
+    row->addSpacing(4);
+    QToolButton* open = Button(actOpen, true);
+    open->setMenu(m_openMenu);
+    open->setPopupMode(QToolButton::MenuButtonPopup);
+    open->setText(tr("Open"));
+    QToolButton* save = Button(actSave, true);
+    for (QToolButton* button : {open, Button(actNew, false), save})
+        row->addWidget(button);
+    row->addSpacing(8);
+    for (QAction* action : {actInsert, actDuplicate, actRemove, actUp, actDown})
+        row->addWidget(Button(action, action == actInsert));
+    row->addSpacing(8);
+    row->addWidget(Button(actUndo, false));
+    row->addWidget(Button(actRedo, false));
+    row->addStretch();
+    txtFind->setPlaceholderText(tr("Find (Ctrl+F)"));
+    txtFind->setAccessibleName(tr("Find in the table"));
+    txtFind->setClearButtonEnabled(true);
+    txtFind->setMaximumWidth(220);
+    row->addWidget(txtFind, 1);
+    connect(txtFind, &QLineEdit::returnPressed, this, &frmTables::FindNext);
+    connect(txtFind, &QLineEdit::textEdited, this, [this] { Find(true); });
+    auto* leave = new QShortcut(QKeySequence(Qt::Key_Escape), txtFind, nullptr, nullptr, Qt::WidgetShortcut);
+    connect(leave, &QShortcut::activated, this, [this] {
+        txtFind->clear();
+        grdTable->setFocus();
+    });
+    return m_toolbar;
+}
+
+void frmTables::LayOut()
+{
+    auto* delegate = new TableDelegate(this);
+    connect(delegate, &TableDelegate::Typed, this, &frmTables::ShowFooter);
+    connect(delegate, &TableDelegate::EditEnded, this, &frmTables::ShowAll);
+    grdTable->setModel(m_model);
+    grdTable->setItemDelegate(delegate);
+    grdTable->setAccessibleName(tr("Rows of the table"));
+    grdTable->setAlternatingRowColors(true);
+    grdTable->setShowGrid(false);
+    grdTable->setWordWrap(false);
+    grdTable->setTabKeyNavigation(false);
+    grdTable->setSelectionMode(QAbstractItemView::ContiguousSelection);
+    grdTable->setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::DoubleClicked
+                              | QAbstractItemView::AnyKeyPressed);
+    grdTable->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    grdTable->horizontalHeader()->setHighlightSections(false);
+    grdTable->verticalHeader()->setMinimumSectionSize(kRowHeight);
+    grdTable->verticalHeader()->setDefaultSectionSize(kRowHeight);
+    grdTable->verticalHeader()->setToolTip(
+        tr("Row number, from 0, by which flags and settings name the row"));
+    lblEmpty->setAlignment(Qt::AlignCenter);
+    lblEmpty->setWordWrap(true);
+    MakeSecondary(lblEmpty);
+    lblFooter->setContentsMargins(8, 2, 8, 2);
+    lblFooter->setWordWrap(true);
+
+    auto* inner = new QVBoxLayout(grdTable->viewport()); // the word stands where rows would
+    inner->addWidget(lblEmpty);
+    auto* down = new QVBoxLayout(this);
+    down->setContentsMargins(0, 0, 0, 0);
+    down->setSpacing(0);
+    down->addWidget(MakeToolbar());
+    down->addWidget(grdTable, 1);
+    down->addWidget(lblFooter);
+    down->addWidget(m_preview);
+}
+
+QList<QMenu*> frmTables::Menus() const { return {mnuTable}; }
+
+QList<QAction*> frmTables::FileActions() const { return {actNew, actOpen, actSave, actSaveAs}; }
+
+QString frmTables::Name() const
+{
+    return m_document.Path().isEmpty() ? tr("New table") : QFileInfo(m_document.Path()).fileName();
+}
+
+bool frmTables::LeaveChanges()
+{
+    if (!m_document.Changed())
+        return true;
+    const Answer answer = m_messages.Ask(tr("%1 has changes that are not saved. Save them now?").arg(Name()),
+                                         Answer::Yes | Answer::No | Answer::Cancel);
+    return answer == Answer::No || (answer == Answer::Yes && Save());
+}
+
+bool frmTables::MayClose()
+{
+    m_asked = LeaveChanges();
+    if (m_asked) // whoever asked closes at once, without a second question
+        QTimer::singleShot(0, this, [this] { m_asked = false; });
+    return m_asked;
+}
+
+void frmTables::Abandon()
+{
+    if (m_waiting)
+        EndReading();
+}
+
+void frmTables::closeEvent(QCloseEvent* event)
+{
+    Abandon();
+    event->setAccepted(!m_reading && (m_asked || MayClose()));
+}
+
+void frmTables::AskOpen()
+{
+    QFileDialog dialog(this, tr("Open table"),
+                       m_document.Path().isEmpty() ? m_state.ProgramFolder : m_document.Path(), kFilter);
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    if (dialog.exec() == QDialog::Accepted)
+        OpenTable(dialog.selectedFiles().constFirst());
+}
+
+void frmTables::OpenTable(const QString& path)
+{
+    if (!LeaveChanges())
+        return;
+    const FileBytes file = ReadWhole(path);
+    if (file.error.isEmpty())
+        Load(path, GuessKind(path, file.bytes));
+    else
+        m_messages.Show(file.error);
+}
+
+bool frmTables::Load(const QString& path, TableKind kind)
+{
+    const QString problem = m_document.Open(path, kind);
+    if (!problem.isEmpty()) {
+        m_messages.Show(problem);
+        return false;
+    }
+    grdTable->resizeColumnsToContents();
+    GoTo({0, 0});
+    if (!m_document.Note().isEmpty())
+        ShowFooter(m_document.Note(), true);
+    return true;
+}
+
+void frmTables::NewTable()
+{
+    if (LeaveChanges())
+        m_document.New(static_cast<TableKind>(cboKind->currentIndex()));
+}
+
+void frmTables::ChooseKind(int kind)
+{
+    const auto chosen = static_cast<TableKind>(kind);
+    if (chosen != m_document.Kind() && LeaveChanges()) {
+        if (m_document.Path().isEmpty())
+            m_document.New(chosen);
+        else
+            Load(m_document.Path(), chosen);
+    }
+    cboKind->setCurrentIndex(static_cast<int>(m_document.Kind()));
+}
+
+bool frmTables::Save() { return m_document.Path().isEmpty() ? SaveAs() : SaveTable(m_document.Path()); }
+
+bool frmTables::SaveAs()
+{
+    QFileDialog dialog(this, tr("Save table as"),
+                       m_document.Path().isEmpty() ? m_state.ProgramFolder : m_document.Path(), kFilter);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(m_document.Kind() == TableKind::Targets ? QStringLiteral("tgt")
+                                                                    : QStringLiteral("sbs"));
+    return dialog.exec() == QDialog::Accepted && SaveTable(dialog.selectedFiles().constFirst());
+}
+
+bool frmTables::SaveTable(const QString& path)
+{
+    const QString problem = m_document.Save(path);
+    if (!problem.isEmpty()) {
+        if (const auto place = m_document.FirstWrong())
+            GoTo(*place);
+        ShowFooter(problem, true);
+        m_messages.Show(problem);
+        return false;
+    }
+    LoadRegisters();
+    ShowAll();
+    emit StatusText(tr("%1 saved. Open views take it up when the target is chosen again.").arg(Name()));
+    return true;
+}
+
+frmTables::Selection frmTables::Selected() const
+{
+    Selection selection;
+    const QItemSelection ranges = grdTable->selectionModel()->selection();
+    const QModelIndex current = grdTable->currentIndex();
+    if (!ranges.isEmpty()) {
+        const QItemSelectionRange& range = ranges.constFirst();
+        selection = {range.top(), range.bottom(), range.left(), range.right(), {}};
+    } else if (current.isValid()) {
+        selection = {current.row(), current.row(), current.column(), current.column(), {}};
+    }
+    for (int row = selection.First; row >= 0 && row <= selection.Last; ++row)
+        selection.Rows.push_back(row);
+    return selection;
+}
+
+void frmTables::GoTo(TablePlace place)
+{
+    if (place.Row >= 0 && place.Row < m_document.Rows())
+        grdTable->setCurrentIndex(
+            m_model->index(place.Row, std::min(place.Column, m_document.Columns() - 1)));
+}
+
+void frmTables::InsertRow()
+{
+    const Selection at = Selected();
+    const int row = at.Last + 1; // behind the selection, or first in an empty table
+    m_document.Insert(row);
+    GoTo({row, 0});
+    NoteNumbers();
+}
+
+void frmTables::RemoveRows()
+{
+    const Selection at = Selected();
+    if (at.First < 0)
+        return;
+    m_document.Remove(at.Rows);
+    GoTo({std::min(at.First, m_document.Rows() - 1), m_column});
+    NoteNumbers();
+}
+
+void frmTables::DuplicateRows()
+{
+    const Selection at = Selected();
+    if (at.First < 0)
+        return;
+    m_document.Duplicate(at.First, at.Last);
+    GoTo({at.Last + 1, m_column});
+    NoteNumbers();
+}
+
+void frmTables::Move(int by)
+{
+    const Selection at = Selected();
+    if (at.First < 0 || !m_document.Move(at.First, at.Last, by))
+        return;
+    GoTo({(by < 0 ? at.First : at.Last) + by, m_column});
+    const QItemSelection moved(m_model->index(at.First + by, at.FirstColumn),
+                               m_model->index(at.Last + by, at.LastColumn));
+    grdTable->selectionModel()->select(moved, QItemSelectionModel::ClearAndSelect);
+    NoteNumbers();
+}
+
+void frmTables::NoteNumbers()
+{
+    if (m_document.Kind() == TableKind::Registers)
+        ShowFooter(tr(
+            "Row numbers have changed. Flag rows, scan and log switches and the rows named in settings keep "
+            "the old numbers: check them."));
+}
+
+void frmTables::Cut()
+{
+    Copy();
+    RemoveRows();
+}
+
+void frmTables::Copy()
+{
+    const Selection at = Selected();
+    if (at.First >= 0)
+        QApplication::clipboard()->setText(m_document.Copy(at.First, at.Last, at.FirstColumn, at.LastColumn));
+}
+
+void frmTables::Paste()
+{
+    const Selection at = Selected();
+    const TableDocument::Pasted pasted
+        = m_document.Paste({std::max(at.First, 0), at.FirstColumn}, QApplication::clipboard()->text());
+    if (!pasted.Problem.isEmpty()) {
+        ShowFooter(pasted.Problem, true);
+        return;
+    }
+    GoTo({std::max(at.First, 0), at.FirstColumn});
+    QString text = tr("%1 rows pasted, %2 of them added at the end").arg(pasted.Rows).arg(pasted.Added);
+    if (pasted.Cut)
+        text += tr(". What stood right of the last column was left out");
+    if (const auto wrong = m_document.FirstWrong())
+        text += QStringLiteral(". ") + m_document.Check(*wrong).Text;
+    ShowFooter(text, pasted.Cut || m_document.FirstWrong());
+}
+
+void frmTables::ShowSearch()
+{
+    txtFind->setFocus();
+    txtFind->selectAll();
+}
+
+void frmTables::Find(bool forward)
+{
+    if (txtFind->text().isEmpty())
+        return;
+    const QModelIndex current = grdTable->currentIndex();
+    const TablePlace from = current.isValid() ? TablePlace{current.row(), current.column()} : TablePlace{};
+    const auto place = m_document.Find(txtFind->text(), from, forward);
+    txtFind->setProperty("refused", !place);
+    txtFind->update();
+    if (place)
+        GoTo(*place);
+    else
+        ShowFooter(tr("\"%1\" stands in no cell.").arg(txtFind->text()), true);
+}
+
+void frmTables::ShowAll()
+{
+    setWindowTitle(QStringLiteral("%1%2 - %3")
+                       .arg(Name(), m_document.Changed() ? QStringLiteral("*") : QString(), tr("Tables")));
+    cboKind->setCurrentIndex(static_cast<int>(m_document.Kind()));
+    const bool rows = m_document.Rows() > 0;
+    actSave->setEnabled(m_document.Changed() || m_document.Path().isEmpty());
+    for (QAction* action : {actDuplicate, actRemove, actUp, actDown})
+        action->setEnabled(rows);
+    const QString undo = m_document.UndoText();
+    const QString redo = m_document.RedoText();
+    actUndo->setEnabled(!undo.isEmpty());
+    actRedo->setEnabled(!redo.isEmpty());
+    actUndo->setToolTip(undo.isEmpty() ? tr("Nothing to undo (Ctrl+Z)") : tr("Undo: %1 (Ctrl+Z)").arg(undo));
+    actRedo->setToolTip(redo.isEmpty() ? tr("Nothing to redo (Ctrl+Shift+Z)")
+                                       : tr("Redo: %1 (Ctrl+Shift+Z)").arg(redo));
+    lblEmpty->setVisible(!rows);
+    lblEmpty->setText(
+        tr("The table has no rows.\nInsert one (Ins), paste rows from a spreadsheet (Ctrl+V), or open a "
+           "table (Ctrl+O)."));
+    ShowPreview();
+    ShowFooter({});
+}
+
+void frmTables::ShowPreview()
+{
+    const QModelIndex current = grdTable->currentIndex();
+    const bool any = current.isValid() && current.row() < m_document.Rows();
+    if (any)
+        m_column = current.column();
+    QString shown;
+    if (any && m_document.Kind() == TableKind::Flags) {
+        const int row = m_document.Cells(current.row())[2].toInt();
+        shown = row >= 0 && row < m_registers.GetNumSBSRows()
+            ? tr("Bits of register row %1, %2")
+                  .arg(row)
+                  .arg(ShownDescription(m_registers.GetSBSDesc(static_cast<std::int16_t>(row))))
+            : tr("Bits of register row %1, which the target's register table does not have").arg(row);
+    }
+    m_preview->Show(m_document.Kind(), any ? m_document.Cells(current.row()) : QStringList(), shown);
+}
+
+void frmTables::ShowFooter(const QString& text, bool refused)
+{
+    QString shown = text;
+    bool alarm = refused;
+    if (text.isEmpty()) {
+        shown = tr("%1 rows").arg(m_document.Rows());
+        if (const auto wrong = m_document.FirstWrong()) {
+            shown += QStringLiteral(" \u00b7 ") + m_document.Check(*wrong).Text;
+            alarm = true;
+        } else {
+            shown += m_document.Changed()     ? tr(" \u00b7 not saved")
+                : m_document.Path().isEmpty() ? QString()
+                                              : tr(" \u00b7 saved");
+        }
+    }
+    QPalette palette = this->palette();
+    const SkinColours& colours = Theme::Current().Colours();
+    palette.setColor(QPalette::WindowText, ToColour(alarm ? colours.Failed : colours.TextSecondary));
+    lblFooter->setPalette(palette);
+    lblFooter->setText(shown);
+}
+
+void frmTables::ReadNow()
+{
+    if (!m_context || m_reading || !grdTable->currentIndex().isValid())
+        return;
+    m_reading = true;
+    m_preview->SetReading(true);
+    TryRead(kTries);
+}
+
+void frmTables::TryRead(int triesLeft)
+{
+    const bool busy
+        = BusSequence::Running() || ExclusiveAccess::HeldBelow(); // cannot go on while we wait for it
+    m_waiting = busy && triesLeft > 0;
+    if (m_waiting) {
+        QTimer::singleShot(kRetryMs, this, [this, triesLeft] {
+            if (m_waiting)
+                TryRead(triesLeft - 1);
+        });
+        return;
+    }
+    SBSInfoRec record;
+    const QModelIndex current = grdTable->currentIndex();
+    bool known = current.isValid();
+    if (known && m_document.Kind() == TableKind::Registers) {
+        const QStringList& cells = m_document.Cells(current.row());
+        record.ReadStyle = cells[2].toShort();
+        record.ReadCommand = static_cast<std::int16_t>(cells[3].toUShort(nullptr, 16));
+    } else if (known) {
+        const int row = m_document.Cells(current.row())[2].toInt();
+        known = row >= 0 && row < m_registers.GetNumSBSRows()
+            && m_registers.GetSBSRow(static_cast<std::int16_t>(row), record);
+    }
+    QString problem;
+    RawValue raw = 0;
+    if (!known) {
+        problem = tr("Not read: the register row is not known.");
+    } else if (busy) {
+        problem = tr("Not read: the bus is held by a running sequence. Try again when it has ended.");
+    } else {
+        const ExclusiveAccess access(m_context->access, objectName());
+        RegisterReader reader(m_context->usb, m_context->state, m_context->target);
+        const ErrorCode code = access
+            ? reader.Read(static_cast<ReadStyle>(record.ReadStyle), record.ReadCommand, raw)
+            : ErrorCode::Ok;
+        if (!access)
+            problem = tr("Not read: the bus was not free.");
+        else if (Failed(code))
+            problem = tr("Read failed (%1): %2").arg(Number(code)).arg(ErrorCodeToText(code));
+    }
+    if (problem.isEmpty())
+        m_preview->SetRaw(
+            raw,
+            tr("Read from the gauge at %1").arg(m_context->time.Now().toString(QStringLiteral("hh:mm:ss"))));
+    else
+        m_preview->SetReadProblem(problem);
+    EndReading();
+}
+
+void frmTables::EndReading()
+{
+    m_waiting = false;
+    m_reading = false;
+    m_preview->SetReading(false);
+}
+
+void frmTables::resizeEvent(QResizeEvent* event)
+{
+    ChildView::resizeEvent(event);
+    for (QToolButton* button : m_wordButtons)
+        button->setToolButtonStyle(width() < kWordWidth ? Qt::ToolButtonIconOnly
+                                                        : Qt::ToolButtonTextBesideIcon);
+    m_preview->SetCompact(height() < kLow);
+}
+
+void frmTables::Applyskin()
+{
+    grdTable->viewport()->update();
+    ShowFooter({});
+}
