@@ -139,9 +139,10 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
         return;
     }
     case PE_FrameFocusRect:
-        if (widget && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")
-                       || widget->inherits("QRadioButton")))
-            return; // their frame shows it
+        if (widget
+            && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")
+                || widget->inherits("QRadioButton") || widget->inherits("QListView")))
+            return; // their frame, and a list's selected line, show it
         break;
     default:
         break;
