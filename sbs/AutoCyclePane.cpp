@@ -249,6 +249,7 @@ void AutoCyclePane::NoteState(CycleState before, EventLog& events)
     if (m_runNoted && !facts.Running && !noted) // ended with the lines as they were
         events.Add(RegisterEvent::Kind::Stop, tr("Auto-cycle: %1").arg(facts.StopReason));
     m_runNoted = facts.Running;
+    Refresh(); // the limits are those of the step that was just made
 }
 
 bool AutoCyclePane::Note(CycleState state, EventLog& events)

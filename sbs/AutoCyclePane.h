@@ -28,8 +28,8 @@ public:
 
     /// The Auto-Cycle menu: start, stop, wiring and levels, settings, help.
     [[nodiscard]] QMenu* MakeMenu(QWidget* parent);
-    void Refresh(); ///< after a pass, and about once a second
-    /// Notes a change of the state since before in the events.
+    void Refresh(); ///< about once a second
+    /// Notes a change of the state since before in the events, and shows it. Call it after each step.
     void NoteState(CycleState before, EventLog& events);
     void Applyskin();
 

@@ -43,7 +43,11 @@ void AutoCyclePane::LayOut()
     auto* area = new QScrollArea(this);
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
-    area->setWidget(MakeContent());
+    QWidget* content = MakeContent();
+    area->setWidget(content);
+    for (QWidget* page : {area->viewport(), content}) // as the other tabs
+        page->setBackgroundRole(QPalette::Base);
+    content->setAutoFillBackground(true);
     area->setFocusPolicy(Qt::NoFocus);
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);

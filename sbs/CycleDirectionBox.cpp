@@ -119,6 +119,7 @@ void CycleDirectionBox::LayOut(bool charge)
     m_bitGrid->setVerticalSpacing(0);
     grid->addLayout(m_bitGrid, 3, 0, 1, 3);
     auto* sums = new QHBoxLayout;
+    sums->setSpacing(16);
     sums->addWidget(m_any);
     sums->addWidget(m_all);
     sums->addStretch();

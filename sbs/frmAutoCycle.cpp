@@ -12,7 +12,7 @@
 #include <QResizeEvent>
 #include <QScreen>
 #include <QScrollArea>
-#include <QScrollBar>
+#include <QShortcut>
 
 QString RawUnit(const ScanEngine& scan, std::int32_t row)
 {
@@ -68,11 +68,14 @@ frmAutoCycle::frmAutoCycle(AutoCycle& cycle, TableSettings& settings, const Scan
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
     connect(cmdOK, &QPushButton::clicked, this, &frmAutoCycle::accept);
     connect(&Theme::Current(), &Theme::Changed, this, &frmAutoCycle::Applyskin);
+    // this window stands before the main window during a run and keeps its shortcuts away
+    auto* stop = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_X), this);
+    connect(stop, &QShortcut::activated, this, [this] { m_cycle.StopAndSwitchOff(tr("Stopped by hand.")); });
     Applyskin();
     Review();
 
-    const int bar = 2 * style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-    const QSize whole = m_content->sizeHint() + QSize(bar, 110);
+    const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    const QSize whole = m_content->sizeHint() + QSize(2 * 12 + bar, 110);
     resize(whole.boundedTo(screen()->availableSize() - QSize(16, 48)));
 }
 

@@ -413,7 +413,7 @@ void frmSBS::UpdateCurves()
 
 void frmSBS::StopLines()
 {
-    m_cycle.StopAndSwitchOff(tr("Stopped by hand"));
+    m_cycle.StopAndSwitchOff(tr("Stopped by hand."));
     m_cyclePane->Refresh();
 }
 

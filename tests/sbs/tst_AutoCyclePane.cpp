@@ -69,7 +69,6 @@ struct AutoCyclePaneTest : testing::Test {
         const CycleState before = cycle.Facts().State;
         cycle.Step(ReadCycleValues(bench.engine, cycle.Settings(), report));
         pane.NoteState(before, events);
-        pane.Refresh();
     }
     template <class Control>
     Control* Find(const char* name)
