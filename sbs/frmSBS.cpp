@@ -120,7 +120,6 @@ void frmSBS::MoveSBSDataToGrid()
     m_flags->RefreshPictFlags(m_scan);
     m_plot->Advance();
     ShowEvents();
-    m_cyclePane->Refresh();
     ShowFooter({});
 }
 
@@ -149,9 +148,11 @@ void frmSBS::ShowStatic()
 void frmSBS::Watch()
 {
     m_model->RefreshAges();
+    const CycleState before = m_cycle.Facts().State;
     if (!Busy() && !m_closing)
         m_cycle.Watch();
-    m_cyclePane->Refresh();
+    m_cyclePane->NoteState(before, m_events);
+    ShowEvents();
 }
 
 void frmSBS::EnableSBSContScan(bool on)
