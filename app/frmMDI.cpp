@@ -21,6 +21,7 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QMenuBar>
+#include <QScreen>
 #include <QUrl>
 
 namespace {
@@ -176,11 +177,13 @@ void frmMDI::Host(ChildView* view, const QString& title)
             [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
     connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
-    connect(window, &QMdiSubWindow::windowStateChanged, view,
-            [window, title](Qt::WindowStates, Qt::WindowStates now) {
-                // a maximised child would put its own title behind the program's
-                window->setWindowTitle(now.testFlag(Qt::WindowMaximized) ? QString() : title);
-            });
+    // a maximised child would put its own title behind the program's
+    const auto setTitle = [window, view, title] {
+        const QString own = view->windowTitle().isEmpty() ? title : view->windowTitle();
+        window->setWindowTitle(window->isMaximized() ? QString() : own);
+    };
+    connect(window, &QMdiSubWindow::windowStateChanged, view, setTitle);
+    connect(view, &QWidget::windowTitleChanged, window, setTitle, Qt::QueuedConnection);
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
     view->Applyskin();
@@ -494,5 +497,5 @@ void frmMDI::RestoreWindowPlace()
     const QString place
         = m_program.Profiles().String(m_program.State().ProgramSettingsFile, u"GUI", u"WindowPlace");
     if (place.isEmpty() || !restoreGeometry(QByteArray::fromBase64(place.toLatin1())))
-        resize(1366, 768 - 30); // what fits the smallest common screen under a title bar
+        resize(QSize(1366, 738).boundedTo(screen()->availableSize()));
 }
