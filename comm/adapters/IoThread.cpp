@@ -8,10 +8,11 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock; // what hardware takes passes in no TimeSource
 
-/// Between two turns of the event loop. Far below what a person notices, and an answer ends it at once.
-constexpr std::chrono::milliseconds kTurn{2};
+/// Between two turns of the event loop: far below what a person notices, and not below the kernel's own tick,
+/// so that a transfer, which most often ends before, costs no timer of its own.
+constexpr std::chrono::milliseconds kTurn{5};
 
 struct Job {
     std::function<void()> Work;
@@ -50,7 +51,9 @@ struct IoThread::Shared {
             lock.lock();
             job->At = Job::Stage::Done;
             Running = false;
+            lock.unlock(); // or the woken one would run straight into it
             Ended.notify_all();
+            lock.lock();
         }
     }
 };

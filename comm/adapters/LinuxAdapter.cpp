@@ -78,10 +78,8 @@ ErrorCode LinuxAdapter::OnBus(bool understood, std::int16_t addr, BusWork work, 
 {
     if (!understood || addr < 0 || addr > kHighestAddress)
         return Refuse();
-    if (!Connect()) {
-        m_time.ProcessEvents(0);
+    if (!Connect())
         return ErrorCode::NoUsb;
-    }
     const auto own = std::make_shared<Answer>();
     const std::shared_ptr<LinuxSmbus> smbus = m_smbus;
     const ErrorCode code = OnThread(
@@ -93,10 +91,12 @@ ErrorCode LinuxAdapter::OnBus(bool understood, std::int16_t addr, BusWork work, 
             return done;
         },
         answer);
-    if (code == ErrorCode::NoUsb && m_smbus == smbus)
-        Disconnect();
-    else if (Failed(code))
+    if (code == ErrorCode::NoUsb) {
+        if (m_smbus == smbus) // events may have noticed it before
+            Disconnect();
+    } else if (Failed(code)) {
         ExplainBus(code, answer.Errno, addr);
+    }
     return code;
 }
 
@@ -163,10 +163,12 @@ void LinuxAdapter::ExplainBus(ErrorCode code, int error, std::int16_t addr)
                   .arg(addr, 2, 16, QLatin1Char('0'))
                   .arg(m_place ? m_place->Node : QString(),
                        driver.isEmpty() ? QStringLiteral("(unknown)") : driver);
-    } else if (error == EIO && code == ErrorCode::Terminated) {
+    } else if (error == EIO && code == ErrorCode::T2hTimeout) {
+        m_problem = QStringLiteral("The adapter did not answer; the kernel gave up after a while.");
+    } else if (error == EIO) {
         m_problem
-            = QStringLiteral("The transfer broke off. The driver %1 gives one answer for a byte that was not "
-                             "acknowledged, stuck lines and lost arbitration.")
+            = QStringLiteral("The transfer broke off. The driver %1 gives one answer for a byte that was "
+                             "not acknowledged, stuck lines and lost arbitration.")
                   .arg(m_place ? m_place->Driver : QString());
     } else if (error == ETIMEDOUT) {
         m_problem
@@ -265,21 +267,35 @@ void LinuxAdapter::AdpCloseDevice()
 
 bool LinuxAdapter::Connect()
 {
-    if (m_smbus || !m_place)
-        return m_smbus != nullptr;
+    if (m_smbus)
+        return true;
     const std::int64_t now = m_time.MonotonicMs();
-    if (now - m_lookedMs < kLookAgainMs)
+    // Events that run meanwhile do not start a second look.
+    if (!m_place || now - m_lookedMs < kLookAgainMs) {
+        m_time.ProcessEvents(0);
         return false;
+    }
     m_lookedMs = now;
-    const std::optional<LinuxBusPlace> place = FindAgain(*m_place, FindLinuxBuses());
-    if (!place)
-        return false;
-    const std::shared_ptr<LinuxBus> bus = LinuxBus::Open(place->Node, m_problem);
-    if (!bus)
-        return false;
-    m_place = place;
-    m_smbus = std::make_shared<LinuxSmbus>(bus);
-    return true;
+    struct Found {
+        std::optional<LinuxBusPlace> Place;
+        std::shared_ptr<LinuxBus> Bus;
+        QString Problem;
+    };
+    const auto found = std::make_shared<Found>();
+    const auto outcome = m_thread.Run(m_time, [found, before = *m_place] {
+        found->Place = FindAgain(before, FindLinuxBuses());
+        if (found->Place)
+            found->Bus = LinuxBus::Open(found->Place->Node, found->Problem);
+    });
+    if (outcome != IoThread::Outcome::Done || !m_place || m_smbus)
+        return m_smbus != nullptr;
+    if (!found->Problem.isEmpty())
+        m_problem = found->Problem;
+    if (found->Bus) {
+        m_place = found->Place;
+        m_smbus = std::make_shared<LinuxSmbus>(found->Bus);
+    }
+    return m_smbus != nullptr;
 }
 
 void LinuxAdapter::Disconnect()
@@ -293,9 +309,9 @@ void LinuxAdapter::Disconnect()
 ErrorCode LinuxAdapter::AdpGetLastError()
 {
     FlushOneWire();
-    m_time.ProcessEvents(0);
     if (!Connect())
         return ErrorCode::NoUsb;
+    m_time.ProcessEvents(0);
     // A transfer's own outcome is known when its operation returns; nothing of it waits here.
     return std::exchange(m_posted, ErrorCode::Ok);
 }

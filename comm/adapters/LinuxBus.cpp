@@ -126,18 +126,17 @@ int LinuxBus::Transfer(std::uint8_t addr, std::span<const std::uint8_t> write, s
         return EOPNOTSUPP;
     if (const int error = Select(addr))
         return error;
-    Bytes written(write.begin(), write.end()); // the kernel's structure is not const
     std::array<i2c_msg, 2> messages{};
     std::uint32_t count = 0;
-    const auto add = [&](std::uint16_t flags, std::span<std::uint8_t> bytes) {
-        if (!bytes.empty())
+    const auto add = [&](std::uint16_t flags, std::uint8_t* bytes, std::size_t length) {
+        if (length > 0)
             messages[count++] = {.addr = static_cast<std::uint16_t>(addr / 2),
                                  .flags = flags,
-                                 .len = static_cast<std::uint16_t>(bytes.size()),
-                                 .buf = bytes.data()};
+                                 .len = static_cast<std::uint16_t>(length),
+                                 .buf = bytes};
     };
-    add(0, written);
-    add(I2C_M_RD, read);
+    add(0, const_cast<std::uint8_t*>(write.data()), write.size()); // the kernel only reads these
+    add(I2C_M_RD, read.data(), read.size());
     i2c_rdwr_ioctl_data request{.msgs = messages.data(), .nmsgs = count};
     return ErrorOf(ioctl(m_descriptor, I2C_RDWR, &request));
 }

@@ -29,7 +29,7 @@ constexpr std::array kCodes{
     // the bus cannot do that
     ErrnoCode{EOPNOTSUPP, ErrorCode::IncorrectParam},
     ErrnoCode{EINVAL, ErrorCode::IncorrectParam},
-    // the adapter is not there any more
+    // the adapter is not there any more; a few drivers say ENODEV for a part that does not acknowledge
     ErrnoCode{ENODEV, ErrorCode::NoUsb},
     ErrnoCode{ESHUTDOWN, ErrorCode::NoUsb},
     ErrnoCode{ENOENT, ErrorCode::NoUsb},

@@ -23,33 +23,33 @@ LinuxLines::~LinuxLines()
         gpiod_chip_close(taken.Chip);
 }
 
-int LinuxLines::Take(const QString& line, Taken*& taken)
+LinuxLines::Taken* LinuxLines::Take(const QString& line, int& error)
 {
-    if (const auto found = m_taken.find(line); found != m_taken.end()) {
-        taken = &found->second;
-        return 0;
-    }
+    if (const auto found = m_taken.find(line); found != m_taken.end())
+        return &found->second;
     bool numeric = false;
     const auto colon = line.lastIndexOf(QLatin1Char(':'));
     const unsigned offset = line.mid(colon + 1).toUInt(&numeric);
+    error = EINVAL;
     if (colon < 1 || !numeric)
-        return EINVAL;
+        return nullptr;
     errno = 0;
     Taken fresh;
     fresh.Chip = gpiod_chip_open_lookup(line.left(colon).toUtf8().constData());
-    if (!fresh.Chip)
-        return ErrorOf(-1);
+    if (!fresh.Chip) {
+        error = ErrorOf(-1);
+        return nullptr;
+    }
     fresh.Line = gpiod_chip_get_line(fresh.Chip, offset);
     gpiod_line_request_config as{};
     as.consumer = kConsumer;
     as.request_type = GPIOD_LINE_REQUEST_DIRECTION_AS_IS;
     if (!fresh.Line || gpiod_line_request(fresh.Line, &as, 0) < 0) {
-        const int error = ErrorOf(-1);
+        error = ErrorOf(-1);
         gpiod_chip_close(fresh.Chip);
-        return error;
+        return nullptr;
     }
-    taken = &m_taken.emplace(line, fresh).first->second;
-    return 0;
+    return &m_taken.emplace(line, fresh).first->second;
 }
 
 /// A line that failed is let go: its chip may have been unplugged, and the next use finds the new one.
@@ -64,8 +64,9 @@ int LinuxLines::Drop(const QString& line, int error)
 
 int LinuxLines::Write(const QString& line, bool level)
 {
-    Taken* taken = nullptr;
-    if (const int error = Take(line, taken))
+    int error = 0;
+    Taken* const taken = Take(line, error);
+    if (!taken)
         return error;
     errno = 0;
     const int done = taken->Output ? gpiod_line_set_value(taken->Line, level ? 1 : 0)
@@ -76,8 +77,9 @@ int LinuxLines::Write(const QString& line, bool level)
 
 int LinuxLines::Read(const QString& line, bool& level)
 {
-    Taken* taken = nullptr;
-    if (const int error = Take(line, taken))
+    int error = 0;
+    Taken* const taken = Take(line, error);
+    if (!taken)
         return error;
     errno = 0;
     const int value = gpiod_line_get_value(taken->Line);
@@ -88,8 +90,9 @@ int LinuxLines::Read(const QString& line, bool& level)
 
 int LinuxLines::Release(const QString& line)
 {
-    Taken* taken = nullptr;
-    if (const int error = Take(line, taken))
+    int error = 0;
+    Taken* const taken = Take(line, error);
+    if (!taken)
         return error;
     errno = 0;
     taken->Output = false;

@@ -30,7 +30,7 @@ private:
         gpiod_line* Line = nullptr;
         bool Output = false;
     };
-    int Take(const QString& line, Taken*& taken);
+    Taken* Take(const QString& line, int& error); ///< nothing on failure
     int Drop(const QString& line, int error);
 
     std::map<QString, Taken> m_taken;

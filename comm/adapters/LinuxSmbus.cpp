@@ -132,8 +132,9 @@ ErrorCode LinuxSmbus::WriteOnce(std::uint8_t addr, std::uint8_t cmd, bool pec, B
 {
     const auto began = Clock::now();
     if (m_bus->CanTransfer()) {
-        Bytes frame{addr, cmd};
-        frame.insert(frame.end(), payload.begin(), payload.end());
+        Bytes frame(2 + payload.size(), addr);
+        frame[1] = cmd;
+        std::ranges::copy(payload, frame.begin() + 2);
         if (pec)
             frame.push_back(Crc(frame));
         return Result(m_bus->Transfer(addr, std::span(frame).subspan(1), {}), frame.size() - 1, 0, began);
@@ -216,8 +217,8 @@ ErrorCode LinuxSmbus::WriteBlock(std::uint8_t addr, std::uint8_t cmd, std::span<
 {
     if (!IsBlockLength(block.size()))
         return ErrorCode::IncorrectParam;
-    Bytes payload{static_cast<std::uint8_t>(block.size())};
-    payload.insert(payload.end(), block.begin(), block.end());
+    Bytes payload(1 + block.size(), static_cast<std::uint8_t>(block.size()));
+    std::ranges::copy(block, payload.begin() + 1);
     return Perform(&LinuxSmbus::WriteOnce, addr, cmd, payload);
 }
 
@@ -243,8 +244,8 @@ ErrorCode LinuxSmbus::Exchange(std::uint8_t addr, std::span<const std::uint8_t> 
             error = EPROTO;
         came.assign(block.begin() + 1, block.end());
     } else if (count == 0 && write.size() >= 2 && write.size() - 1 <= I2C_SMBUS_BLOCK_MAX) {
-        Bytes block{static_cast<std::uint8_t>(write.size() - 1)};
-        block.insert(block.end(), write.begin() + 1, write.end());
+        Bytes block(write.size(), static_cast<std::uint8_t>(write.size() - 1));
+        std::ranges::copy(write.subspan(1), block.begin() + 1);
         error = m_bus->Smbus(addr, false, write[0], I2C_SMBUS_I2C_BLOCK_DATA, false, block);
     }
     const ErrorCode err = Result(error, write.size(), count, began);
