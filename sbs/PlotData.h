@@ -19,8 +19,8 @@ struct PlotCurve {
         = 0; ///< a line joins no two values further apart than this; 0: whatever the distance
     QString Name;
     QString Unit;
-    QString Axis; ///< curves with the same text here share a value axis; empty: those with the same unit
     int Place = 0; ///< in ticking order; gives colour, marker and dash
+    QString Axis = {}; ///< curves with the same text here share a value axis; empty: those with the same unit
 };
 
 [[nodiscard]] inline const QString& AxisKey(const PlotCurve& curve)
