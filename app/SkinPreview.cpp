@@ -51,7 +51,7 @@ void SkinPreview::paintEvent(QPaintEvent*)
 
     painter.fillRect(0, 0, width(), kRow, ToColour(c.HeaderFill));
     cells(0, tr("Description"), tr("Value"), tr("Unit"), c.TextSecondary, c.TextSecondary);
-    DrawChangedCell(painter, cell(1), Direction::Down, false);
+    DrawChangedCell(painter, cell(1), Trend::Down, false);
     painter.setFont(theme.Font(Type::Strong));
     cells(1, {}, QStringLiteral("14873"), {}, c.TextFore, c.TextFore);
     painter.setFont(theme.Font(Type::Body));

@@ -1,7 +1,9 @@
 #include "app/Views.h"
 
 #include "look/Theme.h"
+#include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
+#include "sbs/frmTables.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
@@ -51,4 +53,15 @@ ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& co
         if (key == QLatin1String(factory.key))
             return factory.make(context);
     return new MissingView(key, caption);
+}
+
+ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
+                           GaugeContext* context)
+{
+    return new frmTables(profiles, state, messages, context);
+}
+
+ChildView* MakeLogViewer(UserMessages& messages, const QString& path)
+{
+    return new frmLogViewer(messages, path);
 }

@@ -73,7 +73,7 @@ frmLegend::frmLegend(QWidget* parent) : QDialog(parent)
         {bit(BitState::Clear), tr("Bit clear")},
         {bit(BitState::Unknown), tr("Bit not known: not read or read failed")},
         {[](QPainter& painter, const QRect& cell) {
-             DrawChangedCell(painter, cell, Direction::Up, false);
+             DrawChangedCell(painter, cell, Trend::Up, false);
              DrawValue(painter, cell, QStringLiteral("4200"));
          },
          tr("Changed since the pass before, and which way")},

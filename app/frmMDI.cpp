@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDesktopServices>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QMenuBar>
@@ -40,6 +41,7 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     setWindowTitle(QStringLiteral("Tarnlo"));
     setMinimumSize(640, 360);
     m_messages.SetParent(this);
+    m_errors.setParent(this, m_errors.windowFlags()); // else it can lie behind a maximised window
 
     mdiArea->setObjectName(QStringLiteral("mdiArea"));
     mdiArea->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, false);
@@ -62,6 +64,7 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     connect(m_empty, &EmptyPage::ChooseAdapter, this, &frmMDI::ChooseAdapter);
     connect(m_empty, &EmptyPage::ShowErrorLog, this, &frmMDI::ShowErrorLog);
     connect(m_empty, &EmptyPage::ChooseTarget, this, &frmMDI::ChooseTarget);
+    connect(m_empty, &EmptyPage::OpenRegisterLog, this, &frmMDI::OpenRegisterLog);
     connect(m_empty, &EmptyPage::UseSimulatedPack, this, &frmMDI::UseSimulatedPack);
     connect(&m_theme, &Theme::Changed, this, &frmMDI::Applyskin);
     m_linkTimer->setInterval(kLinkMs);
@@ -71,7 +74,11 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     UpdateEmptyPage();
 }
 
-frmMDI::~frmMDI() { m_messages.SetParent(nullptr); }
+frmMDI::~frmMDI()
+{
+    m_messages.SetParent(nullptr);
+    m_errors.setParent(nullptr);
+}
 
 void frmMDI::Load()
 {
@@ -348,6 +355,29 @@ void frmMDI::UseSimulatedPack()
     Restart();
 }
 
+void frmMDI::OpenTableEditor()
+{
+    QPointer<QMdiSubWindow>& window = m_views[QStringLiteral("Tables")];
+    if (!window) {
+        Host(MakeTableEditor(m_program.Profiles(), m_program.State(), m_messages, m_program.Context()),
+             tr("Table editor"));
+        window = mdiArea->subWindowList().constLast();
+    }
+    mdiArea->setActiveSubWindow(window);
+    UpdateEmptyPage();
+}
+
+void frmMDI::OpenRegisterLog()
+{
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open a register log"), {},
+                                                      QStringLiteral("Log Files(*.log);;All Files(*.*)"));
+    if (path.isEmpty())
+        return;
+    Host(MakeLogViewer(m_messages, path), QFileInfo(path).fileName());
+    mdiArea->setActiveSubWindow(mdiArea->subWindowList().constLast());
+    UpdateEmptyPage();
+}
+
 void frmMDI::ShowErrorLog()
 {
     OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/CommErr.log"));
@@ -384,6 +414,19 @@ void frmMDI::ArrangeIcons()
             window->move(x, area.height() - window->height());
             x += window->width();
         }
+}
+
+bool frmMDI::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<const QKeyEvent*>(event);
+        if (key->key() == Qt::Key_X && key->modifiers() == (Qt::ControlModifier | Qt::ShiftModifier)) {
+            for (ChildView* view : OpenViews())
+                view->StopLines(); // in every window of the program, whatever box is open
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void frmMDI::closeEvent(QCloseEvent* event)

@@ -48,6 +48,7 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void MakeMenus();
@@ -65,6 +66,8 @@ private:
     void UseSimulatedPack();
     [[nodiscard]] QString AskForTarget(); ///< the list; gives the chosen file as written, or nothing
     void ShowErrorLog();
+    void OpenTableEditor();
+    void OpenRegisterLog();
     void OpenDocument(const QString& name);
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
     void ArrangeIcons();

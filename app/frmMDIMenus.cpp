@@ -6,6 +6,7 @@
 #include "app/frmSplash.h"
 #include "look/Icons.h"
 
+#include <QApplication>
 #include <QMenuBar>
 #include <QShortcut>
 
@@ -26,6 +27,8 @@ void frmMDI::MakeMenus()
 
     mnuTools = menuBar()->addMenu(tr("&Tools"));
     Add(mnuTools, "mnuToolsColor", tr("&Colours..."), QStringLiteral("palette"));
+
+    Add(mnuTools, "mnuToolsTables", tr("&Table editor"), QStringLiteral("edit"));
 
     mnuWindow = menuBar()->addMenu(tr("&Window"));
     Add(mnuWindow, "mnuWindowCascade", tr("&Cascade"), {});
@@ -49,12 +52,8 @@ void frmMDI::MakeMenus()
                 ShowView(i, m_selector->Button(i).Key);
         });
     }
-    auto* stop = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_X), this);
-    stop->setContext(Qt::ApplicationShortcut); // in every window of the program
-    connect(stop, &QShortcut::activated, this, [this] {
-        for (ChildView* view : OpenViews())
-            view->StopLines();
-    });
+    // Ctrl+Shift+X, seen by eventFilter: a shortcut would not reach through a modal box
+    QApplication::instance()->installEventFilter(this);
 }
 
 void frmMDI::MakeFileMenu()
@@ -64,6 +63,7 @@ void frmMDI::MakeFileMenu()
         QKeySequence(tr("Ctrl+T")));
     Add(mnuFile, "mnuFileAdapter", tr("Choose &adapter..."), QStringLiteral("adapter"));
     Add(mnuFile, "mnuFileReconnect", tr("&Connect again"), QStringLiteral("refresh"));
+    Add(mnuFile, "mnuFileOpenLog", tr("Open register lo&g..."), QStringLiteral("open"));
     mnuFile->addSeparator();
     MakeErrorLogMenu(mnuFile->addMenu(tr("Communication &error log")));
     m_fileEnd = mnuFile->addSeparator();
@@ -107,6 +107,8 @@ void frmMDI::Dispatch(const QString& menuEntry)
         {QStringLiteral("mnuFileAdapter"), [this] { ChooseAdapter(); }},
         {QStringLiteral("mnuFileReconnect"), [this] { Restart(); }},
         {QStringLiteral("mnuFileExit"), [this] { close(); }},
+        {QStringLiteral("mnuFileOpenLog"), [this] { OpenRegisterLog(); }},
+        {QStringLiteral("mnuToolsTables"), [this] { OpenTableEditor(); }},
         {QStringLiteral("mnuErrorLogOn"),
          [this] {
              if (frmUSB* usb = m_program.Usb())

@@ -23,7 +23,7 @@ void OpenWeekInViewer(benchmark::State& state)
     Silent messages;
     const QString& path = WeekFile();
     QImage picture(1366, 768, QImage::Format_RGB32);
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         frmLogViewer window(messages);
         window.resize(picture.size());
         window.show();

@@ -15,7 +15,7 @@ constexpr int kCurves = 8;
 
 void SplitIntoFields(benchmark::State& state)
 {
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         const QByteArray bytes = ReadWhole(WeekFile()).bytes;
         std::vector<std::string_view> fields;
         std::size_t count = 0;
@@ -40,14 +40,14 @@ BENCHMARK(SplitIntoFields)->Unit(benchmark::kMillisecond);
 
 void ReadLog(benchmark::State& state)
 {
-    for (auto step : state)
+    for ([[maybe_unused]] auto step : state)
         benchmark::DoNotOptimize(ReadRegisterLog(WeekFile()).Records());
 }
 BENCHMARK(ReadLog)->Unit(benchmark::kMillisecond);
 
 void ReadLogToFirstPicture(benchmark::State& state)
 {
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         const RegisterLogData data = ReadRegisterLog(WeekFile());
         const auto endMs = static_cast<std::int64_t>(data.Seconds.back() * 1000) + 1;
         for (std::size_t curve = 0; curve < kCurves; ++curve)

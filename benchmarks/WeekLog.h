@@ -60,7 +60,7 @@ inline const QString& WeekFile()
 {
     static const QTemporaryDir folder;
     static const QString path = [] {
-        const QString name = folder.filePath(QStringLiteral("week.log"));
+        QString name = folder.filePath(QStringLiteral("week.log"));
         if (!SaveWhole(name, WeekOfRecords()).isEmpty())
             std::abort();
         return name;

@@ -38,14 +38,14 @@ void DrawHatch(QPainter& painter, const QRectF& rect, const QColor& stripe, cons
     painter.restore();
 }
 
-void DrawChangedCell(QPainter& painter, const QRect& cell, Direction direction, bool selected)
+void DrawChangedCell(QPainter& painter, const QRect& cell, Trend trend, bool selected)
 {
     const Rgb ink = selected ? Colours().TextHighlightFore : Colours().ChangeHighlight;
     if (!selected)
         painter.fillRect(cell, ToColour(Colours().ChangeTint));
     DrawBar(painter, cell, ink);
     const QPointF centre(cell.left() + kBarWidth + 9.5, cell.center().y() + .5);
-    const qreal tip = direction == Direction::Up ? -3.5 : 3.5;
+    const qreal tip = trend == Trend::Up ? -3.5 : 3.5;
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);

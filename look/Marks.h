@@ -10,9 +10,9 @@ class QPainter;
 
 /// The marks of the program, drawn alike in grids, legend and plots. Each has a shape beside its colour.
 
-enum class Direction { Up, Down };
+enum class Trend { Up, Down };
 /// Tint, bar at the left edge and the direction since the pass before; text is the caller's, in Type::Strong.
-void DrawChangedCell(QPainter& painter, const QRect& cell, Direction direction, bool selected);
+void DrawChangedCell(QPainter& painter, const QRect& cell, Trend trend, bool selected);
 /// Hatched, with a bar at the left edge; the cell has no text.
 void DrawFailedCell(QPainter& painter, const QRect& cell, bool selected);
 /// Tint and a line below; text is the caller's, in Type::Strong.

@@ -62,6 +62,28 @@ void DrawCheckBox(QPainter* painter, const QStyleOption* option, QStyle::State c
     painter->restore();
 }
 
+void DrawRadioButton(QPainter* painter, const QStyleOption* option)
+{
+    const qreal side = std::min({option->rect.width(), option->rect.height(), 13});
+    QRectF ring(0, 0, side, side);
+    ring.moveCenter(QRectF(option->rect).center());
+    const bool enabled = option->state & QStyle::State_Enabled;
+    const bool focus = enabled && (option->state & QStyle::State_HasFocus);
+    const qreal width = focus ? 2 : 1;
+    const Rgb frame = focus ? Colours().SelectionHighlight : enabled ? Colours().Outline : Colours().Line;
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(QPen(ToColour(frame), width));
+    painter->setBrush(ToColour(enabled ? Colours().Base : Colours().Background));
+    painter->drawEllipse(ring.adjusted(width / 2, width / 2, -width / 2, -width / 2));
+    if (option->state & QStyle::State_On) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(ToColour(enabled ? Colours().TextFore : Colours().TextDisabled));
+        painter->drawEllipse(ring.adjusted(4, 4, -4, -4));
+    }
+    painter->restore();
+}
+
 void DrawSplitterDots(QPainter* painter, const QStyleOption* option)
 {
     constexpr int kDots = 8;
@@ -94,6 +116,9 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
     case PE_IndicatorItemViewItemCheck:
         DrawCheckBox(painter, option, option->state);
         return;
+    case PE_IndicatorRadioButton:
+        DrawRadioButton(painter, option);
+        return;
     case PE_PanelLineEdit:
         if (const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(option);
             frame && frame->lineWidth > 0)
@@ -117,8 +142,10 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
         return;
     }
     case PE_FrameFocusRect:
-        if (widget && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")))
-            return; // their frame shows it
+        if (widget
+            && (widget->inherits("QPushButton") || widget->inherits("QCheckBox")
+                || widget->inherits("QRadioButton") || widget->inherits("QListView")))
+            return; // their frame, and a list's selected line, show it
         break;
     default:
         break;
@@ -156,6 +183,17 @@ void TarnloStyle::drawControl(ControlElement element, const QStyleOption* option
 void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                                      QPainter* painter, const QWidget* widget) const
 {
+    if (const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option); group && control == CC_GroupBox) {
+        // here and not as the box's own font, which its children would take over
+        const QFont strong = Theme::Current().Font(Type::Strong);
+        QStyleOptionGroupBox titled(*group);
+        titled.fontMetrics = QFontMetrics(strong);
+        painter->save();
+        painter->setFont(strong);
+        QProxyStyle::drawComplexControl(control, &titled, painter, widget);
+        painter->restore();
+        return;
+    }
     QProxyStyle::drawComplexControl(control, option, painter, widget);
     if (control == CC_ComboBox || control == CC_SpinBox)
         DrawFieldFrame(painter, option, widget);

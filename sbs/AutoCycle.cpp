@@ -6,11 +6,6 @@
 
 namespace {
 
-// bits of the battery status word
-constexpr std::uint16_t kTerminateCharge = 0x4000;
-constexpr std::uint16_t kOverTemp = 0x1000;
-constexpr std::uint16_t kTerminateDischarge = 0x0800;
-
 QString Number(std::int32_t value, const QString& unit)
 {
     return unit.isEmpty() ? QString::number(value) : QStringLiteral("%1 %2").arg(value).arg(unit);

@@ -13,6 +13,11 @@
 #include <functional>
 #include <optional>
 
+// Bits of the battery status word that end a phase: the first two a charge, the third a discharge.
+inline constexpr std::uint16_t kTerminateCharge = 0x4000;
+inline constexpr std::uint16_t kOverTemp = 0x1000;
+inline constexpr std::uint16_t kTerminateDischarge = 0x0800;
+
 /// What a panel shows of the auto-cycle.
 struct CycleFacts {
     bool Running = false;

@@ -51,7 +51,7 @@ QString SaveAutoCycleSettings(TableSettings& settings, const AutoCycleSettings& 
     for (const Key& key : kKeys) {
         if (before.*key.field == now.*key.field)
             continue;
-        const QString problem
+        QString problem
             = settings.Write(kSection, QString::fromLatin1(key.name), QString::number(now.*key.field));
         if (!problem.isEmpty())
             return problem;

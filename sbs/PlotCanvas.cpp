@@ -40,7 +40,8 @@ private:
 
 } // namespace
 
-PlotCanvas::PlotCanvas(QWidget* parent) : QCustomPlot(parent), m_colours(Theme::Current().Colours())
+PlotCanvas::PlotCanvas(QWidget* parent)
+    : QCustomPlot(parent), m_colours(Theme::Current().Colours()), m_area(axisRect())
 {
     setObjectName(QStringLiteral("plotCanvas"));
     setAccessibleName(tr("Plot"));
@@ -50,7 +51,7 @@ PlotCanvas::PlotCanvas(QWidget* parent) : QCustomPlot(parent), m_colours(Theme::
     setMouseTracking(true);
     yAxis->setVisible(false); // value axes come and go with the units
     yAxis->grid()->setVisible(false);
-    axisRect()->setMinimumMargins(QMargins(56, 10, 16, 0));
+    m_area->setMinimumMargins(QMargins(56, 10, 16, 0));
     xAxis->setOffset(kStripHeight + 3);
     xAxis->setTicker(QSharedPointer<QCPAxisTickerDateTime>::create());
 
@@ -114,12 +115,12 @@ void PlotCanvas::MakeAxes()
         = std::ranges::equal(keys, m_axes, {}, {}, [](const PlotAxis* axis) { return axis->Key; });
     if (!same) {
         for (PlotAxis* axis : m_axes)
-            axisRect()->removeAxis(axis);
+            m_area->removeAxis(axis);
         m_axes.clear();
         for (const QString& key : keys) {
             const auto side = m_axes.size() % 2 == 0 ? QCPAxis::atLeft : QCPAxis::atRight;
-            auto* axis = new PlotAxis(axisRect(), side, key);
-            axisRect()->addAxis(side, axis);
+            auto* axis = new PlotAxis(m_area, side, key);
+            m_area->addAxis(side, axis);
             axis->setLayer(QStringLiteral("axes"));
             axis->grid()->setLayer(QStringLiteral("grid"));
             axis->grid()->setVisible(m_axes.empty()); // one set of lines; the other axes have their own ticks
@@ -156,7 +157,7 @@ void PlotCanvas::Show(std::int64_t fromMs, std::int64_t toMs)
     m_toMs = std::max(toMs, fromMs + 1);
     m_lines.clear();
     std::vector<PlotSpan> failed;
-    const auto columns = static_cast<std::size_t>(std::max(axisRect()->width(), 1));
+    const auto columns = static_cast<std::size_t>(std::max(m_area->width(), 1));
     for (const PlotCurve& curve : m_curves) {
         m_lines.push_back(VisibleLine(curve, m_fromMs, m_toMs, columns));
         failed.insert(failed.end(), m_lines.back().Failed.begin(), m_lines.back().Failed.end());
@@ -205,19 +206,19 @@ void PlotCanvas::ChooseTimeLabels()
                                   : span < kDay        ? QStringLiteral("hh:mm")
                                                        : QStringLiteral("yyyy-MM-dd\nhh:mm"));
     ticker->setTickCount(
-        std::clamp(axisRect()->width() / (span < 8 * kMinute || span >= kDay ? 100 : 80), 2, 12));
+        std::clamp(m_area->width() / (span < 8 * kMinute || span >= kDay ? 100 : 80), 2, 12));
 }
 
 double PlotCanvas::X(double ms) const
 {
-    const QRect rect = axisRect()->rect();
+    const QRect rect = m_area->rect();
     return rect.left()
         + (ms - static_cast<double>(m_fromMs)) / static_cast<double>(m_toMs - m_fromMs) * rect.width();
 }
 
 std::int64_t PlotCanvas::TimeAt(double x) const
 {
-    const QRect rect = axisRect()->rect();
+    const QRect rect = m_area->rect();
     return m_fromMs
         + static_cast<std::int64_t>((x - rect.left()) / std::max(rect.width(), 1)
                                     * static_cast<double>(m_toMs - m_fromMs));
@@ -225,7 +226,7 @@ std::int64_t PlotCanvas::TimeAt(double x) const
 
 void PlotCanvas::DrawFailed(QCPPainter* painter) const
 {
-    const QRectF rect = axisRect()->rect();
+    const QRectF rect = m_area->rect();
     for (const PlotSpan& span : m_failed) {
         const double left = std::max(X(span.FromMs), rect.left());
         const double right = std::min(std::max(X(span.ToMs), left + 2), rect.right());
@@ -237,7 +238,7 @@ void PlotCanvas::DrawFailed(QCPPainter* painter) const
 
 PlotCanvas::Path PlotCanvas::PathOf(const PlotAxis& axis, const PlotLine& line) const
 {
-    const QRect rect = axisRect()->rect();
+    const QRect rect = m_area->rect();
     const double scale = rect.height() / axis.range().size();
     Path path;
     path.points.reserve(static_cast<qsizetype>(line.Points.size()));
@@ -270,7 +271,7 @@ void PlotCanvas::DrawCurves(QCPPainter* painter) const
     std::ranges::stable_sort(drawings, std::greater{},
                              [](const Drawing& drawing) { return drawing.path.length; });
     painter->save();
-    painter->setClipRect(axisRect()->rect().adjusted(0, -1, 1, 1));
+    painter->setClipRect(m_area->rect().adjusted(0, -1, 1, 1));
     for (const Drawing& drawing : drawings)
         DrawCurve(painter, *drawing.curve, drawing.path, values <= kMostAntialiasedValues);
     painter->restore();
@@ -406,10 +407,10 @@ void PlotCanvas::mouseMoveEvent(QMouseEvent* event)
         m_rubber = QRect(*m_pressedAt, at).normalized();
         layer(QStringLiteral("overlay"))->replot();
     } else if (m_pressedAt) {
-        emit Panned(static_cast<double>(m_pressedAt->x() - at.x()) / std::max(axisRect()->width(), 1));
+        emit Panned(static_cast<double>(m_pressedAt->x() - at.x()) / std::max(m_area->width(), 1));
         m_pressedAt = at;
     }
-    if (axisRect()->rect().contains(at))
+    if (m_area->rect().contains(at))
         emit CursorMoved(TimeAt(at.x()));
 }
 

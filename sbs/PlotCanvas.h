@@ -83,6 +83,7 @@ private:
     void DrawAxisMarkers(QCPPainter* painter) const;
 
     SkinColours m_colours;
+    QCPAxisRect* m_area; ///< between the axes; asking the plot for it each time would cost more than drawing
     std::vector<PlotCurve> m_curves;
     std::vector<PlotLine> m_lines; ///< of the curves, for the span shown
     std::vector<PlotSpan> m_failed; ///< of all curves together

@@ -40,13 +40,13 @@ EventLook LookOf(PlotEvent::Kind kind)
 
 QRect PlotCanvas::Strip() const
 {
-    const QRect rect = axisRect()->rect();
+    const QRect rect = m_area->rect();
     return {rect.left(), rect.bottom() + 1 + kStripGap, rect.width(), kStripHeight};
 }
 
 void PlotCanvas::DrawOverlay(QCPPainter* painter) const
 {
-    const QRect rect = axisRect()->rect();
+    const QRect rect = m_area->rect();
     painter->setAntialiasing(false);
     painter->setPen(ToColour(m_colours.Outline));
     painter->setBrush(Qt::NoBrush);
@@ -72,7 +72,7 @@ void PlotCanvas::DrawOverlay(QCPPainter* painter) const
 void PlotCanvas::DrawAxisMarkers(QCPPainter* painter) const
 {
     constexpr int kPitch = 14;
-    const QRect rect = axisRect()->rect();
+    const QRect rect = m_area->rect();
     const QFontMetrics metrics(Theme::Current().Font(Type::Strong));
     for (const PlotAxis* axis : m_axes) {
         const double outwards = axis->offset() + axis->Margin() - metrics.height() / 2.0 - 2;
@@ -105,7 +105,7 @@ std::vector<PlotCanvas::EventGroup> PlotCanvas::EventGroups() const
 
 void PlotCanvas::DrawEvents(QCPPainter* painter) const
 {
-    const QRect rect = axisRect()->rect();
+    const QRect rect = m_area->rect();
     const QRect strip = Strip();
     painter->fillRect(strip, ToColour(m_colours.AlternateBase));
     painter->setPen(ToColour(m_colours.Line));
@@ -137,7 +137,7 @@ void PlotCanvas::DrawCursor(QCPPainter* painter) const
 {
     if (!m_cursorMs || *m_cursorMs < m_fromMs || *m_cursorMs > m_toMs)
         return;
-    const QRect rect = axisRect()->rect();
+    const QRect rect = m_area->rect();
     const double x = X(static_cast<double>(*m_cursorMs));
     painter->setPen(ToColour(m_colours.TextFore));
     painter->drawLine(QPointF(x, rect.top()), QPointF(x, rect.bottom()));

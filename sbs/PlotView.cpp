@@ -70,6 +70,8 @@ PlotView::PlotView(QWidget* parent)
 {
     setObjectName(QStringLiteral("plotView"));
     setFocusProxy(m_canvas);
+    setBackgroundRole(QPalette::Base); // one surface with the canvas
+    setAutoFillBackground(true);
     LayOut();
     MakeExportMenu();
 

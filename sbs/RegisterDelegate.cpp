@@ -77,7 +77,7 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     if (index.column() == kValueColumn && (mark == RegisterMark::Up || mark == RegisterMark::Down)) {
         if (selected)
             painter->fillRect(option.rect, option.palette.highlight());
-        DrawChangedCell(*painter, option.rect, mark == RegisterMark::Up ? Direction::Up : Direction::Down,
+        DrawChangedCell(*painter, option.rect, mark == RegisterMark::Up ? Trend::Up : Trend::Down,
                         selected);
         QStyleOptionViewItem text(option);
         initStyleOption(&text, index);

@@ -65,7 +65,7 @@ QString RegisterLog::Start(const QString& path, const LogHead& head, std::vector
     const QFileInfo there(path);
     if (there.exists() && !there.isFile()) // opening a pipe would wait for its other end
         return QStringLiteral("%1 is no ordinary file. Choose another name for the log.").arg(path);
-    const QString problem = SaveWhole(path, HeadBytes(head, m_time.Now(), columns));
+    QString problem = SaveWhole(path, HeadBytes(head, m_time.Now(), columns));
     if (!problem.isEmpty())
         return problem;
     m_path = path;

@@ -55,7 +55,7 @@ struct RegisterLogData {
 /// proportion to what was fed, whatever it was.
 class RegisterLogParser {
 public:
-    static constexpr std::size_t kLongestLine = 1024 * 1024;
+    static constexpr std::size_t kLongestLine = std::size_t{1} << 20;
     static constexpr std::size_t kMostColumns = 4096;
     static constexpr std::size_t kMostHeadLines = 100;
 

@@ -53,7 +53,10 @@ frmSBS::frmSBS(GaugeContext& context)
     QTimer::singleShot(0, this, &frmSBS::Refresh); // the first values at once, not after the first interval
 }
 
-frmSBS::~frmSBS() = default;
+frmSBS::~frmSBS()
+{
+    m_plot->SetCurves({}); // it draws from the engine's history, which goes first
+}
 
 void frmSBS::LoadInitSBSGrid()
 {
@@ -117,7 +120,6 @@ void frmSBS::MoveSBSDataToGrid()
     m_flags->RefreshPictFlags(m_scan);
     m_plot->Advance();
     ShowEvents();
-    m_cyclePane->Refresh();
     ShowFooter({});
 }
 
@@ -146,9 +148,11 @@ void frmSBS::ShowStatic()
 void frmSBS::Watch()
 {
     m_model->RefreshAges();
+    const CycleState before = m_cycle.Facts().State;
     if (!Busy() && !m_closing)
         m_cycle.Watch();
-    m_cyclePane->Refresh();
+    m_cyclePane->NoteState(before, m_events);
+    ShowEvents();
 }
 
 void frmSBS::EnableSBSContScan(bool on)
@@ -395,11 +399,13 @@ void frmSBS::UpdateCurves()
 {
     std::vector<PlotCurve> curves;
     const std::int64_t offset = m_context.time.Now().toMSecsSinceEpoch() - m_context.time.MonotonicMs();
+    const std::int64_t bridge
+        = 3LL * m_scan.Form().Interval.Refresh; // a line joins no two values around a pause
     int place = 0;
     for (const int row : m_model->Plotted()) {
         const auto at = static_cast<std::int16_t>(row);
         if (row >= 0)
-            curves.push_back({&m_scan.History(), static_cast<std::size_t>(row), offset, 0,
+            curves.push_back({&m_scan.History(), static_cast<std::size_t>(row), offset, bridge,
                               ShownDescription(m_tables.GetSBSDesc(at)), m_tables.GetSBSUnit(at), place});
         ++place;
     }
@@ -408,7 +414,7 @@ void frmSBS::UpdateCurves()
 
 void frmSBS::StopLines()
 {
-    m_cycle.StopAndSwitchOff(tr("Stopped by hand"));
+    m_cycle.StopAndSwitchOff(tr("Stopped by hand."));
     m_cyclePane->Refresh();
 }
 

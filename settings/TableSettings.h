@@ -20,6 +20,8 @@ public:
     [[nodiscard]] std::int32_t Integer(QStringView section, QStringView key, std::int32_t fallback) const;
     /// @return empty, or what went wrong in plain words with the file's name
     [[nodiscard]] QString Write(QStringView section, QStringView key, const QString& value);
+    /// Where the tables and the documents that go with them lie.
+    [[nodiscard]] const QString& ProgramFolder() const { return m_state.ProgramFolder; }
 
 private:
     [[nodiscard]] QString FileOf(QStringView section, QStringView key) const;

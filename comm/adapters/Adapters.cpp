@@ -1,5 +1,6 @@
 #include "comm/adapters/Adapters.h"
 
+#include "comm/adapters/LinuxAdapter.h"
 #include "comm/adapters/RecordedAdapter.h"
 #include "comm/adapters/ReplayAdapter.h"
 #include "comm/adapters/SimulatedAdapter.h"
@@ -43,7 +44,28 @@ std::unique_ptr<Pc61vRW> MakeSimulated(const AdapterSettings& adapter, ProfileSt
     return std::make_unique<SimulatedAdapter>(time, settings);
 }
 
+LinuxAdapterSettings RealSettings(const AdapterSettings& adapter, ProfileStore& profiles,
+                                  const StartupState& state)
+{
+    LinuxAdapterSettings settings = ReadLinuxAdapterSettings(profiles, state.ProgramSettingsFile);
+    settings.Device = adapter.Device; // an option may have said otherwise
+    return settings;
+}
+
+std::unique_ptr<Pc61vRW> MakeReal(const AdapterSettings& adapter, ProfileStore& profiles,
+                                  const StartupState& state, TimeSource& time)
+{
+    return std::make_unique<LinuxAdapter>(time, RealSettings(adapter, profiles, state));
+}
+
+std::vector<AdapterFacts> ListReal(const AdapterSettings& adapter, ProfileStore& profiles,
+                                   const StartupState& state)
+{
+    return LinuxAdapter::List(RealSettings(adapter, profiles, state));
+}
+
 constexpr std::array kBackEnds{
+    BackEnd{AdapterKind::Linux, MakeReal, ListReal},
     BackEnd{AdapterKind::Simulated, MakeSimulated, nullptr},
     BackEnd{AdapterKind::Replay, MakeReplay, nullptr},
 };

@@ -4,27 +4,21 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace {
 
-/// Charger and load as the calls leave them; call number failFrom and later ones up to failTo answer a fault.
+/// Charger and load as the calls leave them; calls number failFrom to failTo answer a fault.
 class FakeLines final : public CycleLines {
 public:
     bool Busy() const override { return busy; }
-    LineResult Switch(Direction direction, const AutoCycleSettings&) override
+    LineResult Switch(Direction to, const AutoCycleSettings&) override
     {
-        if (const LineResult answer = Next(); !answer.Ok())
-            return answer;
-        charger = direction == Direction::Charge;
-        load = !charger;
-        return {};
+        return Do(to == Direction::Charge, to == Direction::Discharge);
     }
-    LineResult BothOff(const AutoCycleSettings&) override
-    {
-        if (const LineResult answer = Next(); !answer.Ok())
-            return answer;
-        charger = load = false;
-        return {};
-    }
+    LineResult BothOff(const AutoCycleSettings&) override { return Do(false, false); }
+    bool On() const { return charger || load; }
+
     int calls = 0;
     int failFrom = 0;
     int failTo = -1;
@@ -35,12 +29,16 @@ public:
     std::function<void()> onCall;
 
 private:
-    LineResult Next()
+    LineResult Do(bool chargerOn, bool loadOn)
     {
         ++calls;
-        if (onCall)
-            onCall();
-        return calls >= failFrom && calls <= failTo ? fault : LineResult{};
+        if (const auto handler = std::exchange(onCall, {}))
+            handler();
+        if (calls >= failFrom && calls <= failTo)
+            return fault;
+        charger = chargerOn;
+        load = loadOn;
+        return {};
     }
 };
 
@@ -49,10 +47,7 @@ CycleValues Pack(int rem, int volt = 14800, int status = 0)
     return {CycleReading::Of(rem), CycleReading::Of(volt), CycleReading::Of(status), true};
 }
 
-CycleValues Silent()
-{
-    return {CycleReading::Failed(), CycleReading::Failed(), CycleReading::Failed(), false};
-}
+const CycleValues kSilent{CycleReading::Failed(), CycleReading::Failed(), CycleReading::Failed(), false};
 
 struct AutoCycleTest : testing::Test {
     AutoCycleTest()
@@ -82,14 +77,13 @@ TEST_F(AutoCycleTest, WarnsOfEachMissingRowAndStarts)
 {
     CycleValues none;
     EXPECT_TRUE(cycle.StartAutoCycle(none));
-    EXPECT_EQ(messages.texts,
-              (QStringList{
-                  QStringLiteral("Remaining capacity not available. Any Autocycle options based on remaining "
-                                 "capacity will not function!"),
-                  QStringLiteral("Battery voltage not available. Any Autocycle options based on Battery "
-                                 "voltage will not function!"),
-                  QStringLiteral("Battery Status not available. Any Autocycle options based on Battery "
-                                 "Status will not function!")}));
+    const QString text
+        = QStringLiteral("%1 not available. Any Autocycle options based on %2 will not function!");
+    EXPECT_EQ(
+        messages.texts,
+        (QStringList{text.arg(QStringLiteral("Remaining capacity"), QStringLiteral("remaining capacity")),
+                     text.arg(QStringLiteral("Battery voltage"), QStringLiteral("Battery voltage")),
+                     text.arg(QStringLiteral("Battery Status"), QStringLiteral("Battery Status"))}));
 }
 
 TEST_F(AutoCycleTest, RelaxesForItsSecondsWithBothLinesOff)
@@ -100,7 +94,7 @@ TEST_F(AutoCycleTest, RelaxesForItsSecondsWithBothLinesOff)
     ChargeFirst();
     StepAfter(2000, Pack(100));
     EXPECT_EQ(cycle.Facts().State, CycleState::RelaxBeforeDischarge);
-    EXPECT_FALSE(lines.charger || lines.load);
+    EXPECT_FALSE(lines.On());
     EXPECT_FALSE(StepAfter(9999, Pack(100)).Due);
     EXPECT_FALSE(lines.load);
     StepAfter(1, Pack(98));
@@ -119,42 +113,27 @@ TEST_F(AutoCycleTest, CountsACycleWhenBothDirectionsWereRun)
     EXPECT_EQ(cycle.History().Charged(), 100);
     EXPECT_EQ(cycle.History().Discharged(), 100);
     cycle.StopAndSwitchOff(QStringLiteral("Stopped by hand."));
-    EXPECT_EQ(cycle.History().Cycles(), 1);
-    EXPECT_FALSE(lines.charger || lines.load);
+    EXPECT_FALSE(lines.On());
     EXPECT_EQ(cycle.Facts().StopReason, QStringLiteral("Stopped by hand. Charger and load are off."));
-    EXPECT_TRUE(messages.texts.isEmpty());
 }
 
-struct AnswerCase {
-    const char* name;
-    Answer answer;
-    bool starts;
-    bool charger;
-    bool load;
-};
-
-struct RelaxQuestion : AutoCycleTest, testing::WithParamInterface<AnswerCase> { };
-
-TEST_P(RelaxQuestion, DecidesWhereARestingPackGoes)
+TEST_F(AutoCycleTest, AsksWhereARestingPackGoes)
 {
-    cycle.SetRelaxState(Direction::Discharge);
-    messages.answers = {GetParam().answer};
-    EXPECT_EQ(cycle.StartAutoCycle(Pack(50)), GetParam().starts);
-    EXPECT_EQ(messages.texts.value(0),
-              QStringLiteral(
-                  "The battery is currently in relaxation mode.\nClick YES to begin Charging after "
-                  "relaxation\nClick NO to begin Discharging after relaxation.\nClick Cancel to abort and "
-                  "manually set the state."));
-    cycle.Step(Pack(50));
-    EXPECT_EQ(lines.charger, GetParam().charger);
-    EXPECT_EQ(lines.load, GetParam().load);
+    for (const Answer answer : {Answer::Yes, Answer::No, Answer::Cancel}) {
+        cycle.SetRelaxState(Direction::Discharge);
+        messages.answers = {answer};
+        EXPECT_EQ(cycle.StartAutoCycle(Pack(50)), answer != Answer::Cancel);
+        cycle.Step(Pack(50));
+        EXPECT_EQ(lines.charger, answer == Answer::Yes);
+        EXPECT_EQ(lines.load, answer == Answer::No);
+        cycle.StopAndSwitchOff({});
+    }
+    EXPECT_EQ(
+        messages.texts.value(0),
+        QStringLiteral("The battery is currently in relaxation mode.\nClick YES to begin Charging after "
+                       "relaxation\nClick NO to begin Discharging after relaxation.\nClick Cancel to "
+                       "abort and manually set the state."));
 }
-
-INSTANTIATE_TEST_SUITE_P(Answers, RelaxQuestion,
-                         testing::Values(AnswerCase{"Yes", Answer::Yes, true, true, false},
-                                         AnswerCase{"No", Answer::No, true, false, true},
-                                         AnswerCase{"Cancel", Answer::Cancel, false, false, false}),
-                         [](const auto& row) { return row.param.name; });
 
 TEST_F(AutoCycleTest, StopWhileTheQuestionIsOpenPreventsTheStart)
 {
@@ -178,40 +157,53 @@ TEST_F(AutoCycleTest, RefusesToStartWithoutLinesAndNamesTheKeys)
     EXPECT_FALSE(cycle.Facts().LinesInDoubt);
 }
 
-struct DangerCase {
+struct GuardCase {
     const char* name;
-    int statusBits;
     int rem; ///< decides the direction: 0 charges, 100 discharges
-    const char* reason;
+    int status; ///< in every pass from then on; -1: nothing answers
+    int intervalMs;
+    int passes; ///< the last of them ends the run
+    const char* reason; ///< empty: it goes on
 };
 
-struct Alarms : AutoCycleTest, testing::WithParamInterface<DangerCase> { };
+struct Guard : AutoCycleTest, testing::WithParamInterface<GuardCase> { };
 
-TEST_P(Alarms, SwitchBothLinesOffWhenTheyForbidTheDirection)
+TEST_P(Guard, SwitchesBothLinesOffAndSaysWhy)
 {
-    const bool danger = *GetParam().reason != 0;
+    const auto& row = GetParam();
+    const auto pass
+        = [&] { StepAfter(row.intervalMs, row.status < 0 ? kSilent : Pack(50, 14800, row.status)); };
+    settings.ChgLongest = 80;
+    cycle.SetSettings(settings);
     ASSERT_TRUE(cycle.StartAutoCycle(Pack(50)));
-    StepAfter(2000, Pack(GetParam().rem));
-    ASSERT_TRUE(lines.charger || lines.load);
-    StepAfter(2000, Pack(50, 14800, GetParam().statusBits));
-    EXPECT_EQ(lines.charger || lines.load, !danger);
-    EXPECT_EQ(cycle.Facts().Running, !danger);
-    EXPECT_EQ(cycle.Facts().StopReason, QString::fromLatin1(GetParam().reason));
-    EXPECT_EQ(messages.texts.size(), danger ? 1 : 0);
+    StepAfter(0, Pack(row.rem));
+    for (int i = 1; i < row.passes; ++i)
+        pass();
+    StepAfter(row.intervalMs, Pack(50)); // one good pass, and counts begin anew
+    for (int i = 1; i < row.passes; ++i)
+        pass();
+    ASSERT_TRUE(lines.On());
+    pass();
+    const bool off = *row.reason != 0;
+    EXPECT_EQ(lines.On(), !off);
+    EXPECT_EQ(cycle.Facts().Running, !off);
+    EXPECT_EQ(cycle.Facts().StopReason,
+              off ? QLatin1String(row.reason) + QStringLiteral(" Charger and load are off.") : QString());
+    EXPECT_EQ(messages.texts.size(), off ? 1 : 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Bits, Alarms,
-    testing::Values(
-        DangerCase{"TerminateChargeCharging", 0x4000, 0,
-                   "The pack reported TERMINATE_CHARGE while charging. Charger and load are off."},
-        DangerCase{"OverTempCharging", 0x1000, 0,
-                   "The pack reported OVER_TEMP while charging. Charger and load are off."},
-        DangerCase{"TerminateDischargeDischarging", 0x0800, 100,
-                   "The pack reported TERMINATE_DISCHARGE while discharging. Charger and load are off."},
-        DangerCase{"TerminateDischargeCharging", 0x0800, 0, ""},
-        DangerCase{"TerminateChargeDischarging", 0x5000, 100, ""}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Dangers, Guard, testing::Values(
+    GuardCase{"FullCharging", 0, 0x4000, 2000, 1, "The pack reported TERMINATE_CHARGE while charging."},
+    GuardCase{"HotCharging", 0, 0x1000, 2000, 1, "The pack reported OVER_TEMP while charging."},
+    GuardCase{"EmptyCharging", 0, 0x0800, 2000, 1, ""},
+    GuardCase{"EmptyDischarging", 100, 0x0800, 2000, 1, "The pack reported TERMINATE_DISCHARGE while discharging."},
+    GuardCase{"FullAndHotDischarging", 100, 0x5000, 2000, 1, ""},
+    GuardCase{"TenPassesLost", 0, -1, 2000, 10, "The gauge did not answer 10 passes in a row."},
+    GuardCase{"ThirtySecondsLost", 0, -1, 6000, 6, "The gauge has not answered for 30 s."},
+    GuardCase{"LongPhase", 0, 0, 20'000, 2, "The charge phase reached its longest time, 80 s."}),
     [](const auto& row) { return row.param.name; });
+// clang-format on
 
 // The bit that ends the charge may be the very trigger of the discharge.
 TEST_F(AutoCycleTest, AlarmThatTurnsTheDirectionIsNoDanger)
@@ -221,8 +213,7 @@ TEST_F(AutoCycleTest, AlarmThatTurnsTheDirectionIsNoDanger)
     cycle.SetSettings(settings);
     ChargeFirst();
     StepAfter(2000, Pack(0, 16800, 0x4000));
-    EXPECT_TRUE(cycle.Facts().Running);
-    EXPECT_TRUE(lines.load);
+    EXPECT_TRUE(cycle.Facts().Running && lines.load);
 }
 
 TEST_F(AutoCycleTest, NeverSwitchesOnAgainstAnAlarm)
@@ -234,34 +225,10 @@ TEST_F(AutoCycleTest, NeverSwitchesOnAgainstAnAlarm)
     EXPECT_EQ(lines.calls, callsBefore + 1) << "one call, which switches off";
 }
 
-struct LossCase {
-    const char* name;
-    int intervalMs;
-    int lostPassesUntilOff;
-};
-struct Loss : AutoCycleTest, testing::WithParamInterface<LossCase> { };
-
-TEST_P(Loss, SwitchesOffAfterTenPassesOrThirtySeconds)
+TEST_F(AutoCycleTest, LinesLeftOnStayUnderWatchWithoutPassesToo)
 {
     ChargeFirst();
-    for (int pass = 1; pass < GetParam().lostPassesUntilOff; ++pass)
-        StepAfter(GetParam().intervalMs, Silent());
-    StepAfter(GetParam().intervalMs, Pack(50)); // one answer begins the count anew
-    for (int pass = 1; pass < GetParam().lostPassesUntilOff; ++pass) {
-        StepAfter(GetParam().intervalMs, Silent());
-        ASSERT_TRUE(lines.charger) << pass;
-    }
-    StepAfter(GetParam().intervalMs, Silent());
-    EXPECT_FALSE(lines.charger);
-}
-
-INSTANTIATE_TEST_SUITE_P(Intervals, Loss,
-                         testing::Values(LossCase{"TenPasses", 2000, 10}, LossCase{"ThirtySeconds", 6000, 6}),
-                         [](const auto& row) { return row.param.name; });
-
-TEST_F(AutoCycleTest, WatchesWithoutPassesToo)
-{
-    ChargeFirst();
+    cycle.StopAutoCycle();
     time.Advance(AutoCycle::kNoPassLimitMs - 1);
     cycle.Watch();
     EXPECT_TRUE(lines.charger);
@@ -270,67 +237,43 @@ TEST_F(AutoCycleTest, WatchesWithoutPassesToo)
     EXPECT_FALSE(lines.charger);
 }
 
-TEST_F(AutoCycleTest, PhaseEndsAtItsLongestTimeEvenAfterStopAutoCycle)
+struct LineFaults : AutoCycleTest, testing::WithParamInterface<std::tuple<int, bool>> { };
+
+TEST_P(LineFaults, LeaveNoLineOnThatIsBelievedOff)
 {
-    settings.ChgLongest = 60;
+    const auto [failAt, forGood] = GetParam();
+    lines.failFrom = failAt;
+    lines.failTo = forGood ? 1'000'000 : failAt;
+    settings.DChgRelax = 1;
     cycle.SetSettings(settings);
-    ChargeFirst();
-    cycle.StopAutoCycle();
-    EXPECT_TRUE(lines.charger) << "stopping the run leaves the lines";
-    StepAfter(59'999, Pack(50));
-    EXPECT_TRUE(lines.charger);
-    StepAfter(1, Pack(50));
-    EXPECT_FALSE(lines.charger);
-    EXPECT_TRUE(cycle.Facts().StopReason.startsWith(
-        QStringLiteral("The charge phase reached its longest time, 60 s.")));
+    cycle.StartAutoCycle(Pack(50));
+    for (const int rem : {0, 100, 50})
+        StepAfter(2000, Pack(rem));
+    EXPECT_EQ(cycle.Facts().Running, !forGood || failAt == 5);
+    cycle.LeaveProgram();
+    EXPECT_EQ(lines.On() && !cycle.Facts().LinesInDoubt, false);
+    EXPECT_EQ(cycle.Facts().LinesInDoubt, forGood && failAt > 1);
+    EXPECT_EQ(messages.texts.value(0).contains(QStringLiteral("may still be on")), forGood && failAt > 1);
+    EXPECT_EQ(messages.texts.isEmpty(), !forGood);
+
+    lines.failTo = 0; // the adapter is back
+    StepAfter(AutoCycle::kSwitchOffAgainMs, Pack(50));
+    EXPECT_FALSE(cycle.Facts().LinesInDoubt || lines.On());
 }
 
-// Whatever line operation fails, once or from then on, no line is believed off that is on.
-TEST_F(AutoCycleTest, EveryLineOperationFailsOnce)
-{
-    constexpr int kOperations = 5; // probe, charge, off for the rest, discharge, off at the end
-    for (const bool forGood : {false, true}) {
-        for (int failAt = 1; failAt <= kOperations; ++failAt) {
-            SCOPED_TRACE(failAt + (forGood ? 100 : 0));
-            FakeLines faulty;
-            faulty.failFrom = failAt;
-            faulty.failTo = forGood ? 1'000'000 : failAt;
-            RecordedMessages told;
-            AutoCycle run(faulty, time, told);
-            settings.DChgRelax = 1;
-            run.SetSettings(settings);
-            run.StartAutoCycle(Pack(50));
-            for (const int rem : {0, 100, 50}) {
-                time.Advance(2000);
-                run.Step(Pack(rem));
-            }
-            EXPECT_EQ(run.Facts().Running, !forGood || failAt == kOperations);
-            run.LeaveProgram();
-            EXPECT_EQ(run.Facts().LinesInDoubt, forGood && failAt > 1);
-            EXPECT_EQ(told.texts.isEmpty(), !forGood);
-            EXPECT_EQ(!forGood && (faulty.charger || faulty.load), false);
-            if (forGood && failAt > 1) {
-                EXPECT_TRUE(told.texts.value(0).contains(QStringLiteral("may still be on")));
-            }
-
-            faulty.failTo = 0; // the adapter is back
-            time.Advance(AutoCycle::kSwitchOffAgainMs);
-            run.Watch();
-            EXPECT_FALSE(run.Facts().LinesInDoubt || faulty.charger || faulty.load);
-        }
-    }
-}
+// probe, charge, off for the rest, discharge, off at the end
+INSTANTIATE_TEST_SUITE_P(EachOperationOnceAndForGood, LineFaults,
+                         testing::Combine(testing::Range(1, 6), testing::Bool()));
 
 TEST_F(AutoCycleTest, StopInsideALineWriteTakesEffectWhenItEnds)
 {
     ASSERT_TRUE(cycle.StartAutoCycle(Pack(50)));
     lines.onCall = [&] {
-        lines.onCall = {};
         cycle.StopAndSwitchOff(QStringLiteral("Stopped by hand."));
         cycle.Step(Pack(100)); // a tick inside the write is dropped
     };
     StepAfter(2000, Pack(0));
-    EXPECT_FALSE(lines.charger || lines.load);
+    EXPECT_FALSE(lines.On());
     EXPECT_EQ(cycle.Facts().State, CycleState::Idle);
 }
 

@@ -57,21 +57,14 @@ TEST_P(PackCycle, ChargesAndDischargesTheSimulatedPack)
     EXPECT_LT(std::abs(current), 20) << "mA; once both are off only the gauge itself draws some";
 }
 
-// The settings of the two targets that ship.
-INSTANTIATE_TEST_SUITE_P(
-    Targets, PackCycle,
-    testing::Values(WiringCase{"GenericOnePin", {.RemCapRow = 13, .ChgRemCapVal = 5, .DChgRemCapVal = 99}},
-                    WiringCase{"Sim4sTwoPins",
-                               {.RemCapRow = 13,
-                                .ChgRemCapVal = 10,
-                                .ChgBattvoltVal = 12200,
-                                .ChgTrigType = 3,
-                                .ChgRelax = 60,
-                                .DChgBattvoltVal = 17000,
-                                .DChgTrigType = 7,
-                                .DChgVal = 32,
-                                .DChgRelax = 60,
-                                .ChgPin = 2}}),
+// As in the two targets that ship.
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Targets, PackCycle, testing::Values(
+    WiringCase{"GenericOnePin", {.RemCapRow = 13, .ChgRemCapVal = 5, .DChgRemCapVal = 99}},
+    WiringCase{"Sim4sTwoPins", {.RemCapRow = 13, .ChgRemCapVal = 10, .ChgBattvoltVal = 12200, .ChgTrigType = 3,
+                                .ChgRelax = 60, .DChgBattvoltVal = 17000, .DChgTrigType = 7, .DChgVal = 32,
+                                .DChgRelax = 60, .ChgPin = 2}}),
     [](const auto& row) { return row.param.name; });
+// clang-format on
 
 } // namespace

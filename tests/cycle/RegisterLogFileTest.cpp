@@ -13,18 +13,15 @@ namespace {
 
 const QByteArray kHead = "GG Version: 1 for Simulated\r\n2026-01-05\r\n           \r\nMaker: A \r\n";
 
+/// A log in short: blanks are tabs, "|" ends a line, "@" stands for the captions of the three fixed columns.
+QByteArray Log(const char* text)
+{
+    return QByteArray(text).replace('@', "Sample Stamp ~Elapsed(s)").replace(' ', '\t').replace('|', "\r\n");
+}
+
 RegisterLogData Parse(const QByteArray& bytes)
 {
     return ParseRegisterLog({bytes.data(), static_cast<std::size_t>(bytes.size())});
-}
-
-/// Records of one register, sample numbers from 1, a second apart.
-RegisterLogData Column(const QStringList& values)
-{
-    QByteArray log = "Sample\tStamp\t~Elapsed(s)\tX\r\n";
-    for (qsizetype i = 0; i < values.size(); ++i)
-        log += QStringLiteral("%1\t09:00:00\t%2\t%3\r\n").arg(i + 1).arg(i).arg(values[i]).toUtf8();
-    return Parse(log);
 }
 
 /// Numbers as text, a gap as "_".
@@ -38,7 +35,7 @@ QString Shown(const std::vector<double>& values)
 
 struct ValueCase {
     const char* name;
-    QStringList written;
+    const char* written; ///< records, separated by ","
     const char* read;
     bool hexadecimal;
     int problems;
@@ -47,7 +44,10 @@ class Values : public testing::TestWithParam<ValueCase> { };
 
 TEST_P(Values, AreReadByTheColumnTheyStandIn)
 {
-    const RegisterLogData data = Column(GetParam().written);
+    QByteArray log = Log("@ X|");
+    for (const QByteArray& value : QByteArray(GetParam().written).split(','))
+        log += "1\t09:00:00\t0\t" + value + "\r\n";
+    const RegisterLogData data = Parse(log);
     ASSERT_EQ(data.Series.size(), 1U);
     EXPECT_EQ(Shown(data.Series[0].Values), QLatin1String(GetParam().read));
     EXPECT_EQ(data.Series[0].Hexadecimal, GetParam().hexadecimal);
@@ -55,68 +55,31 @@ TEST_P(Values, AreReadByTheColumnTheyStandIn)
     EXPECT_EQ(data.Series[0].Gaps, QByteArray(GetParam().read).count('_'));
 }
 
-QStringList L(const char* text) { return QString::fromLatin1(text).split(u','); }
-
-INSTANTIATE_TEST_SUITE_P(
-    Notations, Values,
-    testing::Values(ValueCase{"Decimal", L("3712,371.2,-1.5,0,0.05"), "3712 371.2 -1.5 0 0.05", false, 0},
-                    ValueCase{"FailedReadIsAGap", L("1,,3, "), "1 _ 3 _", false, 0},
-                    ValueCase{"DigitsStayDecimal", L("10,20"), "10 20", false, 0},
-                    ValueCase{"LetterMakesHexadecimal", L("1234,00C0,5a6f"), "4660 192 23151", true, 0},
-                    ValueCase{"LeadingZeroMakesHexadecimal", L("10,0081,,20"), "16 129 _ 32", true, 0},
-                    ValueCase{"SignUndoesHexadecimal", L("0081,00C0,-1"), "81 _ -1", false, 0},
-                    ValueCase{"HexadecimalInADecimalColumn", L("1.5,C0,007"), "1.5 _ 7", false, 1},
-                    ValueCase{"LongNumbers", L("123456789,12345678901234567890,1e+20"),
-                              "123456789 1.23456789012e+19 1e+20", false, 0},
-                    ValueCase{"TextsAreReported", L("12:30,inf,nan,3,-,1.2.3"), "_ _ _ 3 _ _", false, 5}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Notations, Values, testing::Values(
+    ValueCase{"Decimal", "3712,371.2,-1.5,0,0.05", "3712 371.2 -1.5 0 0.05", false, 0},
+    ValueCase{"FailedReadIsAGap", "1,,3, ", "1 _ 3 _", false, 0},
+    ValueCase{"LetterMakesHexadecimal", "1234,00C0,5a6f", "4660 192 23151", true, 0},
+    ValueCase{"LeadingZeroMakesHexadecimal", "10,0081,,20", "16 129 _ 32", true, 0},
+    ValueCase{"SignUndoesHexadecimal", "0081,00C0,-1", "81 _ -1", false, 0},
+    ValueCase{"HexadecimalInADecimalColumn", "1.5,C0,007", "1.5 _ 7", false, 1},
+    ValueCase{"LongNumbers", "123456789,12345678901234567890,1e+20", "123456789 1.23456789012e+19 1e+20", false, 0},
+    ValueCase{"TextsAreReported", "12:30,inf,nan,3,-,1.2.3", "_ _ _ 3 _ _", false, 5}),
     [](const auto& row) { return row.param.name; });
+// clang-format on
 
-struct TimeCase {
+struct LogCase {
     const char* name;
-    const char* lines; ///< records without values, separated by |
-    const char* captions;
-    const char* seconds;
-};
-class TimeAxis : public testing::TestWithParam<TimeCase> { };
-
-TEST_P(TimeAxis, RisesThroughTheRun)
-{
-    QByteArray log = kHead + GetParam().captions + "\r\n";
-    for (const QByteArray& line : QByteArray(GetParam().lines).split('|'))
-        log += QByteArray(line).replace(' ', '\t') + "\r\n";
-    EXPECT_EQ(Shown(Parse(log).Seconds), QLatin1String(GetParam().seconds));
-}
-
-constexpr const char* kFull = "Sample\tStamp\t~Elapsed(s)";
-INSTANTIATE_TEST_SUITE_P(
-    Logs, TimeAxis,
-    testing::Values(
-        TimeCase{"TiesAreSpread", "1 09:00:00 0|2 09:00:00 0|3 09:00:01 1|4 09:00:01 1", kFull,
-                 "0 0.5 1 1.5"},
-        TimeCase{"LostRecordsKeepTheirPlace", "1 09:00:00 0|4 09:00:00 0|5 09:00:01 1", kFull, "0 0.75 1"},
-        TimeCase{"TiesWithoutOrderedSamples", "5 09:00:00 0|5 09:00:00 0|1 09:00:01 1", kFull, "0 0.5 1"},
-        TimeCase{"MidnightByElapsed", "1 23:59:59 0|2 00:00:04 5", kFull, "0 5"},
-        TimeCase{"MidnightByStamp", "1 23:59:59|2 00:00:04|3 23:59:58|4 00:00:01", "Sample\tStamp",
-                 "0 5 86399 86402"},
-        TimeCase{"SecondRunFollows", "1 09:00:00 0|2 09:00:05 5|1 10:00:00 0|2 10:00:05 5", kFull,
-                 "0 5 6 11"},
-        TimeCase{"UnusableTimeCountsToTheSecondBefore", "1 x 0|2 x 7|3 x abc|4 x 1e300|5 x 8", kFull,
-                 "0 7 7.33333333333 7.66666666667 8"},
-        TimeCase{"NoTimeAtAll", "1|2|3", "Sample\tX", "0 1 2"}),
-    [](const auto& row) { return row.param.name; });
-
-struct OddCase {
-    const char* name;
-    QByteArray bytes;
-    int records;
+    QByteArray log;
+    const char* seconds; ///< a number a record
     std::vector<std::int64_t> problemLines;
 };
-class OddLogs : public testing::TestWithParam<OddCase> { };
+class Logs : public testing::TestWithParam<LogCase> { };
 
-TEST_P(OddLogs, OpenAsFarAsTheyAreWhole)
+TEST_P(Logs, OpenAsFarAsTheyAreWholeWithTimeThatNeverFalls)
 {
-    const RegisterLogData data = Parse(GetParam().bytes);
-    EXPECT_EQ(static_cast<int>(data.Records()), GetParam().records);
+    const RegisterLogData data = Parse(GetParam().log);
+    EXPECT_EQ(Shown(data.Seconds), QLatin1String(GetParam().seconds));
     for (const LogSeries& series : data.Series)
         EXPECT_EQ(series.Values.size(), data.Records());
     std::vector<std::int64_t> lines;
@@ -125,28 +88,28 @@ TEST_P(OddLogs, OpenAsFarAsTheyAreWhole)
     EXPECT_EQ(lines, GetParam().problemLines);
 }
 
-const QByteArray kCaptions = "Sample\tStamp\t~Elapsed(s)\tA\tB\n";
-INSTANTIATE_TEST_SUITE_P(
-    Files, OddLogs,
-    testing::Values(
-        OddCase{"Empty", "", 0, {0}}, OddCase{"Binary", QByteArray("\0\xFF\t\r\n\x80", 6), 0, {2, 0}},
-        OddCase{"LineFeedsOnly", kCaptions + "1\t09:00:00\t0\t1\t2\n", 1, {}},
-        OddCase{"NoLineEnd", kCaptions + "1\t09:00:00\t0\t1\t2", 0, {2}},
-        OddCase{"ShortRecord", kCaptions + "1\t09:00:00\t0\t1\n", 1, {2}},
-        OddCase{"ForeignLines", kCaptions + "hello\n\n1\t09:00:00\t0\t1\t2\n", 1, {2}},
-        OddCase{"ErrorFlagAndMore",
-                kCaptions + "1\t09:00:00\t0\t1\t2\tPossible Error-See error log\n2\t09:00:01\t1\t1\t2\tx\n",
-                2,
-                {3}},
-        OddCase{"OtherCaptionsLater",
-                kCaptions + "1\t09:00:00\t0\t1\t2\nSample\tStamp\t~Elapsed(s)\tC\n1\t09:00:00\t0\t9\n",
-                1,
-                {3}},
-        OddCase{"LineTooLong",
-                kCaptions + "1\t09:00:00\t0\t" + QByteArray(2 << 20, '7') + "\n1\t09:00:00\t0\t1\t2\n",
-                1,
-                {2}}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Odd, Logs, testing::Values(
+    LogCase{"TiesAreSpread", Log("@|1 09:00:00 0|2 09:00:00 0|3 09:00:01 1|4 09:00:01 1|"), "0 0.5 1 1.5", {}},
+    LogCase{"LostRecordsKeepTheirPlace", Log("@|1 09:00:00 0|4 09:00:00 0|5 09:00:01 1|"), "0 0.75 1", {}},
+    LogCase{"TiesWithoutOrder", Log("@|5 09:00:00 0|5 09:00:00 0|1 09:00:01 1|"), "0 0.5 1", {}},
+    LogCase{"TiesOfFractions", Log("@|1 x 0.1|2 x 0.1|3 x 0.2|"), "0.1 0.15 0.2", {}},
+    LogCase{"MidnightByElapsed", Log("@|1 23:59:59 0|2 00:00:04 5|"), "0 5", {}},
+    LogCase{"MidnightByStamp", Log("Sample Stamp|1 23:59:59|2 00:00:04|3 23:59:58|4 00:00:01|"), "0 5 86399 86402", {1}},
+    LogCase{"TimeGoesBack", Log("@|1 09:00:00 0|2 09:00:05 5|1 10:00:00 0|2 10:00:05 5|"), "0 5 6 11", {4}},
+    LogCase{"UnusableTime", Log("@|1 x 0|2 x 7|3 x abc|4 x 1e300|5 x 8|"), "0 7 7.33333333333 7.66666666667 8", {4, 5}},
+    LogCase{"NoTimeAtAll", Log("Sample X|1 5|2 6|"), "0 1", {1}},
+    LogCase{"Empty", "", "", {0}},
+    LogCase{"Binary", QByteArray("\0\xFF\t\r\n\x80", 6), "", {2, 0}},
+    LogCase{"LineFeedsOnly", Log("@ A B|1 09:00:00 0 1 2|").replace("\r", ""), "0", {}},
+    LogCase{"NoLineEnd", Log("@ A B|1 09:00:00 0 1 2"), "", {2}},
+    LogCase{"ShortRecord", Log("@ A B|1 09:00:00 0 1|"), "0", {2}},
+    LogCase{"ForeignLines", Log("@ A B|hello||1 09:00:00 0 1 2|"), "0", {2}},
+    LogCase{"TooManyFields", Log("@ A B|1 09:00:00 0 1 2 x|"), "0", {2}},
+    LogCase{"OtherCaptionsLater", Log("@ A B|1 09:00:00 0 1 2|@ C|1 09:00:00 0 9|"), "0", {3}},
+    LogCase{"LineTooLong", Log("@ A B|1 09:00:00 0 ") + QByteArray(2 << 20, '7') + Log("|1 09:00:00 0 1 2|"), "0", {2}}),
     [](const auto& row) { return row.param.name; });
+// clang-format on
 
 TEST(RegisterLogFile, ReadsEveryCutUpToItsLastWholeRecord)
 {
@@ -183,12 +146,7 @@ TEST(RegisterLogFile, ReadsEveryCutUpToItsLastWholeRecord)
 // Lines of two bytes under a caption line of thousands of columns must not multiply the memory.
 TEST(RegisterLogFile, MakesUpNoMoreFieldsThanItReadBytes)
 {
-    QByteArray log = "Sample";
-    for (int i = 0; i < 5000; ++i)
-        log += '\t';
-    log += '\n';
-    for (int i = 0; i < 20000; ++i)
-        log += "1\n";
+    const QByteArray log = "Sample" + QByteArray(5000, '\t') + '\n' + QByteArray("1\n").repeated(20000);
     const RegisterLogData data = Parse(log);
     EXPECT_LE(data.Records() * data.Series.size(), static_cast<std::size_t>(2 * log.size()));
     EXPECT_EQ(data.Problems.size(), RegisterLogData::kProblemsKept);
@@ -203,7 +161,7 @@ TEST(RegisterLogFile, TellsOfAFileThatCannotBeReadAndCanBeCancelled)
     EXPECT_EQ(ReadRegisterLog(folder.path()).Problems.at(0).Line, 0);
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(kCaptions + QByteArray("1\t09:00:00\t0\t1\t2\n").repeated(200'000));
+    file.write(Log("@ A B|") + Log("1 09:00:00 0 1 2|").repeated(200'000));
     file.close();
     EXPECT_EQ(ReadRegisterLog(path).Records(), 200'000U);
     const RegisterLogData some
@@ -215,15 +173,9 @@ TEST(RegisterLogFile, TellsOfAFileThatCannotBeReadAndCanBeCancelled)
 
 TEST(CompareLogs, LaysRunsOverEachOther)
 {
-    const auto log = [](const QByteArray& captions, const QByteArray& records) {
-        QByteArray text = "Sample\tStamp\t~Elapsed(s)\t" + captions + '\n';
-        for (const QByteArray& record : records.split('|'))
-            text += "1\t09:00:00\t" + QByteArray(record).replace(' ', '\t') + '\n';
-        return Parse(text);
-    };
-    const LogComparison both
-        = CompareLogs(log("V\tOld\tF\tV", "0 10 1 0A 1|2 20 1 0B 2|4 30 1 0C 3|9 40 1 0D 4"),
-                      log("F\tV\tV\tNew", "1 A0 0 7 1|3 B0 10  1|4 C0 40 9 1|8 D0 80 9 1"));
+    const LogComparison both = CompareLogs(
+        Parse(Log("@ V Old F V|1 x 0 10 1 0A 1|1 x 2 20 1 0B 2|1 x 4 30 1 0C 3|1 x 9 40 1 0D 4|")),
+        Parse(Log("@ F V V New|1 x 1 A0 0 7 1|1 x 3 B0 10  1|1 x 4 C0 40 9 1|1 x 8 D0 80 9 1|")));
     EXPECT_EQ(Shown(both.Seconds), QStringLiteral("2 4"));
     ASSERT_EQ(both.Series.size(), 3U);
     EXPECT_EQ(Shown(both.Series[0].Second), QStringLiteral("5 40"));

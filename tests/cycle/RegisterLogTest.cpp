@@ -13,76 +13,65 @@
 
 namespace {
 
+using namespace Qt::StringLiterals;
+
 struct RegisterLogTest : testing::Test {
     QByteArray Content() const
     {
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("missing");
     }
-    QByteArray LastLine() const { return Content().chopped(2).split('\n').last(); }
-    QString Start(TestTime& clock)
-    {
-        log = std::make_unique<RegisterLog>(clock, messages);
-        return log->Start(path, head, LogColumns(rows));
-    }
+    QString Start() { return log.Start(path, head, LogColumns(rows)); }
     static QString Text(int row) { return row == 2 ? QString() : QStringLiteral("v%1").arg(row); }
 
     QTemporaryDir folder;
     QString path = folder.filePath(QStringLiteral("bench.log"));
     TestTime time{QDateTime(QDate(2026, 1, 5), QTime(23, 59, 58, 700))};
     RecordedMessages messages;
-    LogHead head{
-        QStringLiteral("GG"),
-        {QStringLiteral("1"), QStringLiteral("02")},
-        QStringLiteral("0x800"),
-        false,
-        {{QStringLiteral("Maker"), QStringLiteral("A\tB")}, {QStringLiteral("Cells"), QStringLiteral("4")}}};
-    std::vector<LogSwitch> rows{{QStringLiteral(" Volt\t "), true},
-                                {QStringLiteral("  "), true},
-                                {QStringLiteral("Temp"), true},
-                                {QStringLiteral("Off"), false},
-                                {QStringLiteral("Soc"), true}};
-    std::unique_ptr<RegisterLog> log;
+    // clang-format off
+    LogHead head{u"GG"_s, {u"1"_s, u"02"_s}, u"0x800"_s, false, {{u"Maker"_s, u"A\tB"_s}, {u"Cells"_s, u"4"_s}}};
+    std::vector<LogSwitch> rows{{u" Volt\t "_s, true}, {u"  "_s, true}, {u"Temp"_s, true}, {u"Off"_s, false}, {u"Soc"_s, true}};
+    // clang-format on
+    RegisterLog log{time, messages};
 };
 
 TEST_F(RegisterLogTest, WritesHeadCaptionsAndRecords)
 {
-    QFile old(path);
-    ASSERT_TRUE(old.open(QIODevice::WriteOnly) && old.write("an older log\r\n") > 0);
-    old.close();
-    ASSERT_EQ(Start(time), QString());
-    EXPECT_TRUE(log->Record(Text, false));
+    ASSERT_EQ(Start(), QString());
+    ASSERT_TRUE(log.Record(Text, false));
+    ASSERT_EQ(Start(), QString()) << "over the older log";
+    EXPECT_TRUE(log.Record(Text, false));
     time.Advance(1299);
-    EXPECT_TRUE(log->Record(Text, true));
+    EXPECT_TRUE(log.Record(Text, true));
     time.Advance(5001);
-    EXPECT_TRUE(log->Record([](int) { return QStringLiteral("a\tb\r\nc"); }, false));
+    EXPECT_TRUE(log.Record([](int) { return QStringLiteral("a\tb\r\nc"); }, false));
     EXPECT_EQ(Content(),
               QByteArray("GG Version: 1.02 for 0x800\r\n2026-01-05\r\n           \r\nMaker: A B Cells: 4 \r\n"
                          "Sample\tStamp\t~Elapsed(s)\tVolt\tTemp\tSoc\r\n"
                          "1\t23:59:58\t0\tv0\t\tv4\r\n"
                          "2\t23:59:59\t1\tv0\t\tv4\tPossible Error-See error log\r\n"
                          "3\t00:00:05\t6\ta b  c\ta b  c\ta b  c\r\n"));
-    log->Stop();
-    EXPECT_FALSE(log->Record(Text, false));
+    log.Stop();
+    EXPECT_FALSE(log.Record(Text, false));
 }
 
 TEST_F(RegisterLogTest, SaysOnceThatARunIsSimulated)
 {
     head.Simulated = true;
-    ASSERT_EQ(Start(time), QString());
+    ASSERT_EQ(Start(), QString());
     EXPECT_TRUE(Content().startsWith("GG Version: 1.02 for Simulated 0x800\r\n"));
-    head.DeviceName = QStringLiteral("simulated pack");
-    ASSERT_EQ(Start(time), QString());
+    head.DeviceName = u"simulated pack"_s;
+    ASSERT_EQ(Start(), QString());
     EXPECT_TRUE(Content().startsWith("GG Version: 1.02 for simulated pack\r\n"));
 }
 
 TEST_F(RegisterLogTest, StartThatFailsKeepsTheRunThatIsOn)
 {
-    ASSERT_EQ(Start(time), QString());
-    const QString problem = log->Start(folder.path(), head, {});
+    ASSERT_EQ(Start(), QString());
+    const QString problem = log.Start(folder.path(), head, {});
     EXPECT_TRUE(problem.contains(folder.path()));
-    EXPECT_TRUE(log->IsLogging());
-    EXPECT_EQ(log->FileName(), path);
+    EXPECT_TRUE(log.IsLogging());
+    EXPECT_EQ(log.FileName(), path);
 }
 
 struct AnswerCase {
@@ -92,69 +81,63 @@ struct AnswerCase {
     bool written;
     bool logging;
 };
-struct OpenFails : RegisterLogTest, testing::WithParamInterface<AnswerCase> { };
+
+/// Answers from a list, and meanwhile the timer ticks on.
+struct OpenFails : RegisterLogTest, UserMessages, testing::WithParamInterface<AnswerCase> {
+    void Show(const QString&) override { }
+    Answer Ask(const QString& text, Answers offered) override
+    {
+        EXPECT_EQ(offered, Answers(Answer::Abort | Answer::Retry | Answer::Ignore));
+        EXPECT_FALSE(asking.Record(Text, false)) << "a tick behind the open question is dropped";
+        if (GetParam().makesRoom)
+            QDir().rmdir(path);
+        return messages.Ask(text, offered);
+    }
+    RegisterLog asking{time, *this};
+};
 
 TEST_P(OpenFails, AsksAndFollowsTheAnswer)
 {
     messages.answers = GetParam().answers;
-    struct Answering final : UserMessages {
-        RegisterLogTest* test = nullptr;
-        RegisterLog* log = nullptr;
-        bool makesRoom = false;
-        void Show(const QString& text) override { test->messages.Show(text); }
-        Answer Ask(const QString& text, Answers offered) override
-        {
-            EXPECT_EQ(offered, Answers(Answer::Abort | Answer::Retry | Answer::Ignore));
-            EXPECT_FALSE(log->Record(Text, false)) << "a tick behind the open question is dropped";
-            if (makesRoom)
-                QDir().rmdir(test->path);
-            return test->messages.Ask(text, offered);
-        }
-    } answering;
-    RegisterLog asked(time, answering);
-    answering.test = this;
-    answering.log = &asked;
-    answering.makesRoom = GetParam().makesRoom;
-    ASSERT_EQ(asked.Start(path, head, LogColumns(rows)), QString());
+    ASSERT_EQ(asking.Start(path, head, LogColumns(rows)), QString());
     ASSERT_TRUE(QFile::remove(path) && QDir().mkdir(path)); // a folder in its place: nobody can append
-
-    EXPECT_EQ(asked.Record(Text, false), GetParam().written);
+    EXPECT_EQ(asking.Record(Text, false), GetParam().written);
     EXPECT_EQ(messages.texts,
               QStringList(static_cast<qsizetype>(GetParam().answers.size()),
                           QStringLiteral("Access Denied: File could not be opened for logging!")));
-    EXPECT_EQ(asked.IsLogging(), GetParam().logging);
-    EXPECT_EQ(asked.Sample(), GetParam().written ? 2 : 1);
-    EXPECT_EQ(asked.LastProblem().isEmpty(), GetParam().written);
+    EXPECT_EQ(asking.IsLogging(), GetParam().logging);
+    EXPECT_EQ(asking.Sample(), GetParam().written ? 2 : 1);
+    EXPECT_EQ(asking.LastProblem().isEmpty(), GetParam().written);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Answers, OpenFails,
-    testing::Values(AnswerCase{"IgnoreLosesTheRecord", {Answer::Ignore}, false, false, true},
-                    AnswerCase{"AbortEndsTheRun", {Answer::Abort}, false, false, false},
-                    AnswerCase{
-                        "RetryAsksAgain", {Answer::Retry, Answer::Retry, Answer::Ignore}, false, false, true},
-                    AnswerCase{"RetryWrites", {Answer::Retry}, true, true, true}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Answers, OpenFails, testing::Values(
+    AnswerCase{"IgnoreLosesTheRecord", {Answer::Ignore}, false, false, true},
+    AnswerCase{"AbortEndsTheRun", {Answer::Abort}, false, false, false},
+    AnswerCase{"RetryAsksAgain", {Answer::Retry, Answer::Retry, Answer::Ignore}, false, false, true},
+    AnswerCase{"RetryWrites", {Answer::Retry}, true, true, true}),
     [](const auto& row) { return row.param.name; });
+// clang-format on
 
 TEST_F(RegisterLogTest, FullDiskLeavesNoHalfRecordAndIsToldOnce)
 {
-    ASSERT_EQ(Start(time), QString());
+    ASSERT_EQ(Start(), QString());
     const QByteArray before = Content();
     rlimit old{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
     const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
     const rlimit tight{static_cast<rlim_t>(before.size()) + 5, old.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
-    EXPECT_FALSE(log->Record(Text, false));
-    EXPECT_FALSE(log->Record(Text, false));
+    EXPECT_FALSE(log.Record(Text, false));
+    EXPECT_FALSE(log.Record(Text, false));
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
     std::signal(SIGXFSZ, oldHandler);
 
     EXPECT_EQ(Content(), before);
     EXPECT_EQ(messages.texts.size(), 1);
-    EXPECT_TRUE(log->LastProblem().startsWith(QStringLiteral("Sample 1 could not be written to ") + path));
-    EXPECT_TRUE(log->Record(Text, false));
-    EXPECT_EQ(log->LastProblem(), QString());
+    EXPECT_TRUE(log.LastProblem().startsWith(QStringLiteral("Sample 1 could not be written to ") + path));
+    EXPECT_TRUE(log.Record(Text, false));
+    EXPECT_EQ(log.LastProblem(), QString());
 }
 
 } // namespace

@@ -30,7 +30,7 @@ while IFS=: read -r file include; do
     [[ $from == comm && $to == look && ${file##*/} != frmErrMsg.* ]] && wrong="a core that knows windows' looks"
     # a view includes no other room's view, and a core no view at all
     if [[ ${include##*/} == frm* && ${include##*/} != frmUSB.h && $from != app ]]; then
-        [[ ${file##*/} == frm* && $from == "$to" ]] || wrong='only app/ knows the views'
+        [[ ${file##*/} =~ ^(frm|.*Pane\.) && $from == "$to" ]] || wrong='only app/ knows the views'
     fi
     if [ -n "$wrong" ]; then
         echo "$file includes $include: $wrong"
