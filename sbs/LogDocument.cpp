@@ -218,7 +218,7 @@ std::vector<PlotCurve> LogDocument::Curves(const std::vector<std::size_t>& colum
             facts.Caption, axis);
         if (second)
             add(Kept(m_second->histories[*other], m_second->data.Seconds, second->Values),
-                BridgeMs(m_second->data.Seconds), QStringLiteral("%1 (second)").arg(facts.Caption), axis);
+                BridgeMs(m_second->data.Seconds), QStringLiteral("%1 (2)").arg(facts.Caption), axis);
     }
     return curves;
 }

@@ -25,10 +25,15 @@ public:
         } else if (m_bridgeMs > 0 && m_any && ms - m_lastMs > static_cast<double>(m_bridgeMs)) {
             Break(ms);
         }
-        m_line.Points.push_back({ms, value});
-        m_lastMs = ms;
+        AddInColumn(ms, value);
         m_any = true;
         m_gapToMs.reset();
+    }
+    /// Behind a value of the same pixel column: its passes stand closer than the two that are drawn.
+    void AddInColumn(double ms, double value)
+    {
+        m_line.Points.push_back({ms, value});
+        m_lastMs = ms;
     }
     /// A row that has never answered is not hatched: nobody may have asked it.
     void Fail(double untilMs)
@@ -107,7 +112,7 @@ PlotLine VisibleLine(const PlotCurve& curve, std::int64_t fromMs, std::int64_t t
         const bool rising = column.First <= column.Last;
         builder.Add(shown(column.FirstMs), rising ? column.Min : column.Max);
         if (column.LastMs != column.FirstMs)
-            builder.Add(shown(column.LastMs), rising ? column.Max : column.Min);
+            builder.AddInColumn(shown(column.LastMs), rising ? column.Max : column.Min);
     }
 
     const std::size_t next = history.PassAt(toMs - curve.OffsetMs);

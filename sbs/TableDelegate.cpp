@@ -39,6 +39,7 @@ QComboBox* MakeList(const QString& column, QWidget* parent)
         list->addItem(TableDelegate::tr("1  may be written"), QStringLiteral("1"));
     }
     list->setMaxVisibleItems(list->count());
+    list->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     return list;
 }
 
@@ -129,8 +130,8 @@ void TableDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionView
 {
     QRect place = option.rect;
     place.setWidth(std::max(place.width(), editor->sizeHint().width()));
-    if (place.height() < editor->minimumSizeHint().height())
-        place.setHeight(editor->minimumSizeHint().height());
+    place.setHeight(std::max(place.height(), editor->minimumSizeHint().height()));
+    place.moveCenter({place.center().x(), option.rect.center().y()});
     editor->setGeometry(place);
 }
 

@@ -184,10 +184,10 @@ void TableDocument::Do(const QString& text, std::vector<Splice> splices)
     if (m_saved && *m_saved > m_done)
         m_saved.reset();
     m_steps.resize(m_done);
-    for (const Splice& splice : splices)
-        Put(splice.At, splice.Before, splice.After);
     m_steps.push_back({text, std::move(splices)});
-    ++m_done;
+    ++m_done; // first: who hears of the change asks whether there is something to undo
+    for (const Splice& splice : m_steps.back().Splices)
+        Put(splice.At, splice.Before, splice.After);
 }
 
 void TableDocument::Put(int at, const RowList& before, const RowList& after)

@@ -22,6 +22,7 @@ namespace {
 constexpr int kRowHeight = 20;
 constexpr int kNarrow = 900;
 constexpr int kLow = 480;
+constexpr int kListWidth = 68; // figures
 constexpr int kPlaceRole = Qt::UserRole; // of the column's curve; -1 without one
 enum Column { kPlot, kCaption, kFirstFact, kColumnCount = 6 };
 
@@ -67,6 +68,8 @@ frmLogViewer::frmLogViewer(UserMessages& messages, const QString& path)
 {
     setObjectName(QStringLiteral("frmLogViewer"));
     LayOut();
+    Fold(false);
+    setFocusProxy(grdColumns);
     connect(tmrRead, &QTimer::timeout, this, &frmLogViewer::ReadMore);
     connect(cmdCancelRead, &QPushButton::clicked, this, &frmLogViewer::Cancel);
     connect(grdColumns, &QTableWidget::itemChanged, this, &frmLogViewer::TakeTick);
@@ -151,7 +154,11 @@ QWidget* frmLogViewer::MakeEmptyPage()
     auto* column = new QVBoxLayout(page);
     column->addStretch(1);
     column->addWidget(title, 0, Qt::AlignHCenter);
-    column->addWidget(text, 0, Qt::AlignHCenter);
+    auto* row = new QHBoxLayout; // an alignment would give the text too little height for its lines
+    row->addStretch(1);
+    row->addWidget(text, 8);
+    row->addStretch(1);
+    column->addLayout(row);
     column->addWidget(open, 0, Qt::AlignHCenter);
     column->addStretch(2);
     return page;
@@ -194,6 +201,8 @@ void frmLogViewer::LayOut()
     m_across->setStretchFactor(0, 2);
     m_across->setStretchFactor(1, 3);
     m_across->setChildrenCollapsible(false);
+    m_across->setSizes({kListWidth * em, 2 * kListWidth * em});
+    m_plot->setAutoFillBackground(true); // it may stand in a tab
     m_pages->addWidget(MakeEmptyPage());
     m_pages->addWidget(m_across);
     auto* down = new QVBoxLayout(this);
@@ -315,7 +324,7 @@ void frmLogViewer::ShowLogs()
     setWindowTitle(any ? QStringLiteral("%1 - %2").arg(title, tr("Log viewer")) : tr("Log viewer"));
     m_pages->setCurrentIndex(any ? 1 : 0);
     actCompare->setEnabled(any && !Reading());
-    actAlone->setVisible(two);
+    actAlone->setEnabled(two && !Reading());
     cboCompare->setVisible(two);
     pbRead->setVisible(Reading());
     cmdCancelRead->setVisible(Reading());

@@ -59,6 +59,8 @@ private:
     void AskSaveAs() { SaveAs(); }
     void ChooseKind(int kind);
     bool Load(const QString& path, TableKind kind);
+    void StartNew(TableKind kind);
+    void FitColumns();
 
     void InsertRow();
     void RemoveRows();

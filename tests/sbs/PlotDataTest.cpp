@@ -85,7 +85,10 @@ TEST(VisibleLine, KeepsThePeaksOfAMillionValuesInTwoPointsAColumn)
         history.Append(i * 1000LL, std::span(&value, 1));
     }
     const PlotLine line
-        = VisibleLine({.History = &history, .OffsetMs = 50, .Name = {}, .Unit = {}}, 50, 1'000'000'050, 1000);
+        = VisibleLine({.History = &history, .OffsetMs = 50, .BridgeMs = 1500, .Name = {}, .Unit = {}}, 50,
+                      1'000'000'050, 1000);
+    // passes a second apart are joined, however far apart the two points of their pixel column stand
+    EXPECT_TRUE(std::ranges::none_of(line.Points, [](const PlotPoint& at) { return std::isnan(at.Value); }));
     EXPECT_LE(line.Points.size(), 2002U);
     EXPECT_EQ(line.Low, -5000);
     EXPECT_EQ(line.High, 5000);

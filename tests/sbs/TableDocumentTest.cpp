@@ -13,7 +13,7 @@
 
 namespace {
 
-const QStringList kVoltage = QStringLiteral("!Voltage;Volt;1;9;x/1000;x*1000;1;d.000;V").split(u';');
+const QStringList kVoltage = QStringLiteral("!Voltage;Volt;1;9;x;x*1000;1;d.000;V").split(u';');
 const QStringList kStatus = QStringLiteral("Status;;1;16;x;x;0;hhhh;hex").split(u';');
 
 QString Tsv(const std::vector<QStringList>& rows)
@@ -170,7 +170,7 @@ TEST(TableDocument, UndoAndRedoGoThroughEveryTableThatWas)
             document.Insert(rows > 0 ? first : 0);
             break;
         case 1:
-            document.SetCell({first, below(document.Columns())}, QString::number(i));
+            document.SetCell({first, below(document.Columns())}, QStringLiteral("v%1").arg(i));
             break;
         case 2:
             document.Remove({first, last, below(rows)});
@@ -290,7 +290,7 @@ TEST(TablePreview, ShowsWhatTheRegisterViewWouldShow)
         {QStringLiteral("I;;1;A;x;x;0;d;mA"), QStringLiteral("65536"), QString(), true},
         {QStringLiteral("B;;3;A;x;x;0;d;"), QStringLiteral("200"), QStringLiteral("-56"), false},
         {QStringLiteral("B;;3;A;x;x;0;d;"), QStringLiteral("-1"), QString(), true},
-        {QStringLiteral("T;;1;8;x/10;x;1;d.0;K"), QStringLiteral("2981"), QStringLiteral("298.1"), true},
+        {QStringLiteral("T;;1;8;x/10;x;1;d;K"), QStringLiteral("2981"), QStringLiteral("298.1"), true},
         {QStringLiteral("T;;1;8;x/;x;0;d;K"), QStringLiteral("5"), QString(), true},
         {QStringLiteral("T;;1;8;x;x;0;q;K"), QStringLiteral("5"), QString(), true},
     };
