@@ -119,6 +119,7 @@ EmptyPage::Line EmptyPage::AddLine(QVBoxLayout* column, const QString& icon, con
     if (buttons.size() > 0) {
         auto* row = new QHBoxLayout;
         row->setContentsMargins(0, 6, 0, 0);
+        row->setSpacing(8);
         for (QPushButton* button : buttons)
             row->addWidget(button);
         row->addStretch();

@@ -117,7 +117,7 @@ SelectorPane::SelectorPane(QWidget* parent)
     lblStatic->setWordWrap(true);
     lblRemCap->setObjectName(QStringLiteral("lblRemCap"));
     lblRemCap->setText(QStringLiteral("--"));
-    lblRemCap->setAccessibleName(tr("Remaining capacity"));
+    lblRemCap->setAccessibleDescription(tr("Remaining capacity"));
     pbRemCap->setObjectName(QStringLiteral("pbRemCap"));
     pbRemCap->setRange(0, 100);
     pbRemCap->setTextVisible(false);

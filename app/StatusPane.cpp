@@ -16,7 +16,7 @@ QLabel* Panel(QStatusBar* bar, const char* name, const QString& accessible)
 {
     auto* label = new QLabel(bar);
     label->setObjectName(QLatin1String(name));
-    label->setAccessibleName(accessible);
+    label->setAccessibleDescription(accessible); // the name is the text: that is what is to be read out
     label->setContentsMargins(6, 0, 6, 0);
     return label;
 }

@@ -27,6 +27,7 @@
 namespace {
 
 constexpr int kLinkMs = 1000;
+constexpr int kRetryMs = 20;
 constexpr int kNarrow = 900; // logical pixels below which a view folds into tabs and the selector shows icons
 constexpr int kLow = 520;
 
@@ -182,7 +183,8 @@ void frmMDI::Host(ChildView* view, const QString& title)
         const QString own = view->windowTitle().isEmpty() ? title : view->windowTitle();
         window->setWindowTitle(window->isMaximized() ? QString() : own);
     };
-    connect(window, &QMdiSubWindow::windowStateChanged, view, setTitle);
+    // queued: Qt passes through other states on the way
+    connect(window, &QMdiSubWindow::windowStateChanged, view, setTitle, Qt::QueuedConnection);
     connect(view, &QWidget::windowTitleChanged, window, setTitle, Qt::QueuedConnection);
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
@@ -204,6 +206,12 @@ ChildView* frmMDI::FrontView() const
     return window ? qobject_cast<ChildView*>(window->widget()) : nullptr;
 }
 
+bool frmMDI::ViewBusy() const
+{
+    const QList<ChildView*> views = OpenViews();
+    return std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
+}
+
 bool frmMDI::CloseViews()
 {
     for (ChildView* view : OpenViews()) {
@@ -214,8 +222,7 @@ bool frmMDI::CloseViews()
     const QList<QMdiSubWindow*> windows = mdiArea->subWindowList();
     for (QMdiSubWindow* window : windows) {
         window->widget()->close();
-        mdiArea->removeSubWindow(window->widget());
-        delete window;
+        delete window; // and the view with it
     }
     m_views.clear();
     ViewActivated();
@@ -255,9 +262,13 @@ void frmMDI::UpdateEmptyPage()
     const StartupState& state = m_program.State();
     TargetList targets(m_program.Profiles(), m_messages, state);
     targets.Load();
-    Readiness settings{
-        Readiness::Mark::Good,
-        tr("tarnlo.ini was read; %n target(s) known.", nullptr, static_cast<int>(targets.Entries().size()))};
+    const auto known = targets.Entries().size();
+    Readiness settings{Readiness::Mark::Good,
+                       known == 1 ? tr("tarnlo.ini was read; it names one target.")
+                                  : tr("tarnlo.ini was read; it names %1 targets.").arg(known)};
+    if (known == 0)
+        settings = {Readiness::Mark::Open,
+                    tr("tarnlo.ini was read; it names no target: section [Targets] is empty or not there.")};
     if (!m_program.FolderProblem().isEmpty())
         settings = {Readiness::Mark::Failed, m_program.FolderProblem()};
     else if (!QFileInfo(state.ProgramSettingsFile).isReadable())
@@ -296,7 +307,8 @@ void frmMDI::UpdateLink()
             facts.LastError = ErrorCodeToText(context->link.LastError());
         const double elapsed = m_busClock.isValid() ? static_cast<double>(m_busClock.restart()) * 1000 : 0;
         if (elapsed > 0 && adapter.BusMicroseconds >= m_busMicroseconds)
-            m_busLoad = 100 * (adapter.BusMicroseconds - m_busMicroseconds) / elapsed;
+            // a simulated bus takes no time, so it can carry more than a real one could
+            m_busLoad = std::min(100.0, 100 * (adapter.BusMicroseconds - m_busMicroseconds) / elapsed);
         else
             m_busClock.start();
         m_busMicroseconds = adapter.BusMicroseconds;
@@ -438,12 +450,9 @@ void frmMDI::closeEvent(QCloseEvent* event)
         // a sequence of a view is under way further down the stack: it ends after its present step, then we
         // close
         event->ignore();
-        const QList<ChildView*> views = OpenViews();
-        const bool busy
-            = std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
-        if (busy && !m_closing) {
+        if (ViewBusy() && !m_closing) {
             m_closing = true;
-            QTimer::singleShot(20, this, [this] {
+            QTimer::singleShot(kRetryMs, this, [this] {
                 m_closing = false;
                 close();
             });

@@ -72,6 +72,7 @@ private:
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
     void ArrangeIcons();
     /// @return false when a view stays open
+    [[nodiscard]] bool ViewBusy() const; ///< a sequence of a view is under way further down the stack
     bool CloseViews();
     [[nodiscard]] QList<ChildView*> OpenViews() const;
     [[nodiscard]] ChildView* FrontView() const;

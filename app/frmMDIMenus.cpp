@@ -9,6 +9,13 @@
 #include <QApplication>
 #include <QMenuBar>
 #include <QShortcut>
+#include <QTimer>
+
+namespace {
+
+constexpr int kRetryMs = 10;
+
+} // namespace
 
 QAction* frmMDI::Add(QMenu* menu, const char* name, const QString& text, const QString& icon,
                      const QKeySequence& shortcut)
@@ -95,6 +102,12 @@ void frmMDI::MakeViewMenu()
 
 void frmMDI::Dispatch(const QString& menuEntry)
 {
+    // a dialog that opened in the middle of a pass would hold the pass until it closes; leaving ends the pass
+    // itself
+    if (ViewBusy() && menuEntry != QLatin1String("mnuFileExit")) {
+        QTimer::singleShot(kRetryMs, this, [this, menuEntry] { Dispatch(menuEntry); });
+        return;
+    }
     auto show = [this](const char* key) {
         int index = -1;
         for (int i = 0; i < m_selector->Count(); ++i)

@@ -51,5 +51,6 @@ int main(int argc, char** argv)
     window.Load();
     Wait(time, 0.5F);
     splash.close();
-    return QApplication::exec();
+    // closed while it was loading: no event would end the loop any more
+    return window.isVisible() ? QApplication::exec() : 0;
 }

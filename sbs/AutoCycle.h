@@ -80,6 +80,11 @@ public:
     CycleStep Step(const CycleValues& values);
     void Watch();
 
+    /// A line operation asked for now would be dropped or put off: one of this run or a bus sequence is under
+    /// way further down the stack.
+    [[nodiscard]] bool Busy() const { return m_working || m_starting || m_lines.Busy(); }
+    /// An operation of this run is under way further down the stack.
+    [[nodiscard]] bool Working() const { return m_working || m_starting; }
     [[nodiscard]] CycleFacts Facts() const;
     [[nodiscard]] const CycleHistory& History() const { return m_history; }
     /// The triggers against the last pass.

@@ -12,10 +12,12 @@
 #include "sbs/frmText.h"
 
 #include <QPainter>
+#include <QTimer>
 
 namespace {
 
 constexpr int kTile = 44;
+constexpr int kRetryMs = 10;
 
 enum Column { kTrigger, kNow, kCharge, kChargeState, kDischarge, kDischargeState };
 
@@ -280,10 +282,20 @@ bool AutoCyclePane::Note(CycleState state, EventLog& events)
     return false;
 }
 
+void AutoCyclePane::WhenFree(const std::function<void()>& command)
+{
+    if (m_scan.Running() || m_cycle.Busy())
+        QTimer::singleShot(kRetryMs, this, [this, command] { WhenFree(command); });
+    else
+        command();
+}
+
 void AutoCyclePane::StartAutoCycle()
 {
-    m_cycle.StartAutoCycle(ReadCycleValues(m_scan, m_cycle.Settings(), {}));
-    Refresh();
+    WhenFree([this] {
+        m_cycle.StartAutoCycle(ReadCycleValues(m_scan, m_cycle.Settings(), {}));
+        Refresh();
+    });
 }
 
 void AutoCyclePane::StopAutoCycle()
@@ -310,9 +322,11 @@ void AutoCyclePane::SetWiring(std::int32_t pins)
 
 void AutoCyclePane::SetLevel(AutoCycle::Level line, bool high)
 {
-    const AutoCycleSettings before = m_cycle.Settings();
-    m_cycle.SetLineLevel(line, high);
-    Save(before);
+    WhenFree([this, line, high] {
+        const AutoCycleSettings before = m_cycle.Settings();
+        m_cycle.SetLineLevel(line, high);
+        Save(before);
+    });
 }
 
 void AutoCyclePane::Save(const AutoCycleSettings& before)

@@ -15,6 +15,7 @@
 #include <QWidget>
 
 #include <array>
+#include <functional>
 
 class PhaseStrip;
 
@@ -48,6 +49,9 @@ private:
     void FillTriggerTable();
     [[nodiscard]] QAction* Add(const char* name, const QString& text, bool checkable = false);
 
+    /// Runs a command once it can be: at once, or when the pass and the line operation under way have ended.
+    /// The program would drop it otherwise, or keep the pass waiting for as long as a question is open.
+    void WhenFree(const std::function<void()>& command);
     void StartAutoCycle();
     void StopAutoCycle();
     void StopAndSwitchOff();

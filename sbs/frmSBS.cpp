@@ -19,12 +19,17 @@
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QMenu>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 
 namespace {
 
 constexpr int kWatchMs = 1000;
+constexpr int kRetryMs = 10;
+constexpr int kPatienceMs = 1000; // then a command no longer waits for the whole pass
+constexpr std::int64_t kOutcomeMs = 8000; // time to read a line
+constexpr std::int64_t kWhileEditingMs = 86'400'000;
 
 } // namespace
 
@@ -49,7 +54,7 @@ frmSBS::frmSBS(GaugeContext& context)
     chkContScan->setChecked(!m_scan.Form().ScanOff);
     EnableSBSContScan(chkContScan->isChecked());
     ShowLogState();
-    ShowFooter({});
+    ShowCounts();
     QTimer::singleShot(0, this, &frmSBS::Refresh); // the first values at once, not after the first interval
 }
 
@@ -70,9 +75,12 @@ void frmSBS::LoadInitSBSGrid()
 
 void frmSBS::Tick()
 {
-    if (BusSequence::Running() || Busy() || m_closing)
+    if (BusSequence::Running() || Busy() || m_closing || m_commandWaits)
         return;
-    CheckIdentity();
+    {
+        const QScopedValueRollback working(m_working, true);
+        CheckIdentity();
+    }
     Refresh();
 }
 
@@ -86,6 +94,7 @@ void frmSBS::Refresh()
 {
     if (BusSequence::Running() || Busy() || m_closing)
         return;
+    const QScopedValueRollback working(m_working, true);
     const std::int64_t started = m_context.time.MonotonicMs();
     const PassReport report = m_scan.ReadValues();
     m_lastPassMs = m_context.time.MonotonicMs() - started;
@@ -120,11 +129,12 @@ void frmSBS::MoveSBSDataToGrid()
     m_flags->RefreshPictFlags(m_scan);
     m_plot->Advance();
     ShowEvents();
-    ShowFooter({});
+    ShowCounts();
 }
 
 void frmSBS::ReadStatic()
 {
+    const QScopedValueRollback working(m_working, true);
     m_staticDue = false;
     m_static = ReadStaticData(m_context.usb, m_context.access, m_context.state.TargetAddress);
     ShowStatic();
@@ -149,8 +159,8 @@ void frmSBS::Watch()
 {
     m_model->RefreshAges();
     const CycleState before = m_cycle.Facts().State;
-    if (!Busy() && !m_closing)
-        m_cycle.Watch();
+    if (!m_closing)
+        m_cycle.Watch(); // also in the middle of a pass that does not end: it is what switches the lines off
     m_cyclePane->NoteState(before, m_events);
     ShowEvents();
 }
@@ -180,14 +190,15 @@ void frmSBS::SetCheckLog(bool on)
 void frmSBS::WriteSBSValueFromGrid(int row, const QString& typed)
 {
     if (BusSequence::Running()) {
-        ShowFooter(tr("The bus is held by a running sequence. The value was not sent."), true);
+        ShowFooter(tr("The bus is held by a running sequence. The value was not sent."), true, kOutcomeMs);
         return;
     }
-    if (m_scan.Running()) { // the pass goes on first: it cannot while we wait for the bus
-        QTimer::singleShot(10, this, [this, row, typed] { WriteSBSValueFromGrid(row, typed); });
-        return;
-    }
-    m_writing = true;
+    WhenIdle([this, row, typed] { SendValue(row, typed); });
+}
+
+void frmSBS::SendValue(int row, const QString& typed)
+{
+    const QScopedValueRollback working(m_working, true);
     const QString name = ShownDescription(m_tables.GetSBSDesc(static_cast<std::int16_t>(row)));
     const WriteReport report = m_scan.WriteSBSValueFromGrid(row, typed);
     QString outcome;
@@ -206,10 +217,9 @@ void frmSBS::WriteSBSValueFromGrid(int row, const QString& typed)
         else
             outcome = tr("%1: %2 written and read back").arg(name).arg(report.Raw);
     }
-    m_writing = false;
     m_events.Add(RegisterEvent::Kind::Write, outcome);
     ShowEvents();
-    ShowFooter(outcome, !report.Ok());
+    ShowFooter(outcome, !report.Ok(), kOutcomeMs);
     emit StatusText(outcome);
 }
 
@@ -218,30 +228,37 @@ void frmSBS::PreviewEdit(int row, const QString& typed)
     const WritePreview preview = PreviewWrite(m_scan, row, typed);
     if (auto* editor = grdSBS->findChild<QLineEdit*>(QStringLiteral("txtValue")))
         editor->setProperty("refused", !preview.Ok);
-    ShowFooter(preview.Text, !preview.Ok);
+    ShowFooter(preview.Text, !preview.Ok, kWhileEditingMs);
+    m_previewing = true;
 }
 
-void frmSBS::ShowFooter(const QString& text, bool refused)
+void frmSBS::ShowCounts()
 {
-    QString shown = text;
-    if (text.isEmpty()) {
-        int scanned = 0;
-        for (int row = 0; row < m_scan.RowCount(); ++row)
-            scanned += m_scan.ScanOn(row);
-        shown = m_scan.RowCount() == 0
-            ? tr("The register table is empty. Choose another target, or edit the table.")
-            : tr("%1 rows \u00b7 %2 scanned \u00b7 %3 answered, %4 failed \u00b7 last pass %5 ms")
-                  .arg(m_scan.RowCount())
-                  .arg(scanned)
-                  .arg(m_lastReport.Answered)
-                  .arg(m_lastReport.Failed)
-                  .arg(m_lastPassMs);
-    }
+    if (m_context.time.MonotonicMs() < m_footerUntilMs)
+        return;
+    int scanned = 0;
+    for (int row = 0; row < m_scan.RowCount(); ++row)
+        scanned += m_scan.ScanOn(row);
+    ShowFooter(m_scan.RowCount() == 0
+                   ? tr("The register table is empty. Choose another target, or edit the table.")
+                   : tr("%1 rows \u00b7 %2 scanned \u00b7 %3 answered, %4 failed \u00b7 last pass %5 ms")
+                         .arg(m_scan.RowCount())
+                         .arg(scanned)
+                         .arg(m_lastReport.Answered)
+                         .arg(m_lastReport.Failed)
+                         .arg(m_lastPassMs),
+               false, 0);
+}
+
+void frmSBS::ShowFooter(const QString& text, bool refused, std::int64_t forMs)
+{
+    m_footerUntilMs = m_context.time.MonotonicMs() + forMs;
+    m_previewing = false;
     QPalette palette = this->palette();
     const SkinColours& colours = Theme::Current().Colours();
     palette.setColor(QPalette::WindowText, ToColour(refused ? colours.Failed : colours.TextSecondary));
     lblFooter->setPalette(palette);
-    lblFooter->setText(shown);
+    lblFooter->setText(text);
 }
 
 void frmSBS::AskRefreshInterval()
@@ -432,6 +449,16 @@ void frmSBS::Resume()
         tmrScan->start();
     if (m_logRan && !m_closing)
         tmrLog->start();
+}
+
+void frmSBS::WhenIdle(const std::function<void()>& command, int waitedMs)
+{
+    m_commandWaits = Busy();
+    if (!m_commandWaits)
+        return command();
+    if (waitedMs == kPatienceMs)
+        Abandon();
+    QTimer::singleShot(kRetryMs, this, [this, command, waitedMs] { WhenIdle(command, waitedMs + kRetryMs); });
 }
 
 void frmSBS::Abandon() { m_scan.RequestStop(); }

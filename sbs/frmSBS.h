@@ -20,6 +20,7 @@
 #include <QTimer>
 #include <QToolButton>
 
+#include <functional>
 #include <optional>
 
 class AutoCyclePane;
@@ -42,7 +43,7 @@ public:
     QList<QAction*> FileActions() const override;
     QList<QAction*> ViewActions() const override;
     bool MayClose() override;
-    bool Busy() const override { return m_scan.Running() || m_writing; }
+    bool Busy() const override { return m_working || m_scan.Running() || m_cycle.Working(); }
     void Abandon() override;
     void StopLines() override;
 
@@ -66,6 +67,9 @@ private:
     QWidget* MakeToolbar();
     QWidget* MakeGridPane();
     void MakeMenus();
+    /// Runs a command of the user once no sequence of this view is under way further down the stack: a dialog
+    /// that opened in the middle of a pass would hold the pass, and perhaps the bus, until it closes.
+    void WhenIdle(const std::function<void()>& command, int waitedMs = 0);
     QAction* Add(QMenu* menu, const char* name, const QString& text, const QKeySequence& shortcut,
                  void (frmSBS::*does)());
     void Fold(bool narrow); ///< side by side, or all panes as tabs of one
@@ -98,8 +102,11 @@ private:
     void ToggleDensity();
     void ShowPlot();
 
+    void SendValue(int row, const QString& typed);
     void PreviewEdit(int row, const QString& typed);
-    void ShowFooter(const QString& text, bool refused = false);
+    /// @param forMs  passes leave the text alone for so long
+    void ShowFooter(const QString& text, bool refused, std::int64_t forMs);
+    void ShowCounts(); ///< of the last pass, unless the footer keeps another text
     void Copy(QChar separator);
     void CopyText() { Copy(QLatin1Char('\t')); }
     void CopyCsv() { Copy(QLatin1Char(',')); }
@@ -120,7 +127,8 @@ private:
     AutoCycle m_cycle;
     std::vector<StaticItem> m_static;
     bool m_staticDue = true;
-    bool m_writing = false; ///< a write is under way further down the stack
+    bool m_working = false; ///< an operation of this view is under way further down the stack
+    bool m_commandWaits = false; ///< no pass begins before it
     bool m_closing = false;
     bool m_transferFailed = false; ///< since the last record of the log
     bool m_folded = false;
@@ -129,6 +137,8 @@ private:
     std::uint64_t m_pass = 0;
     PassReport m_lastReport;
     std::int64_t m_lastPassMs = 0; ///< length of the latest pass
+    std::int64_t m_footerUntilMs = 0; ///< until then the footer keeps its text
+    bool m_previewing = false; ///< the footer shows what is being typed
 
     RegisterModel* m_model;
     RegisterGrid* grdSBS;

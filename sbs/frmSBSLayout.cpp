@@ -20,6 +20,7 @@ namespace {
 
 constexpr int kNarrow = 800; // logical pixels of the view, below which its panes fold into tabs
 constexpr int kLow = 400;
+constexpr int kGridWidth = 590; // at first
 constexpr int kAllColumns = 1090; // below it the optional columns hide first
 
 QToolButton* ToolButton(const char* name, const QString& icon, const QString& tip, QWidget* parent)
@@ -73,7 +74,7 @@ void frmSBS::LayOut()
     m_across->addWidget(m_down);
     m_across->setStretchFactor(0, 0);
     m_across->setStretchFactor(1, 1);
-    m_across->setSizes({590, 640});
+    m_across->setSizes({kGridWidth, kGridWidth});
     if (m_scan.Form().CustomSplit != 0 && m_scan.Form().SplitterTop > 0)
         m_down->setSizes({m_scan.Form().SplitterTop, 300});
     m_allTabs = Named(new QTabWidget(this), "tabsAll");
@@ -94,7 +95,12 @@ void frmSBS::LayOut()
                 if (proxy)
                     PreviewEdit(proxy->mapToSource(index).row(), text);
             });
-    connect(&grdSBS->Delegate(), &RegisterDelegate::EditEnded, this, [this] { ShowFooter({}); });
+    connect(&grdSBS->Delegate(), &RegisterDelegate::EditEnded, this, [this] {
+        if (m_previewing)
+            m_footerUntilMs = 0;
+        m_previewing = false;
+        ShowCounts();
+    });
     connect(grdSBS, &RegisterGrid::CopyRequested, this, &frmSBS::Copy);
     connect(grdSBS, &RegisterGrid::Refused, this, [this](const QString& why) { emit StatusText(why); });
     connect(m_cyclePane, &AutoCyclePane::StateChanged, this, [this] {
@@ -156,7 +162,7 @@ QWidget* frmSBS::MakeToolbar()
 
     connect(chkContScan, &QCheckBox::toggled, this, &frmSBS::EnableSBSContScan);
     connect(cmdRefresh, &QPushButton::clicked, this, &frmSBS::Refresh);
-    connect(cmdStartLogging, &QPushButton::clicked, this, &frmSBS::StartLogging);
+    connect(cmdStartLogging, &QPushButton::clicked, this, [this] { WhenIdle([this] { StartLogging(); }); });
     connect(cmdStopLogging, &QPushButton::clicked, this, &frmSBS::StopLogging);
     connect(txtFilter, &QLineEdit::textChanged, this, [this](const QString& text) { grdSBS->Filter(text); });
     connect(cmdCopy, &QToolButton::clicked, this, &frmSBS::CopyText);
@@ -193,7 +199,7 @@ QAction* frmSBS::Add(QMenu* menu, const char* name, const QString& text, const Q
     addAction(action); // the shortcut works while the view is in front, wherever the entry stands
     if (menu)
         menu->addAction(action);
-    connect(action, &QAction::triggered, this, does);
+    connect(action, &QAction::triggered, this, [this, does] { WhenIdle([this, does] { (this->*does)(); }); });
     return action;
 }
 
@@ -297,6 +303,7 @@ void frmSBS::Fold(bool narrow)
         m_across->insertWidget(0, m_gridPane);
         m_plot->setVisible(cmdPlot->isChecked());
         m_gridPane->show();
+        m_across->setSizes({kGridWidth, width() - kGridWidth});
     }
     m_across->setVisible(!narrow);
     m_allTabs->setVisible(narrow);
@@ -325,5 +332,5 @@ void frmSBS::Applyskin()
     m_flags->Applyskin();
     m_cyclePane->Applyskin();
     grdSBS->viewport()->update();
-    ShowFooter({});
+    ShowCounts();
 }

@@ -3,19 +3,16 @@
 #include <algorithm>
 #include <array>
 
-double TestTime::SecondsOfDay()
-{
-    return Now().time().msecsSinceStartOfDay() / 1000.0;
-}
+double TestTime::SecondsOfDay() { return Now().time().msecsSinceStartOfDay() / 1000.0; }
 
 void TestTime::ProcessEvents(int atMostMs)
 {
     ++turns;
     m_ms += atMostMs;
-    if (onEvents && !m_inEvents) {
-        m_inEvents = true;
+    if (onEvents && m_depth < deepest) {
+        ++m_depth;
         onEvents();
-        m_inEvents = false;
+        --m_depth;
     }
 }
 
@@ -33,7 +30,4 @@ Answer RecordedMessages::Ask(const QString& text, Answers offered)
     return Answer::Ok;
 }
 
-void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
+void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }

@@ -9,7 +9,8 @@
 #include <ostream>
 #include <vector>
 
-/// Time that stands still until somebody waits; onEvents runs at every turn of the event pump.
+/// Time that stands still until somebody waits; onEvents runs at every turn of the event pump, also inside
+/// itself up to the given depth.
 class TestTime final : public TimeSource {
 public:
     explicit TestTime(QDateTime start = QDateTime(QDate(2026, 1, 5), QTime(9, 0))) : m_start(std::move(start))
@@ -23,11 +24,12 @@ public:
 
     std::function<void()> onEvents;
     int turns = 0;
+    int deepest = 1;
 
 private:
     QDateTime m_start;
     std::int64_t m_ms = 0;
-    bool m_inEvents = false;
+    int m_depth = 0;
 };
 
 /// Keeps what was said and answers questions from a list, with the answer that changes nothing when it is
