@@ -1,15 +1,12 @@
 #include "cli/BatchRunner.h"
 
-#include "cli/Interrupt.h"
+#include "cli/InputLines.h"
 
 #include <QByteArray>
 #include <QJsonDocument>
 #include <QJsonParseError>
 
 #include <algorithm>
-#include <fstream>
-#include <iostream>
-#include <string>
 
 namespace {
 
@@ -58,19 +55,15 @@ Outcome RunLine(CommandContext& context, const std::vector<CommandSpec>& command
 Outcome RunBatch(CommandContext& context, const std::vector<CommandSpec>& commands,
                  const CommandSpec& command, const QString& file)
 {
-    std::ifstream opened;
-    if (file != QLatin1String("-")) {
-        opened.open(file.toStdString());
-        if (!opened)
-            return Refused(QStringLiteral("%1 could not be opened for reading").arg(file));
-    }
-    std::istream& input = file == QLatin1String("-") ? std::cin : opened;
+    InputLines input(file);
+    if (!input.Problem().isEmpty())
+        return Refused(input.Problem());
 
     int status = ExitStatus::kDone;
     bool anyDone = false;
-    std::string line;
-    while (!Interrupt::Asked() && !context.Out.Broken() && std::getline(input, line)) {
-        const Outcome outcome = RunLine(context, commands, command, QByteArray::fromStdString(line));
+    QByteArray line;
+    while (!context.Out.Broken() && input.Next(line)) {
+        const Outcome outcome = RunLine(context, commands, command, line);
         context.Out.Print(outcome, context.Messages.Take(), true);
         status = outcome.Status;
         anyDone = anyDone || status == ExitStatus::kDone;

@@ -10,6 +10,8 @@
 // the groups, a file each
 [[nodiscard]] std::vector<CommandSpec> AdapterCommands();
 [[nodiscard]] std::vector<CommandSpec> ScanCommands();
+[[nodiscard]] std::vector<CommandSpec> LogCommands();
+[[nodiscard]] std::vector<CommandSpec> CycleCommands();
 [[nodiscard]] std::vector<CommandSpec> RegisterCommands();
 [[nodiscard]] std::vector<CommandSpec> BusCommands();
 [[nodiscard]] std::vector<CommandSpec> IniCommands();
@@ -17,3 +19,4 @@
 [[nodiscard]] std::vector<CommandSpec> TableCommands();
 [[nodiscard]] std::vector<CommandSpec> SettingsCommands();
 [[nodiscard]] std::vector<CommandSpec> TargetCommands();
+[[nodiscard]] std::vector<CommandSpec> SkinCommands();

@@ -48,6 +48,8 @@ bool GaugeSession::Open()
         m_usb.ClearErrorLog();
     if (m_profiles.Integer(m_startup.ProgramSettingsFile, u"Options", u"EnableErrLog", 0) != 0)
         m_usb.EnableErrorLog();
+    if (!Problem().isEmpty())
+        m_messages.Show(Problem()); // open, but not as the settings ask
     return true;
 }
 

@@ -24,6 +24,7 @@ public:
     GaugeSession(const GaugeSession&) = delete;
     GaugeSession& operator=(const GaugeSession&) = delete;
 
+    /// Settings that the adapter does not take are a message.
     /// @return false after the fixed message; Problem() may then say why
     bool Open();
     [[nodiscard]] QString Problem() const { return m_usb.Facts().Problem; }

@@ -9,7 +9,10 @@
 #include "settings/TableSettings.h"
 #include "settings/TargetSettings.h"
 
-/// The register rows of the chosen target on an open gauge, as the register view has them.
+#include <QTimer>
+
+/// The register rows of the chosen target on an open gauge, as the register view has them. A pass that is
+/// under way when the user interrupts ends after the row in hand.
 class RegisterSession {
 public:
     RegisterSession(CommandContext& context, GaugeSession& gauge, const StartupState& startup);
@@ -21,6 +24,9 @@ public:
 
     ScanEngine& Scan() { return m_scan; }
     [[nodiscard]] const ErrorList& Errors() const { return m_errors; }
+    [[nodiscard]] const QString& Identity() const { return m_identity; } ///< empty: not asked, or no answer
+    /// Takes over a refresh interval typed by a person, by the register view's rules and with its messages.
+    void SetRefresh(const QString& typed);
 
 private:
     void Identify();
@@ -29,7 +35,9 @@ private:
     const StartupState& m_startup;
     clsSBSCfgRW m_tables;
     TargetSettings m_target;
+    QString m_identity;
     ErrorList m_errors;
     RegisterReader m_registers;
     ScanEngine m_scan;
+    QTimer m_watch; ///< a pass lets events run between its rows
 };

@@ -6,7 +6,6 @@
 #include "cli/ScanReport.h"
 
 #include <QJsonArray>
-#include <QTimer>
 
 #include <limits>
 #include <sys/ioctl.h>
@@ -15,7 +14,6 @@
 namespace {
 
 constexpr qsizetype kShownMessages = 3;
-constexpr int kWatchMs = 50; // how long a pass over a silent bus goes on after Ctrl+C, beside the row in hand
 
 /// Switches the rows of a list such as "3,9-12" on and all others off.
 /// @return empty, or what is wrong with the list
@@ -93,35 +91,20 @@ private:
 Outcome Scan(CommandContext& context, const Arguments& arguments)
 {
     Outcome outcome;
+    PassPrinter printer(context); // first: what opening the adapter says would be drawn over
     GaugeSession* gauge = context.Gauge(outcome);
     if (!gauge)
         return outcome;
-    PassPrinter printer(context);
     RegisterSession registers(context, *gauge, *context.Startup(outcome));
     if (const QString problem = registers.Load(); !problem.isEmpty())
         return Refused(problem);
     ScanEngine& scan = registers.Scan();
-    if (scan.RowCount() == 0)
-        return Refused(QStringLiteral("the register table holds no rows"));
     if (arguments.Has(QStringLiteral("rows")))
         if (const QString wrong = ChooseRows(scan, arguments.Text(QStringLiteral("rows"))); !wrong.isEmpty())
             return WrongUsage(wrong);
-    std::int32_t interval = scan.Form().Interval.Refresh;
-    if (arguments.Has(QStringLiteral("interval"))) {
-        const IntervalChange change = SetRefreshInterval({.Refresh = interval, .Logging = kMaxIntervalMs},
-                                                         arguments.Text(QStringLiteral("interval")));
-        interval = change.intervals.Refresh;
-        for (const QString& message : change.messages)
-            context.Messages.Show(message);
-    }
+    if (arguments.Has(QStringLiteral("interval")))
+        registers.SetRefresh(arguments.Text(QStringLiteral("interval")));
     const std::int64_t count = arguments.Number(QStringLiteral("count"));
-
-    QTimer watch; // a pass lets events run between its rows
-    QObject::connect(&watch, &QTimer::timeout, [&scan] {
-        if (Interrupt::Asked())
-            scan.RequestStop();
-    });
-    watch.start(kWatchMs);
 
     PassFacts facts;
     facts.Adapter = gauge->Usb().Facts().Name;
@@ -140,7 +123,7 @@ Outcome Scan(CommandContext& context, const Arguments& arguments)
         printer.Print(scan, facts);
         if (facts.Number == count)
             break;
-        gauge->Wait(begun + interval - gauge->Time().MonotonicMs());
+        gauge->Wait(begun + scan.Form().Interval.Refresh - gauge->Time().MonotonicMs());
     }
     outcome.Status = anyAnswered ? ExitStatus::kDone : ExitStatus::kNoAnswer;
     if (!anyAnswered && !context.Out.Json())

@@ -3,8 +3,6 @@
 #include "cli/TextTable.h"
 #include "sbs/FlagView.h"
 
-#include <QJsonArray>
-
 #include <algorithm>
 #include <map>
 #include <vector>
@@ -12,7 +10,6 @@
 namespace {
 
 constexpr int kBarWidth = 20;
-constexpr auto kTimeForm = "yyyy-MM-ddTHH:mm:ss.zzz";
 
 /// "!" at the beginning of a description asks for emphasis and is not shown.
 QString ShownDesc(const ScanEngine& scan, int row)
@@ -79,7 +76,7 @@ QString RemCapText(const PassFacts& facts)
 QString Headline(const PassFacts& facts)
 {
     QString text = QStringLiteral("%1  %2  pass %3: %4 rows read")
-                       .arg(facts.Adapter, facts.Time.toString(QLatin1String(kTimeForm)))
+                       .arg(facts.Adapter, TimeText(facts.Time))
                        .arg(facts.Number)
                        .arg(facts.Report.Answered);
     if (facts.Report.Failed > 0)
@@ -137,7 +134,9 @@ int RemCapBar(std::int16_t value)
     return value > 100 || value < 0 ? 100 : value; // a negative value shows a full bar too, on purpose
 }
 
-QJsonObject PassJson(const ScanEngine& scan, const PassFacts& facts)
+QString TimeText(const QDateTime& time) { return time.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzz")); }
+
+QJsonArray RowsJson(const ScanEngine& scan)
 {
     QJsonArray rows;
     for (const int row : ScannedRows(scan)) {
@@ -153,6 +152,11 @@ QJsonObject PassJson(const ScanEngine& scan, const PassFacts& facts)
             object[QStringLiteral("code")] = Number(state.Code);
         rows << object;
     }
+    return rows;
+}
+
+QJsonObject PassJson(const ScanEngine& scan, const PassFacts& facts)
+{
     QJsonArray flags;
     for (const FlagLine& line : ScannedFlags(scan)) {
         QJsonObject bits;
@@ -165,9 +169,9 @@ QJsonObject PassJson(const ScanEngine& scan, const PassFacts& facts)
     if (facts.RemCap)
         remCap = QJsonObject{{QStringLiteral("bar"), *facts.RemCap},
                              {QStringLiteral("label"), QString::number(*facts.RemCap) + QLatin1Char('%')}};
-    return {{QStringLiteral("time"), facts.Time.toString(QLatin1String(kTimeForm))},
+    return {{QStringLiteral("time"), TimeText(facts.Time)},
             {QStringLiteral("elapsed_ms"), static_cast<double>(facts.ElapsedMs)},
-            {QStringLiteral("rows"), rows},
+            {QStringLiteral("rows"), RowsJson(scan)},
             {QStringLiteral("flags"), flags},
             {QStringLiteral("remcap"), remCap}};
 }

@@ -3,6 +3,7 @@
 #include "sbs/ScanEngine.h"
 
 #include <QDateTime>
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
@@ -24,7 +25,11 @@ struct PassFacts {
 /// The remaining-capacity bar for a value: beyond 0..100 it shows 100, a negative value too.
 [[nodiscard]] int RemCapBar(std::int16_t value);
 
+/// A time of the gauge as every answer gives it.
+[[nodiscard]] QString TimeText(const QDateTime& time);
+
 /// The rows that are scanned, each as {"row", "desc", "raw", "text", "unit", "error"}.
+[[nodiscard]] QJsonArray RowsJson(const ScanEngine& scan);
 [[nodiscard]] QJsonObject PassJson(const ScanEngine& scan, const PassFacts& facts);
 
 /// A block for a file or a pipe: a row a line, a failed one with the reason.

@@ -88,7 +88,8 @@ bool AutoCycle::StartAutoCycle(const CycleValues& rows)
         }
         if (!off) {
             m_linesInDoubt = wasInDoubt; // this run switched nothing on
-            m_messages.Show(QStringLiteral("The auto-cycle was not started. ") + m_lineError);
+            m_stopReason = QStringLiteral("The auto-cycle was not started. ") + m_lineError;
+            m_messages.Show(m_stopReason);
             return false;
         }
     }
@@ -276,8 +277,10 @@ SwitchResult AutoCycle::Switch(Direction direction)
     const bool charge = direction == Direction::Charge;
     const CycleState state = m_controller.State;
     if (state == (charge ? CycleState::ChargeNow : CycleState::DischargeNow))
-        m_why
-            += QStringLiteral(" Relaxed for %1 s.").arg(charge ? Settings().ChgRelax : Settings().DChgRelax);
+        m_why = (m_why
+                 + QStringLiteral(" Relaxed for %1 s.")
+                       .arg(charge ? Settings().ChgRelax : Settings().DChgRelax))
+                    .trimmed();
     else if (state != (charge ? CycleState::Charging : CycleState::Discharging))
         m_why = SwitchReason(direction);
     return result;

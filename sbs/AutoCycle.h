@@ -26,7 +26,7 @@ struct CycleFacts {
     bool LoadOn = false;
     bool LinesInDoubt = false; ///< switching off failed: they may still be on
     QString Why; ///< the numbers of the last switch; empty before the first
-    QString StopReason; ///< why the last run ended; empty while running
+    QString StopReason; ///< why the last run ended, or could not begin; empty while running
     QDateTime Started; ///< not valid before the first start
     std::int64_t PhaseMs = 0; ///< in this state
     std::int64_t PhaseLimitMs = 0; ///< 0: none

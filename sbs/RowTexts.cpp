@@ -94,3 +94,14 @@ QString RowsAsText(const ScanEngine& scan, const std::vector<int>& rows, QChar s
     }
     return text;
 }
+
+QString RawUnit(const ScanEngine& scan, std::int32_t row)
+{
+    if (row < 0 || row >= scan.RowCount())
+        return {};
+    const auto at = static_cast<std::int16_t>(row);
+    if (scan.Tables().GetSBSReadFactor(at).trimmed().compare(QLatin1String("x"), Qt::CaseInsensitive) != 0)
+        return {};
+    const QString unit = scan.Tables().GetSBSUnit(at);
+    return unit == QLatin1String("mAh") && !scan.CapacityUnit().isEmpty() ? scan.CapacityUnit() : unit;
+}

@@ -27,3 +27,7 @@ struct WritePreview {
 /// All rows as text, one a line; the columns are those of the grid.
 /// @param separator  between fields; a field that holds it, a quote or a line end is quoted when it is ","
 [[nodiscard]] QString RowsAsText(const ScanEngine& scan, const std::vector<int>& rows, QChar separator);
+
+/// Unit of the raw words of a register row; empty where there is no such row or a factor scales what is
+/// shown.
+[[nodiscard]] QString RawUnit(const ScanEngine& scan, std::int32_t row);

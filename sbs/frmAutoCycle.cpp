@@ -14,17 +14,6 @@
 #include <QScrollArea>
 #include <QShortcut>
 
-QString RawUnit(const ScanEngine& scan, std::int32_t row)
-{
-    if (row < 0 || row >= scan.RowCount())
-        return {};
-    const auto at = static_cast<std::int16_t>(row);
-    if (scan.Tables().GetSBSReadFactor(at).trimmed().compare(QLatin1String("x"), Qt::CaseInsensitive) != 0)
-        return {};
-    const QString unit = scan.Tables().GetSBSUnit(at);
-    return unit == QLatin1String("mAh") && !scan.CapacityUnit().isEmpty() ? scan.CapacityUnit() : unit;
-}
-
 frmAutoCycle::frmAutoCycle(AutoCycle& cycle, TableSettings& settings, const ScanEngine& scan, QWidget* parent)
     : QDialog(parent), m_cycle(cycle), m_settings(settings), m_scan(scan),
       m_shownStatusRow(cycle.Settings().BattStatRow), m_content(new QWidget(this)),

@@ -57,7 +57,3 @@ private:
     QPushButton* cmdCancel;
     QPushButton* cmdOK;
 };
-
-/// Unit of the raw words of a register row; empty where there is no such row or a factor scales what is
-/// shown.
-[[nodiscard]] QString RawUnit(const ScanEngine& scan, std::int32_t row);

@@ -8,6 +8,7 @@
 #include "sbs/EventsPane.h"
 #include "sbs/FlagView.h"
 #include "sbs/FlagsPane.h"
+#include "sbs/LogHeadOf.h"
 #include "sbs/PlotView.h"
 #include "sbs/RegisterGrid.h"
 #include "sbs/RowTexts.h"
@@ -298,21 +299,6 @@ void frmSBS::ApplyIntervals()
     ShowLogState();
 }
 
-LogHead frmSBS::HeadOfLog() const
-{
-    LogHead head;
-    // "Device:800, Ver:1.02"; a target whose identity is never asked is named by its file alone
-    const QStringList parts
-        = GetDeviceKey(m_context.link.Identity()).split(QLatin1Char('.'), Qt::SkipEmptyParts);
-    head.DeviceName = m_context.profiles.String(m_context.state.TargetConfigPath, u"Device", u"Name");
-    head.GaugeName = parts.isEmpty() ? head.DeviceName : parts.first();
-    head.VersionParts = parts.mid(1);
-    head.Simulated = m_context.usb.Facts().Kind == QLatin1String("simulated");
-    for (const StaticItem& item : m_static)
-        head.StaticData.emplace_back(item.Caption, item.Text);
-    return head;
-}
-
 void frmSBS::StartLogging()
 {
     QFileDialog dialog(this, QStringLiteral("Save as ... (Log File name)"));
@@ -321,10 +307,9 @@ void frmSBS::StartLogging()
     dialog.setNameFilters({QStringLiteral("Log Files(*.log)"), QStringLiteral("All Files(*.*)")});
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
-    std::vector<LogSwitch> rows;
-    for (int row = 0; row < m_scan.RowCount(); ++row)
-        rows.push_back({m_tables.GetSBSLogDesc(static_cast<std::int16_t>(row)), m_scan.LogOn(row)});
-    const QString problem = m_log.Start(dialog.selectedFiles().constFirst(), HeadOfLog(), LogColumns(rows));
+    const LogHead head = LogHeadOf(m_context.profiles, m_context.state.TargetConfigPath,
+                                   m_context.link.Identity(), m_context.usb, m_static);
+    const QString problem = m_log.Start(dialog.selectedFiles().constFirst(), head, LogColumnsOf(m_scan));
     if (!problem.isEmpty()) {
         m_context.messages.Show(problem);
         return;

@@ -113,7 +113,6 @@ private:
     void FocusFilter() { txtFilter->setFocus(); }
     void UpdateCurves();
     void ShowEvents();
-    [[nodiscard]] LogHead HeadOfLog() const;
     void SaveFormState();
 
     GaugeContext& m_context;
