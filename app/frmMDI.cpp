@@ -20,12 +20,14 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QMenuBar>
+#include <QScreen>
 #include <QUrl>
 
 namespace {
 
 constexpr int kLinkMs = 1000;
 constexpr int kRetryMs = 20;
+constexpr int kTitleBar = 30;
 constexpr int kNarrow = 900; // logical pixels below which a view folds into tabs and the selector shows icons
 constexpr int kLow = 520;
 
@@ -461,5 +463,5 @@ void frmMDI::RestoreWindowPlace()
     const QString place
         = m_program.Profiles().String(m_program.State().ProgramSettingsFile, u"GUI", u"WindowPlace");
     if (place.isEmpty() || !restoreGeometry(QByteArray::fromBase64(place.toLatin1())))
-        resize(1366, 768 - 30); // what fits the smallest common screen under a title bar
+        resize(QSize(1366, 768).boundedTo(screen()->availableSize()) - QSize(0, kTitleBar));
 }

@@ -12,6 +12,7 @@ public:
     }
 
     const QString Unit;
+    QString Title; ///< names of the curves, however long
     [[nodiscard]] int Margin() const { return m_margin; }
 
 protected:
