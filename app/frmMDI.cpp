@@ -28,6 +28,7 @@ namespace {
 
 constexpr int kLinkMs = 1000;
 constexpr int kRetryMs = 20;
+constexpr int kTitleBar = 30;
 constexpr int kNarrow = 900; // logical pixels below which a view folds into tabs and the selector shows icons
 constexpr int kLow = 520;
 
@@ -506,5 +507,5 @@ void frmMDI::RestoreWindowPlace()
     const QString place
         = m_program.Profiles().String(m_program.State().ProgramSettingsFile, u"GUI", u"WindowPlace");
     if (place.isEmpty() || !restoreGeometry(QByteArray::fromBase64(place.toLatin1())))
-        resize(QSize(1366, 738).boundedTo(screen()->availableSize()));
+        resize(QSize(1366, 768).boundedTo(screen()->availableSize()) - QSize(0, kTitleBar));
 }

@@ -10,6 +10,8 @@ public:
     PlotAxis(QCPAxisRect* parent, AxisType type, QString key) : QCPAxis(parent, type), Key(std::move(key)) { }
 
     const QString Key; ///< AxisKey of its curves
+    QString Title; ///< names of the curves, however long
+    QString Unit; ///< of the curves; empty without one
     [[nodiscard]] int Margin() const { return m_margin; }
 
 protected:

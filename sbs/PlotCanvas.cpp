@@ -16,6 +16,7 @@
 namespace {
 
 constexpr int kMostListed = 20;
+constexpr int kBelowAxes = 80; // times, events, and the markers beside an axis title
 constexpr qsizetype kMostPointsWithMarkers = 60;
 constexpr std::size_t kMostAntialiasedValues = 20'000;
 // A longer way of the pen over the picture is noise in which no dash can be told; drawing it costs most.
@@ -132,16 +133,26 @@ void PlotCanvas::MakeAxes()
     }
     for (PlotAxis* axis : m_axes) {
         QStringList names;
-        QString unit;
         for (const PlotCurve& curve : m_curves) {
             if (AxisKey(curve) != axis->Key)
                 continue;
             names << curve.Name;
-            unit = curve.Unit;
+            axis->Unit = curve.Unit;
         }
-        const QString title
+        axis->Title
             = names.size() <= 2 ? names.join(QStringLiteral(", ")) : tr("%1 curves").arg(names.size());
-        axis->setLabel(unit.isEmpty() ? title : QStringLiteral("%1 (%2)").arg(title, unit));
+    }
+    LabelAxes();
+}
+
+void PlotCanvas::LabelAxes()
+{
+    for (PlotAxis* axis : m_axes) {
+        const QFontMetrics metrics(axis->labelFont());
+        const QString unit = axis->Unit.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(axis->Unit);
+        // a low plot cuts the name, not the unit
+        const int room = height() - kBelowAxes - metrics.horizontalAdvance(unit);
+        axis->setLabel(metrics.elidedText(axis->Title, Qt::ElideRight, room) + unit);
     }
 }
 
@@ -435,5 +446,6 @@ void PlotCanvas::wheelEvent(QWheelEvent* event)
 void PlotCanvas::resizeEvent(QResizeEvent* event)
 {
     QCustomPlot::resizeEvent(event);
+    LabelAxes();
     Show(m_fromMs, m_toMs); // the picture has another number of columns now
 }

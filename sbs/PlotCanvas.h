@@ -61,6 +61,7 @@ private:
     void MakeAxes();
     void FitAxes();
     void ChooseTimeLabels();
+    void LabelAxes(); ///< with what there is room for
     void ColourAxes();
     [[nodiscard]] PlotAxis* AxisOf(const PlotCurve& curve) const;
     [[nodiscard]] double X(double ms) const;

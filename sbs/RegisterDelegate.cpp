@@ -13,9 +13,30 @@
 
 namespace {
 
+constexpr int kSide = 14; // of marks
+constexpr int kReach = 5; // a click beside a box still means it
+
 RegisterMark MarkOf(const QModelIndex& index)
 {
     return static_cast<RegisterMark>(index.data(kMarkRole).toInt());
+}
+
+bool IsSwitch(const QModelIndex& index)
+{
+    return index.column() >= kScanColumn && index.column() <= kPlotColumn;
+}
+
+/// Where the box of a switch stands: in the middle, with room for the marker of a curve.
+QRect IndicatorRect(const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    const QStyle* style = option.widget ? option.widget->style() : QApplication::style();
+    QRect indicator(
+        QPoint(),
+        style->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, option.widget).size());
+    indicator.moveCenter(option.rect.center());
+    if (index.column() == kPlotColumn && index.data(kCurveRole).toInt() >= 0)
+        indicator.translate(-kSide / 2, 0);
+    return indicator;
 }
 
 } // namespace
@@ -41,26 +62,19 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
 {
     const bool selected = option.state.testFlag(QStyle::State_Selected);
     const RegisterMark mark = MarkOf(index);
-    const int side = 14;
     if (index.column() == kValueColumn && mark == RegisterMark::Failed) {
         DrawFailedCell(*painter, option.rect, selected);
         return;
     }
-    const bool switches = index.column() >= kScanColumn && index.column() <= kPlotColumn;
-    if (switches) { // the box stands in the middle; a curve's marker beside it
+    if (IsSwitch(index)) { // the box stands in the middle; a curve's marker beside it
         QStyleOptionViewItem box(option);
         initStyleOption(&box, index);
         const QStyle* style = option.widget ? option.widget->style() : QApplication::style();
         QStyleOptionViewItem back(box);
         back.features &= ~QStyleOptionViewItem::HasCheckIndicator;
         style->drawControl(QStyle::CE_ItemViewItem, &back, painter, option.widget);
-        const QSize size
-            = style->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &box, option.widget).size();
-        QRect indicator(QPoint(), size);
-        indicator.moveCenter(option.rect.center());
         const int place = index.data(kCurveRole).toInt();
-        if (index.column() == kPlotColumn && place >= 0)
-            indicator.translate(-side / 2, 0);
+        const QRect indicator = IndicatorRect(box, index);
         box.rect = indicator;
         box.state |= box.checkState == Qt::Checked ? QStyle::State_On : QStyle::State_Off;
         style->drawPrimitive(QStyle::PE_IndicatorItemViewItemCheck, &box, painter, option.widget);
@@ -69,7 +83,7 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
             const QColor colour = ToColour(selected ? colours.TextHighlightFore
                                                     : colours.curves[static_cast<std::size_t>(place) % 8]);
             DrawCurveMarker(*painter,
-                            QPointF(indicator.right() + side * 0.75, option.rect.center().y() + 0.5), 10,
+                            QPointF(indicator.right() + kSide * 0.75, option.rect.center().y() + 0.5), 10,
                             place, colour);
         }
         return;
@@ -77,8 +91,7 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     if (index.column() == kValueColumn && (mark == RegisterMark::Up || mark == RegisterMark::Down)) {
         if (selected)
             painter->fillRect(option.rect, option.palette.highlight());
-        DrawChangedCell(*painter, option.rect, mark == RegisterMark::Up ? Trend::Up : Trend::Down,
-                        selected);
+        DrawChangedCell(*painter, option.rect, mark == RegisterMark::Up ? Trend::Up : Trend::Down, selected);
         QStyleOptionViewItem text(option);
         initStyleOption(&text, index);
         painter->setFont(text.font);
@@ -89,11 +102,11 @@ void RegisterDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     QStyledItemDelegate::paint(painter, option, index);
     const auto icon = [&](const QString& name, Rgb colour) {
         const QPixmap picture = IconPixmap(
-            name, side, ToColour(selected ? Theme::Current().Colours().TextHighlightFore : colour),
+            name, kSide, ToColour(selected ? Theme::Current().Colours().TextHighlightFore : colour),
             painter->device()->devicePixelRatioF());
         const int left = option.rect.left() + 6
             + option.fontMetrics.horizontalAdvance(index.data(Qt::DisplayRole).toString()) + 6;
-        painter->drawPixmap(QPoint(left, option.rect.center().y() - side / 2), picture);
+        painter->drawPixmap(QPoint(left, option.rect.center().y() - kSide / 2), picture);
     };
     if (index.column() == kDescColumn
         && index.siblingAtColumn(kValueColumn).flags().testFlag(Qt::ItemIsEditable))
@@ -113,6 +126,28 @@ QWidget* RegisterDelegate::createEditor(QWidget* parent, const QStyleOptionViewI
     connect(editor, &QLineEdit::textChanged, this,
             [this, index = QPersistentModelIndex(index)](const QString& text) { emit Typed(index, text); });
     return editor;
+}
+
+bool RegisterDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
+                                   const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    const bool release = event->type() == QEvent::MouseButtonRelease;
+    if (!IsSwitch(index)
+        || !(release || event->type() == QEvent::MouseButtonPress
+             || event->type() == QEvent::MouseButtonDblClick))
+        return QStyledItemDelegate::editorEvent(event, model, option, index);
+    // the base class looks for the box at the left edge, where it would draw it
+    const auto* mouse = static_cast<const QMouseEvent*>(event);
+    QStyleOptionViewItem box(option);
+    initStyleOption(&box, index);
+    const QRect hit = IndicatorRect(box, index).adjusted(-kReach, -kReach, kReach, kReach);
+    if (mouse->button() != Qt::LeftButton || !hit.contains(mouse->position().toPoint()))
+        return false;
+    if (release)
+        model->setData(index,
+                       index.data(Qt::CheckStateRole).toInt() == Qt::Checked ? Qt::Unchecked : Qt::Checked,
+                       Qt::CheckStateRole);
+    return true;
 }
 
 bool RegisterDelegate::eventFilter(QObject* editor, QEvent* event)

@@ -14,6 +14,8 @@ public:
     QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
                           const QModelIndex& index) const override;
     bool eventFilter(QObject* editor, QEvent* event) override;
+    bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+                     const QModelIndex& index) override;
 
 signals:
     void Typed(const QModelIndex& index, const QString& text) const;

@@ -22,7 +22,8 @@ except (ImportError, ValueError) as error:
     skip(f"python3-gi is missing ({error})")
 
 PROGRAM, IDS = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
-VALUE, ROWS, AT_RATE = 1, 29, 4
+VALUE, SCAN, PLOT = 1, 3, 5     # columns of the register grid
+ROWS, AT_RATE, CURRENT = 29, 4, 10
 
 
 class WindowTest(unittest.TestCase):
@@ -111,6 +112,11 @@ class WindowTest(unittest.TestCase):
         g.edit_cell("grdSBS", AT_RATE, VALUE, "-1500")
         g.wait_text("lblFooter", "AtRate: -1500 written and read back")
         g._until(lambda: g.cell("grdSBS", AT_RATE, VALUE).name == "-1500", "the value of the next pass")
+
+        for column, footer in ((SCAN, "28 scanned"), (SCAN, "29 scanned"), (PLOT, "29 scanned")):
+            g.click(g.cell("grdSBS", CURRENT, column))
+            g.wait_text("lblFooter", footer, timeout=15)
+        g.wait_text("plotLegend", "Current")
 
         self.interval("Refresh interval...", 70000, "The scan interval is greater than the logging interval! "
                       "Logging interval has been automatically updated to 64767ms")
