@@ -183,7 +183,8 @@ void TarnloStyle::drawControl(ControlElement element, const QStyleOption* option
 void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option,
                                      QPainter* painter, const QWidget* widget) const
 {
-    if (const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option); group && control == CC_GroupBox) {
+    if (const auto* group = qstyleoption_cast<const QStyleOptionGroupBox*>(option);
+        group && control == CC_GroupBox) {
         // here and not as the box's own font, which its children would take over
         const QFont strong = Theme::Current().Font(Type::Strong);
         QStyleOptionGroupBox titled(*group);

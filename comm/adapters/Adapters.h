@@ -18,8 +18,8 @@ struct AdapterSettings {
     QString Device; ///< the choice as written: auto, real, sim, i2c:/dev/i2c-N, replay:FILE
     QString ReplayFile; ///< of a replay
     QString TraceFile; ///< records every call when not empty
-    /// A simulated pack's time passes [Simulator] Speed times faster than the clock, as in the window; otherwise
-    /// the TimeSource is the pack's own time already.
+    /// A simulated pack's time passes [Simulator] Speed times faster than the clock, as in the window;
+    /// otherwise the TimeSource is the pack's own time already.
     bool PackOutrunsClock = false;
     QString Error; ///< the choice was not understood, in plain words; no adapter is then made
 };
