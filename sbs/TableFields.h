@@ -22,90 +22,45 @@ TableField(const char*, CellForm, Get) -> TableField<Get>;
 template <class Record>
 struct TableFields;
 
+// clang-format off: it tears these lambdas apart
 template <>
 struct TableFields<SBSInfoRec> {
-    static constexpr std::tuple all{TableField{"Desc", CellForm::Text, [](auto& r) -> auto& {return r.Desc;
-}
-}
-, TableField{"LogDesc", CellForm::Text, [](auto& r) -> auto& {return r.LogDesc;
-}
-}
-, TableField{"ReadStyle", CellForm::Decimal, [](auto& r) -> auto& {return r.ReadStyle;
-}
-}
-, TableField{"ReadCommand", CellForm::Hex, [](auto& r) -> auto& {return r.ReadCommand;
-}
-}
-, TableField{"ReadFactor", CellForm::Text, [](auto& r) -> auto& {return r.ReadFactor;
-}
-}
-, TableField{"WriteFactor", CellForm::Text, [](auto& r) -> auto& {return r.WriteFactor;
-}
-}
-, TableField{"Writeable", CellForm::Decimal, [](auto& r) -> auto& {return r.Writeable;
-}
-}
-, TableField{"DisplayFormat", CellForm::Text, [](auto& r) -> auto& {return r.DisplayFormat;
-}
-}
-, TableField{"Unit", CellForm::Text, [](auto& r) -> auto& {return r.Unit;
-}
-}
-,
-}
-;
-}
-;
+    static constexpr std::tuple all{
+        TableField{"Desc", CellForm::Text, [](auto& r) -> auto& { return r.Desc; }},
+        TableField{"LogDesc", CellForm::Text, [](auto& r) -> auto& { return r.LogDesc; }},
+        TableField{"ReadStyle", CellForm::Decimal, [](auto& r) -> auto& { return r.ReadStyle; }},
+        TableField{"ReadCommand", CellForm::Hex, [](auto& r) -> auto& { return r.ReadCommand; }},
+        TableField{"ReadFactor", CellForm::Text, [](auto& r) -> auto& { return r.ReadFactor; }},
+        TableField{"WriteFactor", CellForm::Text, [](auto& r) -> auto& { return r.WriteFactor; }},
+        TableField{"Writeable", CellForm::Decimal, [](auto& r) -> auto& { return r.Writeable; }},
+        TableField{"DisplayFormat", CellForm::Text, [](auto& r) -> auto& { return r.DisplayFormat; }},
+        TableField{"Unit", CellForm::Text, [](auto& r) -> auto& { return r.Unit; }},
+    };
+};
 
 template <>
 struct TableFields<SBSFlagRec> {
     static constexpr std::tuple all{
-        TableField{"Caption", CellForm::Text, [](auto& r) -> auto& {return r.Caption;
-}
-}
-, TableField{"BitDesc", CellForm::Text, [](auto& r) -> auto& {return r.BitDesc;
-}
-}
-, TableField{"SBSRowNum", CellForm::Decimal, [](auto& r) -> auto& {return r.SBSRowNum;
-}
-}
-, TableField{"BitWidth", CellForm::Decimal, [](auto& r) -> auto& {return r.BitWidth;
-}
-}
-,
-}
-;
-}
-;
+        TableField{"Caption", CellForm::Text, [](auto& r) -> auto& { return r.Caption; }},
+        TableField{"BitDesc", CellForm::Text, [](auto& r) -> auto& { return r.BitDesc; }},
+        TableField{"SBSRowNum", CellForm::Decimal, [](auto& r) -> auto& { return r.SBSRowNum; }},
+        TableField{"BitWidth", CellForm::Decimal, [](auto& r) -> auto& { return r.BitWidth; }},
+    };
+};
 
 template <>
 struct TableFields<SrecTargetRec> {
-    static constexpr std::tuple all{TableField{"Name", CellForm::Text, [](auto& r) -> auto& {return r.Name;
-}
-}
-, TableField{"Number", CellForm::Decimal, [](auto& r) -> auto& {return r.Number;
-}
-}
-, TableField{"Value1", CellForm::Decimal, [](auto& r) -> auto& {return r.Values[0];
-}
-}
-, TableField{"Value2", CellForm::Decimal, [](auto& r) -> auto& {return r.Values[1];
-}
-}
-, TableField{"Value3", CellForm::Decimal, [](auto& r) -> auto& {return r.Values[2];
-}
-}
-, TableField{"Value4", CellForm::Decimal, [](auto& r) -> auto& {return r.Values[3];
-}
-}
-, TableField{"Value5", CellForm::Decimal, [](auto& r) -> auto& {return r.Values[4];
-}
-}
-,
-}
-;
-}
-;
+    static constexpr std::tuple all{
+        TableField{"Name", CellForm::Text, [](auto& r) -> auto& { return r.Name; }},
+        TableField{"Number", CellForm::Decimal, [](auto& r) -> auto& { return r.Number; }},
+        TableField{"Value1", CellForm::Decimal, [](auto& r) -> auto& { return r.Values[0]; }},
+        TableField{"Value2", CellForm::Decimal, [](auto& r) -> auto& { return r.Values[1]; }},
+        TableField{"Value3", CellForm::Decimal, [](auto& r) -> auto& { return r.Values[2]; }},
+        TableField{"Value4", CellForm::Decimal, [](auto& r) -> auto& { return r.Values[3]; }},
+        TableField{"Value5", CellForm::Decimal, [](auto& r) -> auto& { return r.Values[4]; }},
+    };
+};
+// clang-format on
 
 /// Calls visit(field) for each field in file order.
 template <class Record, class Visit>
