@@ -22,7 +22,8 @@ TableField(const char*, CellForm, Get) -> TableField<Get>;
 template <class Record>
 struct TableFields;
 
-// clang-format off: it tears these lambdas apart
+// clang-format tears these lambdas apart
+// clang-format off
 template <>
 struct TableFields<SBSInfoRec> {
     static constexpr std::tuple all{
