@@ -75,8 +75,6 @@ void frmSBS::LayOut()
     m_across->setStretchFactor(0, 0);
     m_across->setStretchFactor(1, 1);
     m_across->setSizes({kGridWidth, kGridWidth});
-    if (m_scan.Form().CustomSplit != 0 && m_scan.Form().SplitterTop > 0)
-        m_down->setSizes({m_scan.Form().SplitterTop, 300});
     m_allTabs = Named(new QTabWidget(this), "tabsAll");
     m_allTabs->hide();
 
@@ -304,6 +302,9 @@ void frmSBS::Fold(bool narrow)
         m_plot->setVisible(cmdPlot->isChecked());
         m_gridPane->show();
         m_across->setSizes({kGridWidth, width() - kGridWidth});
+        const FormState& form = m_scan.Form();
+        const int top = form.CustomSplit != 0 && form.SplitterTop > 0 ? form.SplitterTop : height() * 11 / 20;
+        m_down->setSizes({top, std::max(1, height() - top)});
     }
     m_across->setVisible(!narrow);
     m_allTabs->setVisible(narrow);

@@ -77,7 +77,7 @@ private:
 class Interleaving {
 public:
     Interleaving(std::uint64_t seed, const Tables& tables, const QString& folder)
-        : m_random(seed), m_sim(m_time, Pack(seed)),
+        : m_random(Random::Mix(seed)), m_sim(m_time, Pack(seed)),
           m_faulty(m_sim, seed % 3 == 0 ? kFirstAfterOpen + static_cast<int>(m_random.Below(200)) : 0,
                    m_random.Below(2) == 0 ? ErrorCode::NoAcknowledge : ErrorCode::NoUsb),
           m_tables(tables), m_bench(m_witness, m_time, m_messages, tables[0]),
