@@ -42,6 +42,8 @@ Skin Program::LoadConfiguration()
     const Skin skin
         = SkinFile().isEmpty() ? DefaultSkin() : LoadSkinColours(m_profiles, SkinFile(), SkinName());
     ReadTargetAddress(m_state.ProgramSettingsFile);
+    // the delays; the rest follows when a gauge says who it is
+    LoadTargetSettings(m_profiles, m_messages, m_state.ProgramFolder, {}, m_target);
     return skin;
 }
 

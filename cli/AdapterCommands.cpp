@@ -3,6 +3,7 @@
 #include "cli/Commands.h"
 #include "cli/TextTable.h"
 #include "comm/GaugeIdentity.h"
+#include "comm/GaugeLink.h"
 #include "settings/TargetSettings.h"
 
 #include <QJsonArray>
@@ -58,22 +59,18 @@ Outcome Detect(CommandContext& context, const Arguments&)
     const ExclusiveAccess access(gauge->Access(), QStringLiteral("tarnlo-cli detect"));
     if (!access)
         return NoAnswer(ErrorCode::BusBusy);
-    QString identity;
-    ErrorCode code = ReadGaugeIdentity(gauge->Usb(), request, startup.TargetAddress, identity);
-    if (code == ErrorCode::Terminated)
-        code = ReadGaugeIdentity(gauge->Usb(), request, startup.TargetAddress, identity);
-    if (Failed(code))
-        return NoAnswer(code);
-    const QString key = TargetsKey(identity);
-    const QString target = context.Profiles.String(startup.ProgramSettingsFile, u"Targets", key);
+    const Detection found = DetectTarget(gauge->Usb(), context.Profiles, startup);
+    if (Failed(found.Code))
+        return NoAnswer(found.Code);
     Outcome outcome;
-    outcome.Json = {{QStringLiteral("identity"), identity},
-                    {QStringLiteral("device_key"), GetDeviceKey(identity)},
-                    {QStringLiteral("targets_key"), key},
-                    {QStringLiteral("target"), target}};
-    outcome.Text = QStringLiteral("Identity     %1\nDevice key   %2\nTargets key  %3\nTarget       %4")
-                       .arg(identity, GetDeviceKey(identity), key,
-                            target.isEmpty() ? QStringLiteral("not in the list of targets") : target);
+    outcome.Json = {{QStringLiteral("identity"), found.Identity},
+                    {QStringLiteral("device_key"), found.DeviceKey},
+                    {QStringLiteral("targets_key"), found.TargetsKey},
+                    {QStringLiteral("target"), found.Target}};
+    outcome.Text
+        = QStringLiteral("Identity     %1\nDevice key   %2\nTargets key  %3\nTarget       %4")
+              .arg(found.Identity, found.DeviceKey, found.TargetsKey,
+                   found.Target.isEmpty() ? QStringLiteral("not in the list of targets") : found.Target);
     return outcome;
 }
 

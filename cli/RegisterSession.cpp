@@ -1,16 +1,15 @@
 #include "cli/RegisterSession.h"
 
 #include "cli/Interrupt.h"
-#include "comm/GaugeIdentity.h"
-#include "platform/ProgramFolder.h"
 
 namespace {
 constexpr int kWatchMs = 50; // how long a pass over a silent bus goes on after Ctrl+C, beside the row in hand
 } // namespace
 
 RegisterSession::RegisterSession(CommandContext& context, GaugeSession& gauge, const StartupState& startup)
-    : m_context(context), m_gauge(gauge), m_startup(startup), m_errors(gauge.Time()),
-      m_registers(gauge.Usb(), startup, m_target),
+    : m_context(context), m_gauge(gauge), m_startup(startup),
+      m_link(gauge.Usb(), gauge.Access(), context.Profiles, context.Messages, startup, m_target),
+      m_errors(gauge.Time()), m_registers(gauge.Usb(), startup, m_target),
       m_scan(m_registers, gauge.Access(), gauge.Time(), context.Messages, m_errors, m_tables)
 {
     QObject::connect(&m_watch, &QTimer::timeout, [this] {
@@ -45,22 +44,7 @@ void RegisterSession::SetRefresh(const QString& typed)
 /// Nothing is asked of a gauge whose target was not chosen: it may be any pack.
 void RegisterSession::Identify()
 {
-    const IdentityRequest request = ReadIdentityRequest(m_context.Profiles, m_startup);
-    if (!request.Problem.isEmpty())
-        m_context.Messages.Show(request.Problem);
-    if (!m_startup.TargetConfigPath.isEmpty() && request.Allowed) {
-        const ExclusiveAccess access(m_gauge.Access(), QStringLiteral("tarnlo-cli"));
-        if (access)
-            ReadGaugeIdentity(m_gauge.Usb(), request, m_startup.TargetAddress, m_identity);
-    }
-    LoadTargetSettings(m_context.Profiles, m_context.Messages, m_startup.ProgramFolder,
-                       GetDeviceKey(m_identity), m_target);
-    if (m_identity.isEmpty())
-        return;
-    const QString accepted
-        = m_context.Profiles.String(m_startup.ProgramSettingsFile, u"Targets", TargetsKey(m_identity));
-    if (accepted.isEmpty() || ResolvePath(m_startup.ProgramFolder, accepted) != m_startup.TargetConfigPath)
-        m_context.Messages.Show(
-            QStringLiteral("The detected device is not compatible with this application!\n"
-                           "Proceed at your own risk."));
+    LoadTargetSettings(m_context.Profiles, m_context.Messages, m_startup.ProgramFolder, {}, m_target);
+    if (!m_startup.TargetConfigPath.isEmpty())
+        m_link.Tick();
 }

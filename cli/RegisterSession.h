@@ -2,6 +2,7 @@
 
 #include "cli/CommandContext.h"
 #include "cli/GaugeSession.h"
+#include "comm/GaugeLink.h"
 #include "platform/ErrorList.h"
 #include "sbs/RegisterReader.h"
 #include "sbs/ScanEngine.h"
@@ -24,7 +25,10 @@ public:
 
     ScanEngine& Scan() { return m_scan; }
     [[nodiscard]] const ErrorList& Errors() const { return m_errors; }
-    [[nodiscard]] const QString& Identity() const { return m_identity; } ///< empty: not asked, or no answer
+    [[nodiscard]] const QString& Identity() const
+    {
+        return m_link.Identity();
+    } ///< empty: not asked, or no answer
     /// Takes over a refresh interval typed by a person, by the register view's rules and with its messages.
     void SetRefresh(const QString& typed);
 
@@ -35,7 +39,7 @@ private:
     const StartupState& m_startup;
     clsSBSCfgRW m_tables;
     TargetSettings m_target;
-    QString m_identity;
+    GaugeLink m_link;
     ErrorList m_errors;
     RegisterReader m_registers;
     ScanEngine m_scan;

@@ -57,7 +57,10 @@ GaugeLink::State GaugeLink::Tick()
 {
     if (!m_due)
         return m_now;
-    if (!ReadIdentityRequest(m_profiles, m_state).Allowed) {
+    const IdentityRequest request = ReadIdentityRequest(m_profiles, m_state);
+    if (!request.Problem.isEmpty() && !m_warned)
+        m_messages.Show(request.Problem);
+    if (!request.Allowed) {
         m_due = false;
         return m_now = State::NotAsked;
     }
