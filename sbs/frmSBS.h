@@ -72,6 +72,7 @@ private:
     void WhenIdle(const std::function<void()>& command, int waitedMs = 0);
     QAction* Add(QMenu* menu, const char* name, const QString& text, const QKeySequence& shortcut,
                  void (frmSBS::*does)());
+    void PlaceSplitters(); ///< as they were, or as one begins
     void Fold(bool narrow); ///< side by side, or all panes as tabs of one
 
     void Tick(); ///< of tmrScan
@@ -131,6 +132,7 @@ private:
     bool m_closing = false;
     bool m_transferFailed = false; ///< since the last record of the log
     bool m_folded = false;
+    bool m_placed = false; ///< the splitters were, in a view of full size
     bool m_scanRan = false; ///< timers as a pause found them
     bool m_logRan = false;
     std::uint64_t m_pass = 0;

@@ -283,7 +283,18 @@ void frmSBS::resizeEvent(QResizeEvent* event)
     const bool narrow = width() < kNarrow || height() < kLow;
     if (narrow != m_folded)
         Fold(narrow);
+    else if (!narrow && !m_placed)
+        PlaceSplitters();
     ShowColumns();
+}
+
+void frmSBS::PlaceSplitters()
+{
+    const FormState& form = m_scan.Form();
+    const int top = form.CustomSplit != 0 && form.SplitterTop > 0 ? form.SplitterTop : height() / 2;
+    m_across->setSizes({kGridWidth, std::max(1, width() - kGridWidth)});
+    m_down->setSizes({top, std::max(1, height() - top)});
+    m_placed = true;
 }
 
 void frmSBS::Fold(bool narrow)
@@ -301,10 +312,7 @@ void frmSBS::Fold(bool narrow)
         m_across->insertWidget(0, m_gridPane);
         m_plot->setVisible(cmdPlot->isChecked());
         m_gridPane->show();
-        m_across->setSizes({kGridWidth, width() - kGridWidth});
-        const FormState& form = m_scan.Form();
-        const int top = form.CustomSplit != 0 && form.SplitterTop > 0 ? form.SplitterTop : height() * 11 / 20;
-        m_down->setSizes({top, std::max(1, height() - top)});
+        PlaceSplitters();
     }
     m_across->setVisible(!narrow);
     m_allTabs->setVisible(narrow);
