@@ -20,6 +20,7 @@ LogHead LogHeadOf(ProfileStore& profiles, const QString& targetFile, const QStri
 std::vector<LogColumn> LogColumnsOf(const ScanEngine& scan)
 {
     std::vector<LogSwitch> rows;
+    rows.reserve(static_cast<std::size_t>(scan.RowCount()));
     for (int row = 0; row < scan.RowCount(); ++row)
         rows.push_back({scan.Tables().GetSBSLogDesc(static_cast<std::int16_t>(row)), scan.LogOn(row)});
     return LogColumns(rows);

@@ -232,8 +232,7 @@ void TableDocument::Insert(int at)
 void TableDocument::Remove(std::vector<int> rows)
 {
     std::ranges::sort(rows, std::greater());
-    const auto same = std::ranges::unique(rows);
-    rows.erase(same.begin(), same.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     std::vector<Splice> splices;
     for (std::size_t i = 0; i < rows.size();) {
         std::size_t end = i + 1; // of a run of neighbours, downwards
