@@ -328,7 +328,7 @@ void frmLogViewer::ShowLogs()
     cboCompare->setVisible(two);
     pbRead->setVisible(Reading());
     cmdCancelRead->setVisible(Reading());
-    if (Reading()) {
+    if (m_reading) {
         lblLog->setText(tr("Reading %1").arg(QFileInfo(m_reading->Path()).fileName()));
         return;
     }

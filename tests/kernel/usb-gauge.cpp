@@ -364,7 +364,7 @@ std::string waitForBus(const std::string& name)
         for (const auto& entry : std::filesystem::directory_iterator("/sys/class/i2c-dev")) {
             std::string found;
             std::getline(std::ifstream(entry.path() / "name"), found);
-            const std::string node = "/dev/" + entry.path().filename().string();
+            std::string node = "/dev/" + entry.path().filename().string();
             if (found.rfind(name, 0) == 0 && access(node.c_str(), F_OK) == 0)
                 return node;
         }
