@@ -1,9 +1,10 @@
-// usb-gauge [-a tiny|cp2112] [-r MS] [-p] COMMAND [ARG...]
+// usb-gauge [-a tiny|cp2112] [-r MS] [-l FILE] [-p] COMMAND [ARG...]
 //
 // A simulated smart battery behind a simulated USB adapter, for the kernel's own drivers to talk
 // to: it plugs the adapter in, waits for the bus to appear, runs COMMAND with I2C_DEVICE naming its
 // device node, and ends with COMMAND's exit status. With -r an adapter that was pulled out is plugged
-// in again after that many milliseconds; with -p every request takes until the next frame of
+// in again after that many milliseconds; -l writes down what the GPIO lines come to, a text line for every
+// change, line 0 first, "-" for one that is not driven; with -p every request takes until the next frame of
 // full-speed USB (1 ms), as it does behind a real cable.
 //
 //   tiny    plain I2C transfers; the kernel (i2c-tiny-usb) makes SMBus commands and PEC out of them
@@ -64,6 +65,7 @@ public:
     }
 
     bool paced = false;
+    std::string linesFile; // empty: not written
 
     void pullOut() { shutdown(socket, SHUT_RDWR); }
 
@@ -268,6 +270,7 @@ private:
                 directions = report[1];
             if (report.size() >= 3 && report[0] == 0x04)
                 latch = (latch & ~report[2]) | (report[1] & report[2]);
+            noteLines();
             return Outcome::Ok;
         }
         switch (setup.value & 0xff) {
@@ -290,6 +293,16 @@ private:
             return Outcome::LinesStuck; // stall
         }
         return Outcome::Ok;
+    }
+
+    void noteLines()
+    {
+        std::string lines;
+        for (int n = 0; n < 8; ++n)
+            lines += (directions >> n & 1) == 0 ? '-' : latch >> n & 1 ? '1' : '0';
+        if (!linesFile.empty() && lines != noted)
+            std::ofstream(linesFile, std::ios::app) << lines << '\n';
+        noted = lines;
     }
 
     // A line that nothing drives is high; line n + 4 as an input reads what line n drives.
@@ -353,6 +366,7 @@ private:
     Outcome outcome = Outcome::Ok;
     Bytes data;
     uint8_t directions = 0, latch = 0xff;
+    std::string noted = "--------";
 };
 
 // ---- plugging in and running the command
@@ -373,12 +387,13 @@ std::string waitForBus(const std::string& name)
 }
 
 template <typename Adapter>
-int run(char** command, int plugInAgainMs, bool paced)
+int run(char** command, int plugInAgainMs, const std::string& linesFile, bool paced)
 {
     if (system((std::string("modprobe -a i2c-dev vhci-hcd ") + Adapter::modules).c_str()) != 0)
         fail("modprobe");
     Adapter adapter;
     adapter.paced = paced;
+    adapter.linesFile = linesFile;
     adapter.plugIn();
     std::atomic<bool> ended = false;
     std::thread server([&] {
@@ -416,24 +431,26 @@ int run(char** command, int plugInAgainMs, bool paced)
 
 int main(int count, char** arguments)
 {
-    std::string adapter = "tiny";
+    std::string adapter = "tiny", linesFile;
     int plugInAgainMs = -1;
     bool paced = false, understood = true;
-    for (int option; (option = getopt(count, arguments, "+a:r:p")) != -1;) {
+    for (int option; (option = getopt(count, arguments, "+a:r:l:p")) != -1;) {
         if (option == 'a')
             adapter = optarg;
         else if (option == 'r')
             plugInAgainMs = atoi(optarg);
+        else if (option == 'l')
+            linesFile = optarg;
         else if (option == 'p')
             paced = true;
         else
             understood = false;
     }
     if (!understood || optind >= count || (adapter != "tiny" && adapter != "cp2112")) {
-        fprintf(stderr, "usage: usb-gauge [-a tiny|cp2112] [-r MS] [-p] COMMAND [ARG...]\n");
+        fprintf(stderr, "usage: usb-gauge [-a tiny|cp2112] [-r MS] [-l FILE] [-p] COMMAND [ARG...]\n");
         return 2;
     }
     char** const command = arguments + optind;
-    return adapter == "tiny" ? run<TinyUsb>(command, plugInAgainMs, paced)
-                             : run<Cp2112>(command, plugInAgainMs, paced);
+    return adapter == "tiny" ? run<TinyUsb>(command, plugInAgainMs, linesFile, paced)
+                             : run<Cp2112>(command, plugInAgainMs, linesFile, paced);
 }
