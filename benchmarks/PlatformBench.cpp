@@ -14,7 +14,7 @@ constexpr int kKeys = 5000;
 void EvaluateText(benchmark::State& state, const char* text)
 {
     const QString expression = QLatin1String(text);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto step : state)
         benchmark::DoNotOptimize(Evaluate(expression).value);
 }
 BENCHMARK_CAPTURE(EvaluateText, division, "3712/10");
@@ -26,7 +26,7 @@ void Evaluate29Rows(benchmark::State& state)
     QStringList factors;
     while (factors.size() < 29)
         factors << (factors.size() % 3 == 0 ? QStringLiteral("x/10-273.15") : QStringLiteral("x/1000"));
-    for (auto _ : state)
+    for ([[maybe_unused]] auto step : state)
         for (const QString& factor : factors)
             benchmark::DoNotOptimize(
                 Evaluate(QString(factor).replace(QLatin1Char('x'), QStringLiteral("29815"))).value);
@@ -57,7 +57,7 @@ void ProfileKeyFromFile(benchmark::State& state)
     const QString path = MakeFile(folder);
     const QStringList names = KeyNames();
     ProfileStore store;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto step : state) {
         const ProfileFile& file = store.File(path);
         for (const QString& name : names)
             benchmark::DoNotOptimize(file.Integer(u"Values", name));
@@ -73,7 +73,7 @@ void ProfileKeyFromStore(benchmark::State& state)
     const QString path = MakeFile(folder);
     const QStringList names = KeyNames();
     ProfileStore store;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto step : state)
         for (const QString& name : names)
             benchmark::DoNotOptimize(store.Integer(path, u"Values", name));
     state.SetItemsProcessed(state.iterations() * kKeys);
@@ -86,7 +86,7 @@ void ProfileKeyReadAgain(benchmark::State& state)
     const QTemporaryDir folder;
     const QString path = MakeFile(folder);
     const QStringList names = KeyNames();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto step : state) {
         for (const QString& name : names) {
             const QByteArray bytes = ReadWhole(path).bytes;
             const QByteArray line = '\n' + name.toUtf8() + '=';
@@ -103,7 +103,7 @@ void ProfileKeyParsedAgain(benchmark::State& state)
     const QTemporaryDir folder;
     const QString path = MakeFile(folder);
     const QStringList names = KeyNames();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto step : state)
         for (int key = 0; key < kKeys; key += 100)
             benchmark::DoNotOptimize(ProfileFile(ReadWhole(path).bytes).Integer(u"Values", names[key]));
     state.SetItemsProcessed(state.iterations() * (kKeys / 100));

@@ -53,7 +53,7 @@ void Redraw(benchmark::State& state)
     canvas.show();
     QApplication::processEvents();
     std::int64_t step = 0;
-    for (auto _ : state) { // another span each time, as when a person pans
+    for ([[maybe_unused]] auto step : state) { // another span each time, as when a person pans
         ++step;
         canvas.Show(step * 1000, kPasses * 1000LL - step * 500);
         canvas.replot(QCustomPlot::rpImmediateRefresh);
@@ -79,7 +79,7 @@ void DrawAllPoints(benchmark::State& state)
         graph->setData(keys, values, true);
     }
     plot.rescaleAxes();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto step : state)
         plot.replot(QCustomPlot::rpImmediateRefresh);
 }
 BENCHMARK(DrawAllPoints)

@@ -22,7 +22,7 @@ void PackStep(benchmark::State& state)
     BatteryPack pack(1, 0.5, 25);
     double amps = 2.2;
     int left = 600;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto step : state) {
         if (--left == 0) {
             amps = -amps;
             left = 1200;
@@ -40,7 +40,7 @@ void BenchCycle(benchmark::State& state)
 {
     SimulatedBench bench{SimulatorSettings{}};
     std::int64_t seconds = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto step : state) {
         if (seconds % 36'000 == 0)
             bench.SetCharger(seconds % 72'000 == 0);
         if (seconds % 36'000 == 0)
@@ -61,7 +61,7 @@ void WordRead(benchmark::State& state)
     adapter.AdpOpenDevice(name);
     std::int16_t word = 0;
     std::int16_t address = GaugeTarget::kAddress;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto step : state)
         benchmark::DoNotOptimize(adapter.AdpReadSMBusWord(0x09, word, address));
 }
 BENCHMARK(WordRead);

@@ -134,7 +134,7 @@ void UpdateAfterPass(benchmark::State& state)
     PaintCount paints;
     grid->viewport()->installEventFilter(&paints);
     int measured = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto step : state) {
         state.PauseTiming();
         refresh->click(); // other values, other highlights
         QEvent paint(QEvent::UpdateRequest); // what the screen asks for at its next frame
@@ -168,7 +168,7 @@ void EventLoopGaps(benchmark::State& state)
         scan->start(kIntervalMs);
     }
     std::vector<double> gaps;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto step : state) {
         QEventLoop loop;
         QTimer turn;
         turn.setTimerType(Qt::PreciseTimer);
@@ -242,7 +242,7 @@ constexpr char kEmptyWindow[] = "--empty-window";
 /// A whole process, from its start until its window is painted.
 void ProcessToPaintedWindow(benchmark::State& state, const char* which)
 {
-    for (auto _ : state)
+    for ([[maybe_unused]] auto step : state)
         if (QProcess::execute(QCoreApplication::applicationFilePath(), {QLatin1String(which)}) != 0)
             return state.SkipWithError("the window did not come up");
 }
