@@ -52,10 +52,10 @@ void Redraw(benchmark::State& state)
     canvas.SetCurves(curves);
     canvas.show();
     QApplication::processEvents();
-    std::int64_t step = 0;
+    std::int64_t shift = 0;
     for ([[maybe_unused]] auto step : state) { // another span each time, as when a person pans
-        ++step;
-        canvas.Show(step * 1000, kPasses * 1000LL - step * 500);
+        ++shift;
+        canvas.Show(shift * 1000, kPasses * 1000LL - shift * 500);
         canvas.replot(QCustomPlot::rpImmediateRefresh);
     }
 }
