@@ -43,6 +43,7 @@ void Redraw(benchmark::State& state)
     PlotCanvas canvas;
     canvas.resize(1000, 600);
     std::vector<PlotCurve> curves;
+    curves.reserve(kCurves);
     for (int i = 0; i < kCurves; ++i)
         curves.push_back({.History = &history,
                           .Row = static_cast<std::size_t>(i),
