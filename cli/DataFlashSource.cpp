@@ -33,8 +33,9 @@ bool LoadLayout(CommandContext& context, const QString& config, DataFlashTree& t
     const QString path
         = config.isEmpty() ? DataFlashConfigPath(context.Profiles, *startup) : ConfigPath(*startup, config);
     if (path.isEmpty()) {
-        failed = Refused(QStringLiteral("no data flash configuration is known: choose a target whose file has "
-                                        "[DataFlash] ConfigFile with --target, or name one with --config"));
+        failed
+            = Refused(QStringLiteral("no data flash configuration is known: choose a target whose file has "
+                                     "[DataFlash] ConfigFile with --target, or name one with --config"));
         return false;
     }
     bCfgReader reader;

@@ -4,10 +4,8 @@
 #include "dataflash/EachItem.h"
 #include "dataflash/ItemBytes.h"
 #include "dataflash/ItemText.h"
-#include "platform/ProgramFolder.h"
 #include "platform/WholeFile.h"
 
-#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -106,7 +104,8 @@ std::optional<QString> ValueIn(const ProfileFile& file, const QString& section, 
 void Take(GgImport& import, const ItemPlace& at, const DataItem& item, const QString& text)
 {
     GgImport::Entry entry{at, item.Value, text, {}};
-    if (text == item.Value && !text.isEmpty()) {
+    const bool known = HasValue(item, item.Value);
+    if (known && text == item.Value) {
         ++import.Same;
         return;
     }
@@ -116,7 +115,7 @@ void Take(GgImport& import, const ItemPlace& at, const DataItem& item, const QSt
         import.Refused.push_back(entry);
         return;
     }
-    if (text == item.Value || SameBytes(item, text, item.Value)) {
+    if (known && SameBytes(item, text, item.Value)) {
         ++import.Same;
         return;
     }
@@ -312,13 +311,7 @@ Bytes GgBytes(const ProfileFile& file, const SubClass& subClass)
 
 QString DefaultsPath(ProfileStore& profiles, const StartupState& state)
 {
-    if (state.TargetConfigPath.isEmpty())
-        return {};
-    const QString written = profiles.String(state.TargetConfigPath, u"DataFlash", u"Defaults");
-    if (written.isEmpty())
-        return {};
-    const QString beside = ResolvePath(QFileInfo(state.TargetConfigPath).absolutePath(), written);
-    return QFileInfo::exists(beside) ? beside : ResolvePath(state.ProgramFolder, written);
+    return DataFlashPath(profiles, state, u"Defaults");
 }
 
 GgImport UseDefaultsFile(const QString& path, DataFlashTree& tree, const QString& deviceName)
