@@ -280,7 +280,7 @@ Outcome Automatic(CommandContext& context, const Arguments& arguments)
             QJsonObject line{{QStringLiteral("file"), result->File},
                              {QStringLiteral("number"), number},
                              {QStringLiteral("time"), time.toString(Qt::ISODateWithMs)},
-                             {QStringLiteral("elapsed_ms"), elapsedMs},
+                             {QStringLiteral("elapsed_ms"), qint64{elapsedMs}},
                              {QStringLiteral("replaced"), result->Replaced}};
             if (!result->Problem.isEmpty())
                 line[QStringLiteral("error")] = result->Problem;
@@ -308,6 +308,7 @@ std::vector<CommandSpec> DataFlashFileCommands()
     const ArgumentSpec config{"--config", "Data flash configuration, in place of the target's"};
     const ArgumentSpec values{"--values", "JSON file: {\"class\": {\"subclass\": {\"item\": \"value\"}}}"};
     return {
+        {.Path = "df", .Summary = "The data flash of a gauge and its files"},
         {.Path = "df export",
          .Summary = "Save the gauge's data flash, or with --config a configuration's values, as a .gg file",
          .Arguments = {{"FILE", ".gg file; one that is there is replaced", ArgumentKind::Text, true},

@@ -6,7 +6,6 @@
 #include "dataflash/EachItem.h"
 #include "dataflash/GgBackup.h"
 #include "dataflash/GgFile.h"
-#include "dataflash/PackIdentity.h"
 #include "dataflash/UnitRecords.h"
 #include "platform/WholeFile.h"
 
@@ -190,12 +189,9 @@ private:
         m_record.Time = m_source.Gauge().Time().Now();
         m_record.DeviceName = m_source.Flash().DeviceName();
         m_record.File = m_arguments.Text(QStringLiteral("file"));
-        const ExclusiveAccess access(m_source.Gauge().Access(), QStringLiteral("DF"), kBusTimeoutMs);
-        if (!access)
-            return;
-        const PackIdentity pack = ReadPackIdentity(m_source.Gauge().Usb(), m_source.Startup().TargetAddress);
-        m_record.Serial = pack.Serial ? QString::number(*pack.Serial) : QString();
-        m_record.Unit = pack.Known() ? pack.Text() : QString();
+        const std::optional<PackIdentity> pack = m_source.Flash().ReadPack();
+        m_record.Serial = pack && pack->Serial ? QString::number(*pack->Serial) : QString();
+        m_record.Unit = pack && pack->Known() ? pack->Text() : QString();
     }
 
     Outcome Import()

@@ -213,8 +213,11 @@ void ApplyGg(const GgImport& import, DataFlashTree& tree)
 
 QString GgSummary(const GgImport& import)
 {
-    return QStringLiteral("%1 changed, %2 same, %3 missing, %4 unknown, %5 out of range, %6 refused")
-        .arg(import.Changed.size())
+    const auto fresh = std::ranges::count_if(import.Changed,
+                                             [](const GgImport::Entry& entry) { return entry.Old.isNull(); });
+    return QStringLiteral("%1 changed, %2%3 same, %4 missing, %5 unknown, %6 out of range, %7 refused")
+        .arg(static_cast<qsizetype>(import.Changed.size()) - fresh)
+        .arg(fresh > 0 ? QStringLiteral("%1 new, ").arg(fresh) : QString())
         .arg(import.Same)
         .arg(import.Missing.size())
         .arg(import.UnknownCount)
