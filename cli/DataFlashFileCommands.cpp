@@ -308,14 +308,13 @@ std::vector<CommandSpec> DataFlashFileCommands()
     const ArgumentSpec config{"--config", "Data flash configuration, in place of the target's"};
     const ArgumentSpec values{"--values", "JSON file: {\"class\": {\"subclass\": {\"item\": \"value\"}}}"};
     return {
-        {.Path = "df", .Summary = "The data flash of a gauge and its files"},
         {.Path = "df export",
          .Summary = "Save the gauge's data flash, or with --config a configuration's values, as a .gg file",
          .Arguments = {{"FILE", ".gg file; one that is there is replaced", ArgumentKind::Text, true},
                        {"--config", "Data flash configuration: its default values, and no gauge"},
                        values},
          .Examples = {"tarnlo-cli df export pack.gg --target sim4s/Config.ini",
-                      "tarnlo-cli df export --config sim4s/sim4s.df.toml --values mine.json golden.gg"},
+                      "tarnlo-cli df export --config sim4s/sim4s-dataflash.toml --values mine.json golden.gg"},
          .Run = Export},
         {.Path = "df diff",
          .Summary = "Compare two sets of values; ends with 1 when they differ",

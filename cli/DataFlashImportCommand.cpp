@@ -299,7 +299,7 @@ std::vector<CommandSpec> DataFlashImportCommands()
                        {"--values", "JSON file with the values before, for --config"}},
          .Examples = {"tarnlo-cli df import golden.gg --target sim4s/Config.ini",
                       "tarnlo-cli df import golden.gg --write --verify --target sim4s/Config.ini --json",
-                      "tarnlo-cli df import --config sim4s/sim4s.df.toml golden.gg --json"},
+                      "tarnlo-cli df import --config sim4s/sim4s-dataflash.toml golden.gg --json"},
          .Run = Import},
     };
 }

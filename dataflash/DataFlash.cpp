@@ -4,9 +4,6 @@
 #include "comm/Wait.h"
 #include "dataflash/ValueEncoding.h"
 #include "dataflash/bCfgReader.h"
-#include "platform/ProgramFolder.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 #include <utility>
@@ -25,15 +22,14 @@ const QString kReadAllFirst
                      "The Write operation will be aborted! An automatic 'Read All' will be initiated!");
 const QString kMayChange = QStringLiteral(
     "The data on screen may change! Please 'Read All' and modify before attempting to write.");
-const QString kNotAllRead = QStringLiteral(
-    "The last 'Read All' had errors or all Data was not read before being modified.\n"
-    "Tarnlo is unable to preserve data integrity. The Write operation will be aborted!");
+const QString kNotAllRead
+    = QStringLiteral("The last 'Read All' had errors or all Data was not read before being modified.\n"
+                     "Tarnlo is unable to preserve data integrity. The Write operation will be aborted!");
 const QString kNoValue = QStringLiteral(
     "Incorrect value found. Please read all the values first before attempting to change them.");
 const QString kNothingToPreserve
     = QStringLiteral("No preserve selection! Do you want to WriteAll without preserving any data?");
-const QString kNoPing
-    = QStringLiteral("Timeout waiting for packets to be sent. No response on ping.");
+const QString kNoPing = QStringLiteral("Timeout waiting for packets to be sent. No response on ping.");
 
 /// Keeps what is said while the bus is held.
 class KeptMessages final : public UserMessages {
@@ -87,9 +83,10 @@ DataFlash::Operation::~Operation()
 }
 
 DataFlash::DataFlash(const Links& links)
-    : m_links(links), m_ownJournals(links.journals ? nullptr
-                                                   : std::make_unique<JournalFolder>(
-                                                         links.state.ProgramFolder + QStringLiteral("/Journal"))),
+    : m_links(links),
+      m_ownJournals(links.journals ? nullptr
+                                   : std::make_unique<JournalFolder>(links.state.ProgramFolder
+                                                                     + QStringLiteral("/Journal"))),
       m_journal(links.journals ? *links.journals : *m_ownJournals)
 {
 }
@@ -100,23 +97,16 @@ DataFlash::~DataFlash() = default;
 
 bool DataFlash::Load()
 {
+    if (const QString path = DataFlashConfigPath(m_links.profiles, m_links.state); !path.isEmpty())
+        return LoadFile(path);
     const QString& target = m_links.state.TargetConfigPath;
-    const QString written
-        = target.isEmpty() ? QString() : m_links.profiles.String(target, kSection, u"ConfigFile");
-    if (written.isEmpty()) {
-        m_links.messages.Show(
-            target.isEmpty()
-                ? QStringLiteral("No target is chosen, so there is no data-flash configuration. Choose a target.")
-                : QStringLiteral("%1 names no data-flash configuration: key ConfigFile of section [DataFlash] is "
-                                 "missing.")
-                      .arg(target));
-        return false;
-    }
-    QString path = ResolvePath(QFileInfo(target).absolutePath(), written);
-    if (!QFileInfo::exists(path))
-        if (const QString other = ResolvePath(m_links.state.ProgramFolder, written); QFileInfo::exists(other))
-            path = other;
-    return LoadFile(path);
+    m_links.messages.Show(
+        target.isEmpty()
+            ? QStringLiteral("No target is chosen, so there is no data-flash configuration. Choose a target.")
+            : QStringLiteral(
+                  "%1 names no data-flash configuration: key ConfigFile of section [DataFlash] is missing.")
+                  .arg(target));
+    return false;
 }
 
 bool DataFlash::LoadFile(const QString& path)
@@ -167,8 +157,8 @@ QString DataFlash::NameOf(SubClassPlace place) const
 bool DataFlash::Has(SubClassPlace place) const
 {
     return place.Class >= 0 && place.Class < static_cast<int>(m_tree.Classes.size()) && place.SubClass >= 0
-        && place.SubClass < static_cast<int>(
-               m_tree.Classes[static_cast<std::size_t>(place.Class)].SubClasses.size());
+        && place.SubClass
+        < static_cast<int>(m_tree.Classes[static_cast<std::size_t>(place.Class)].SubClasses.size());
 }
 
 std::vector<SubClassPlace> DataFlash::AllPlaces() const
@@ -191,8 +181,8 @@ std::vector<SubClassPlace> DataFlash::ChangedPlaces() const
 
 SubClassTransfer::Setup DataFlash::SetupOf(const AccessStyle& style) const
 {
-    const std::int32_t delay = m_links.profiles.Integer(m_links.state.TargetConfigPath, kSection, u"RowDelay",
-                                                        kDefaultRowDelay);
+    const std::int32_t delay
+        = m_links.profiles.Integer(m_links.state.TargetConfigPath, kSection, u"RowDelay", kDefaultRowDelay);
     return {style, m_links.state.TargetAddress, std::max(delay, 0)};
 }
 
@@ -616,12 +606,13 @@ TransferReport DataFlash::WritePreserve(int set, bool verify)
     for (const SubClassPlace place : AllPlaces())
         for (const int offset : settings.GetDataOffsetsToPreserve(set, At(place).Id))
             if (std::ranges::find(At(place).Items, offset, &DataItem::Offset) == At(place).Items.end())
-                problem = QStringLiteral("%1, section [DFWrPreserve%2]: no item of subclass %3 begins at offset "
-                                         "%4, so it cannot be preserved. Nothing is written.")
-                              .arg(m_links.state.TargetConfigPath)
-                              .arg(set)
-                              .arg(At(place).Id)
-                              .arg(offset);
+                problem
+                    = QStringLiteral("%1, section [DFWrPreserve%2]: no item of subclass %3 begins at offset "
+                                     "%4, so it cannot be preserved. Nothing is written.")
+                          .arg(m_links.state.TargetConfigPath)
+                          .arg(set)
+                          .arg(At(place).Id)
+                          .arg(offset);
     if (!problem.isEmpty()) {
         Say(problem);
         return refused(Number(ErrorCode::IncorrectParam), false, problem);
@@ -655,7 +646,8 @@ std::int32_t DataFlash::BeginJournal(const std::vector<Outgoing>& writes)
     const QString problem = m_journal.Begin(std::move(content));
     if (problem.isEmpty())
         return DataFlashResult::kOk;
-    Say(QStringLiteral("Nothing was written, because the journal that makes a write safe could not be saved. %1")
+    Say(QStringLiteral(
+            "Nothing was written, because the journal that makes a write safe could not be saved. %1")
             .arg(problem));
     return DataFlashResult::kNoJournal;
 }
@@ -694,8 +686,8 @@ TransferReport DataFlash::Write(const std::vector<SubClassPlace>& places, bool a
         begun = report.Result == 0 && !m_cancel;
         if (begun) {
             SubClassTransfer transfer = MakeTransfer(m_style);
-            // The gauge may still have a subclass selected that is not to be written, and a selection that gets
-            // lost would then hit it where no verify looks. In Write All it looks everywhere.
+            // The gauge may still have a subclass selected that is not to be written, and a selection that
+            // gets lost would then hit it where no verify looks. In Write All it looks everywhere.
             Bytes ignored;
             if (const std::int32_t code = all ? 0 : Fetch(transfer, places.front(), ignored); code != 0) {
                 report.Result = code;
@@ -839,9 +831,9 @@ WritePlan DataFlash::Plan(const std::vector<SubClassPlace>& places, bool all) co
     for (const SubClassPlace place : places) {
         const SubClass& subClass = At(place);
         const int bytes = transfer.SentBytes(subClass.Id, subClass.Length());
-        plan.Entries.push_back(
-            {place.Class, place.SubClass,
-             static_cast<int>(std::ranges::count_if(subClass.Items, &DataItem::Edited)), bytes});
+        plan.Entries.push_back({place.Class, place.SubClass,
+                                static_cast<int>(std::ranges::count_if(subClass.Items, &DataItem::Edited)),
+                                bytes});
         plan.Bytes += bytes;
         const double read = transfer.ReadMicroseconds(subClass.Id, subClass.Length(), hertz);
         microseconds += transfer.WriteMicroseconds(subClass.Id, subClass.Length(), hertz) + read;

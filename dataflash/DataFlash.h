@@ -145,8 +145,8 @@ public:
     /// none is left half written. The journal of a write that was cut short stays.
     void Cancel();
     [[nodiscard]] bool Running() const { return m_running; }
-    /// Called while an operation runs, once a subclass, with how many classes are done of how many and what is
-    /// under way; in the end with 100 of 100 and an empty step.
+    /// Called while an operation runs, once a subclass, with how many classes are done of how many and what
+    /// is under way; in the end with 100 of 100 and an empty step.
     std::function<void(int done, int of, const QString& step)> OnProgress;
 
     /// Who is on the bus, for records and backups; nothing when the bus is not to be had.

@@ -14,8 +14,8 @@ constexpr std::uint8_t kDeviceName = 0x21;
 
 QString Shown(const Bytes& bytes)
 {
-    QString text
-        = QString::fromLatin1(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+    QString text = QString::fromLatin1(reinterpret_cast<const char*>(bytes.data()),
+                                       static_cast<qsizetype>(bytes.size()));
     for (QChar& character : text)
         if (!character.isPrint())
             character = u'?';

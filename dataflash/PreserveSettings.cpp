@@ -94,8 +94,9 @@ QString PreserveSettings::Problem(int set) const
         for (const QString& offset : partly[i].section(u'/', 1).split(u','))
             good = good && NumberOf(offset) >= 0;
         if (!good)
-            return problem(u'D', i, partly[i],
-                           QStringLiteral("a subclass, \"/\" and offsets with commas between, such as 48/0,12"));
+            return problem(
+                u'D', i, partly[i],
+                QStringLiteral("a subclass, \"/\" and offsets with commas between, such as 48/0,12"));
     }
     return {};
 }

@@ -213,11 +213,10 @@ ErrorCode SubClassTransfer::WriteSubClassLegacy(int firstCommand, int length, in
             = WriteBlock(command, blockSize,
                          static_cast<std::size_t>(block) * static_cast<std::size_t>(blockSize), buffer);
         if (Failed(err)) {
-            m_errors
-                << QStringLiteral("Error writing legacy block cmd = %1 at block %2. Error code = %3")
-                       .arg(command)
-                       .arg(block)
-                       .arg(Number(err));
+            m_errors << QStringLiteral("Error writing legacy block cmd = %1 at block %2. Error code = %3")
+                            .arg(command)
+                            .arg(block)
+                            .arg(Number(err));
             return err;
         }
     }
@@ -320,8 +319,8 @@ void SubClassTransfer::NotePiece(Way way, std::uint16_t id, int piece, ErrorCode
 ErrorCode SubClassTransfer::WriteWord(int command, int word)
 {
     ErrorCode err = ErrorCode::Ok;
-    m_usb.WriteSMBusWord_(static_cast<std::uint8_t>(command), static_cast<std::int16_t>(word), m_setup.Address,
-                          err);
+    m_usb.WriteSMBusWord_(static_cast<std::uint8_t>(command), static_cast<std::int16_t>(word),
+                          m_setup.Address, err);
     return err;
 }
 
@@ -350,8 +349,8 @@ ErrorCode SubClassTransfer::WriteBlock(int command, int count, std::size_t at, c
         return ErrorCode::IncorrectParam;
     Bytes block(static_cast<std::size_t>(count), 0xFF);
     if (at < buffer.size())
-        std::copy_n(buffer.begin() + static_cast<std::ptrdiff_t>(at), std::min(block.size(), buffer.size() - at),
-                    block.begin());
+        std::copy_n(buffer.begin() + static_cast<std::ptrdiff_t>(at),
+                    std::min(block.size(), buffer.size() - at), block.begin());
     ErrorCode err = SendBlock(command, block);
     if (!Failed(err))
         m_usb.Delay(m_setup.RowDelay, err);

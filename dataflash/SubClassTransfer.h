@@ -27,7 +27,8 @@ public:
     /// subclass.
     SubClassTransfer(frmUSB& usb, const Setup& setup, std::function<bool()> cancelled = {});
 
-    /// @param buffer  at least length bytes; bytes that the gauge sends past the subclass's end fill what lies
+    /// @param buffer  at least length bytes; bytes that the gauge sends past the subclass's end fill what
+    /// lies
     ///                behind them. Partly filled after a failure.
     std::int32_t ReadSubClass_Style(std::uint16_t id, int length, Bytes& buffer);
     /// @param buffer  Padded(length) bytes; what lacks is sent as FF

@@ -142,8 +142,7 @@ JournalContent ParseJournal(const QByteArray& bytes, QString& error)
     int number = 0;
     std::unordered_map<int, std::size_t> index; // of the entries, by id
     for (qsizetype start = 0, end = 0; (end = bytes.indexOf('\n', start)) >= 0; start = end + 1) {
-        const std::optional<QJsonObject> line
-            = ObjectOf(QByteArrayView(bytes).sliced(start, end - start));
+        const std::optional<QJsonObject> line = ObjectOf(QByteArrayView(bytes).sliced(start, end - start));
         ++number;
         const auto refuse = [&](const QString& why) {
             error = QStringLiteral("line %1: %2").arg(number).arg(why);
@@ -169,7 +168,8 @@ JournalContent ParseJournal(const QByteArray& bytes, QString& error)
                 return refuse(QStringLiteral("this is no subclass with an old and a new image"));
             content.Entries.push_back(*std::move(entry));
         } else {
-            if (const auto found = index.find((*line)[QStringLiteral("sent")].toInt(-1)); found != index.end())
+            if (const auto found = index.find((*line)[QStringLiteral("sent")].toInt(-1));
+                found != index.end())
                 content.Entries[found->second].Sent = true;
         }
     }
@@ -189,8 +189,9 @@ std::optional<JournalContent> WriteJournal::Open(const PackIdentity& pack, QStri
         const QByteArray bytes = m_files.Read(name, problem);
         JournalContent content = problem.isEmpty() ? ParseJournal(bytes, problem) : JournalContent{};
         if (!problem.isEmpty())
-            problems << QStringLiteral("The journal %1 of a data-flash write cannot be used and is left as it "
-                                       "is: %2")
+            problems << QStringLiteral(
+                            "The journal %1 of a data-flash write cannot be used and is left as it "
+                            "is: %2")
                             .arg(name, problem);
         else if (content.Belongs(pack) && (m_name.isEmpty() || content.Begun > m_content.Begun)) {
             m_name = name;

@@ -26,8 +26,8 @@ struct JournalContent {
     QString LegacyString; ///< names the access style
     std::vector<Entry> Entries;
 
-    /// Whether a pack is the one that was written to. A write may change what the pack calls itself, so a part
-    /// also counts when it is what New, or a mixture of Old and New, makes of it.
+    /// Whether a pack is the one that was written to. A write may change what the pack calls itself, so a
+    /// part also counts when it is what New, or a mixture of Old and New, makes of it.
     [[nodiscard]] bool Belongs(const PackIdentity& pack) const;
     [[nodiscard]] const Entry* Find(std::uint16_t id) const;
 };
