@@ -21,3 +21,5 @@
 [[nodiscard]] std::vector<CommandSpec> SettingsCommands();
 [[nodiscard]] std::vector<CommandSpec> TargetCommands();
 [[nodiscard]] std::vector<CommandSpec> SkinCommands();
+[[nodiscard]] std::vector<CommandSpec> DataFlashFileCommands();
+[[nodiscard]] std::vector<CommandSpec> DataFlashImportCommands();
