@@ -61,13 +61,13 @@ TEST(FlashPort, IsDeafToEverythingWhileItPrograms)
     ASSERT_EQ(bus.Write(0x77, kNotes), ErrorCode::Ok);
     ASSERT_EQ(bus.WriteBlock(0x78, Bytes(32, 1)), ErrorCode::Ok);
     bus.time.Advance(24);
-    EXPECT_EQ(bus.Word(0x09), -1);
+    EXPECT_EQ(bus.Word(0x19), -1);
     Bytes byte;
     std::int16_t length = 1;
     std::int16_t registers = 0xAA;
     EXPECT_EQ(bus.adapter.AdpReadI2CBlockOnSMB(0, byte, length, registers), ErrorCode::NoAcknowledge);
     bus.time.Advance(1);
-    EXPECT_EQ(bus.Word(0x09), 14800);
+    EXPECT_EQ(bus.Word(0x19), 14800);
 }
 
 TEST(FlashPort, WrongSizesAndChecksChangeNothing)
