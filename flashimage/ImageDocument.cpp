@@ -1,0 +1,120 @@
+#include "flashimage/ImageDocument.h"
+
+#include <QCryptographicHash>
+#include <QFileInfo>
+
+#include <algorithm>
+
+void ImageDocument::Take(clsSrecFlash image, const QString& path, const QString& name)
+{
+    m_image = std::move(image);
+    m_path = path;
+    m_name = name;
+    m_edits.clear();
+    m_next = 0;
+    m_saved.clear();
+    ComputeHash();
+}
+
+const clsSrecFlash::Region& ImageDocument::RegionAt(std::uint32_t address) const
+{
+    return address < clsSrecFlash::kFirstInstructionAddress ? m_image.DF : m_image.PF;
+}
+
+std::optional<std::uint8_t> ImageDocument::ByteAt(std::uint32_t address) const
+{
+    const clsSrecFlash::Region& region = RegionAt(address);
+    if (address < region.Start() || address - region.Start() >= region.Size())
+        return std::nullopt;
+    return region.View()[address - region.Start()];
+}
+
+void ImageDocument::Put(std::uint32_t address, std::uint8_t value)
+{
+    const std::uint8_t saved = m_saved.try_emplace(address, *ByteAt(address)).first->second;
+    clsSrecFlash::Region& region = address < clsSrecFlash::kFirstInstructionAddress ? m_image.DF : m_image.PF;
+    region.View()[address - region.Start()] = value;
+    if (value == saved)
+        m_saved.erase(address);
+}
+
+void ImageDocument::SetByte(std::uint32_t address, std::uint8_t value)
+{
+    const std::optional<std::uint8_t> old = ByteAt(address);
+    if (!old || *old == value)
+        return;
+    m_edits.resize(m_next);
+    m_edits.push_back({address, *old, value});
+    ++m_next;
+    Put(address, value);
+}
+
+std::optional<std::uint32_t> ImageDocument::Undo()
+{
+    if (!CanUndo())
+        return std::nullopt;
+    const Edit& edit = m_edits[--m_next];
+    Put(edit.Address, edit.Old);
+    return edit.Address;
+}
+
+std::optional<std::uint32_t> ImageDocument::Redo()
+{
+    if (!CanRedo())
+        return std::nullopt;
+    const Edit& edit = m_edits[m_next++];
+    Put(edit.Address, edit.New);
+    return edit.Address;
+}
+
+void ImageDocument::Saved(const QString& path)
+{
+    m_path = path;
+    m_name = QFileInfo(path).fileName();
+    m_saved.clear();
+    ComputeHash();
+}
+
+void ImageDocument::ComputeHash()
+{
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    for (const clsSrecFlash::Region* region : {&m_image.DF, &m_image.PF})
+        hash.addData(QByteArrayView(region->View().data(), static_cast<qsizetype>(region->Size())));
+    m_hash = QString::fromLatin1(hash.result().toHex());
+}
+
+Bytes SearchBytes(const QString& text)
+{
+    const bool quoted
+        = text.size() >= 2 && text.startsWith(QLatin1Char('"')) && text.endsWith(QLatin1Char('"'));
+    if (!quoted)
+        if (const std::optional<Bytes> bytes = ParseHex(text); bytes && !bytes->empty())
+            return *bytes;
+    const QByteArray latin = (quoted ? text.sliced(1).chopped(1) : text).toLatin1();
+    return {latin.begin(), latin.end()};
+}
+
+std::optional<std::size_t> FindBytes(std::span<const std::uint8_t> region, const Bytes& what,
+                                     std::size_t from, bool forward)
+{
+    if (what.empty() || what.size() > region.size())
+        return std::nullopt;
+    from = std::min(from, region.size());
+    const auto at = [&](auto found) { return static_cast<std::size_t>(found - region.begin()); };
+    const auto begin = region.begin();
+    const auto start = begin + static_cast<std::ptrdiff_t>(from);
+    if (forward) {
+        auto found = std::search(start, region.end(), what.begin(), what.end());
+        if (found == region.end())
+            found = std::search(begin, region.end(), what.begin(), what.end());
+        return found == region.end() ? std::nullopt : std::optional(at(found));
+    }
+    // a match that begins before "from"
+    const auto end = begin + static_cast<std::ptrdiff_t>(std::min(region.size(), from + what.size() - 1));
+    auto found = std::find_end(begin, end, what.begin(), what.end());
+    if (found == end) {
+        found = std::find_end(begin, region.end(), what.begin(), what.end());
+        return found == region.end() ? std::nullopt : std::optional(at(found));
+    }
+    return at(found);
+}

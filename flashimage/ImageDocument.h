@@ -1,0 +1,71 @@
+#pragma once
+
+#include "flashimage/clsSrecFlash.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <vector>
+
+/// An image that is looked at and edited: its bytes, where it came from, what was edited since it was saved,
+/// and the way back.
+class ImageDocument {
+public:
+    void Take(clsSrecFlash image, const QString& path, const QString& name);
+
+    [[nodiscard]] const clsSrecFlash& Image() const { return m_image; }
+    [[nodiscard]] const QString& Path() const { return m_path; } ///< empty: never saved, read from a gauge
+    [[nodiscard]] const QString& Name() const { return m_name; } ///< for people
+    [[nodiscard]] bool Empty() const { return m_image.DF.Empty() && m_image.PF.Empty(); }
+    [[nodiscard]] const QString& Hash() const
+    {
+        return m_hash;
+    } ///< SHA-256 over both regions as last taken or saved
+
+    /// The region that an address belongs to, and its byte there.
+    [[nodiscard]] const clsSrecFlash::Region& RegionAt(std::uint32_t address) const;
+    [[nodiscard]] std::optional<std::uint8_t> ByteAt(std::uint32_t address) const;
+
+    /// Nothing happens where the image has no byte.
+    void SetByte(std::uint32_t address, std::uint8_t value);
+    /// @return the address that changed
+    std::optional<std::uint32_t> Undo();
+    std::optional<std::uint32_t> Redo();
+    [[nodiscard]] bool CanUndo() const { return m_next > 0; }
+    [[nodiscard]] bool CanRedo() const { return m_next < m_edits.size(); }
+    [[nodiscard]] bool EditedAt(std::uint32_t address) const { return m_saved.contains(address); }
+    [[nodiscard]] std::size_t EditedCount() const
+    {
+        return m_saved.size();
+    } ///< bytes that differ from what was saved
+
+    void SetMode(std::int16_t mode) { m_image.PFMode = mode; }
+    void Saved(const QString& path);
+
+private:
+    struct Edit {
+        std::uint32_t Address;
+        std::uint8_t Old;
+        std::uint8_t New;
+    };
+    void Put(std::uint32_t address, std::uint8_t value);
+    void ComputeHash();
+
+    clsSrecFlash m_image;
+    QString m_path;
+    QString m_name;
+    QString m_hash;
+    std::vector<Edit> m_edits;
+    std::size_t m_next = 0; ///< edits before it are done
+    std::map<std::uint32_t, std::uint8_t> m_saved; ///< what edited bytes were when last saved
+};
+
+/// What to look for: pairs of hexadecimal digits are bytes, anything else is text; quotes around it make it
+/// text in any case.
+[[nodiscard]] Bytes SearchBytes(const QString& text);
+/// @param from  first place looked at, counted within the region; goes round at the end
+[[nodiscard]] std::optional<std::size_t> FindBytes(std::span<const std::uint8_t> region, const Bytes& what,
+                                                   std::size_t from, bool forward);
