@@ -1,6 +1,7 @@
 #include "flashimage/ImageDocument.h"
 
-#include <QCryptographicHash>
+#include "platform/Sha256.h"
+
 #include <QFileInfo>
 
 #include <algorithm>
@@ -13,58 +14,54 @@ void ImageDocument::Take(clsSrecFlash image, const QString& path, const QString&
     m_edits.clear();
     m_next = 0;
     m_saved.clear();
-    ComputeHash();
+    ComputeHashes();
 }
 
-const clsSrecFlash::Region& ImageDocument::RegionAt(std::uint32_t address) const
+std::optional<std::uint8_t> ImageDocument::ByteAt(ImageArea area, std::uint32_t address) const
 {
-    return address < clsSrecFlash::kFirstInstructionAddress ? m_image.DF : m_image.PF;
-}
-
-std::optional<std::uint8_t> ImageDocument::ByteAt(std::uint32_t address) const
-{
-    const clsSrecFlash::Region& region = RegionAt(address);
+    const clsSrecFlash::Region& region = Region(area);
     if (address < region.Start() || address - region.Start() >= region.Size())
         return std::nullopt;
     return region.View()[address - region.Start()];
 }
 
-void ImageDocument::Put(std::uint32_t address, std::uint8_t value)
+void ImageDocument::Put(Place place, std::uint8_t value)
 {
-    const std::uint8_t saved = m_saved.try_emplace(address, *ByteAt(address)).first->second;
-    clsSrecFlash::Region& region = address < clsSrecFlash::kFirstInstructionAddress ? m_image.DF : m_image.PF;
-    region.View()[address - region.Start()] = value;
+    clsSrecFlash::Region& region = place.Area == ImageArea::Data ? m_image.DF : m_image.PF;
+    std::uint8_t& byte = region.View()[place.Address - region.Start()];
+    const std::uint8_t saved = m_saved.try_emplace(place, byte).first->second;
+    byte = value;
     if (value == saved)
-        m_saved.erase(address);
+        m_saved.erase(place);
 }
 
-void ImageDocument::SetByte(std::uint32_t address, std::uint8_t value)
+void ImageDocument::SetByte(Place place, std::uint8_t value)
 {
-    const std::optional<std::uint8_t> old = ByteAt(address);
+    const std::optional<std::uint8_t> old = ByteAt(place.Area, place.Address);
     if (!old || *old == value)
         return;
-    m_edits.resize(m_next);
-    m_edits.push_back({address, *old, value});
+    m_edits.erase(m_edits.begin() + static_cast<std::ptrdiff_t>(m_next), m_edits.end());
+    m_edits.push_back({place, *old, value});
     ++m_next;
-    Put(address, value);
+    Put(place, value);
 }
 
-std::optional<std::uint32_t> ImageDocument::Undo()
+std::optional<ImageDocument::Place> ImageDocument::Undo()
 {
     if (!CanUndo())
         return std::nullopt;
     const Edit& edit = m_edits[--m_next];
-    Put(edit.Address, edit.Old);
-    return edit.Address;
+    Put(edit.At, edit.Old);
+    return edit.At;
 }
 
-std::optional<std::uint32_t> ImageDocument::Redo()
+std::optional<ImageDocument::Place> ImageDocument::Redo()
 {
     if (!CanRedo())
         return std::nullopt;
     const Edit& edit = m_edits[m_next++];
-    Put(edit.Address, edit.New);
-    return edit.Address;
+    Put(edit.At, edit.New);
+    return edit.At;
 }
 
 void ImageDocument::Saved(const QString& path)
@@ -72,15 +69,13 @@ void ImageDocument::Saved(const QString& path)
     m_path = path;
     m_name = QFileInfo(path).fileName();
     m_saved.clear();
-    ComputeHash();
+    ComputeHashes();
 }
 
-void ImageDocument::ComputeHash()
+void ImageDocument::ComputeHashes()
 {
-    QCryptographicHash hash(QCryptographicHash::Sha256);
-    for (const clsSrecFlash::Region* region : {&m_image.DF, &m_image.PF})
-        hash.addData(QByteArrayView(region->View().data(), static_cast<qsizetype>(region->Size())));
-    m_hash = QString::fromLatin1(hash.result().toHex());
+    for (const ImageArea area : {ImageArea::Data, ImageArea::Program})
+        m_hashes[static_cast<std::size_t>(area)] = QString::fromLatin1(Sha256(Region(area).View()).toHex());
 }
 
 Bytes SearchBytes(const QString& text)

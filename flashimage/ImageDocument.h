@@ -1,14 +1,19 @@
 #pragma once
 
 #include "flashimage/clsSrecFlash.h"
+#include "platform/Bytes.h"
 
 #include <QString>
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
+
+enum class ImageArea { Data, Program };
 
 /// An image that is looked at and edited: its bytes, where it came from, what was edited since it was saved,
 /// and the way back.
@@ -36,7 +41,7 @@ public:
     std::optional<std::uint32_t> Redo();
     [[nodiscard]] bool CanUndo() const { return m_next > 0; }
     [[nodiscard]] bool CanRedo() const { return m_next < m_edits.size(); }
-    [[nodiscard]] bool EditedAt(std::uint32_t address) const { return m_saved.contains(address); }
+    [[nodiscard]] bool EditedAt(Place place) const { return m_saved.contains(place); }
     [[nodiscard]] std::size_t EditedCount() const
     {
         return m_saved.size();
@@ -47,20 +52,20 @@ public:
 
 private:
     struct Edit {
-        std::uint32_t Address;
+        Place At;
         std::uint8_t Old;
         std::uint8_t New;
     };
-    void Put(std::uint32_t address, std::uint8_t value);
-    void ComputeHash();
+    void Put(Place place, std::uint8_t value);
+    void ComputeHashes();
 
     clsSrecFlash m_image;
     QString m_path;
     QString m_name;
-    QString m_hash;
+    std::array<QString, 2> m_hashes;
     std::vector<Edit> m_edits;
     std::size_t m_next = 0; ///< edits before it are done
-    std::map<std::uint32_t, std::uint8_t> m_saved; ///< what edited bytes were when last saved
+    std::map<Place, std::uint8_t> m_saved; ///< what edited bytes were when last saved
 };
 
 /// What to look for: pairs of hexadecimal digits are bytes, anything else is text; quotes around it make it
