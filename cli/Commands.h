@@ -20,3 +20,4 @@
 [[nodiscard]] std::vector<CommandSpec> SettingsCommands();
 [[nodiscard]] std::vector<CommandSpec> TargetCommands();
 [[nodiscard]] std::vector<CommandSpec> SkinCommands();
+[[nodiscard]] std::vector<CommandSpec> SrecCommands();

@@ -147,13 +147,17 @@ bool clsSrecRW::ReadSrec(const QString& path, clsSrecFlash& image)
     m_badLines = 0;
     QFile file(path);
     if (const QString problem = OpenPlainFile(file); !problem.isEmpty()) {
-        m_messages.Show(problem);
-        return FileProblem(QStringLiteral("221"), problem);
-    }
-    if (file.read(kEncipheredMarker.size()) == kEncipheredMarker)
+        FileProblem(QStringLiteral("221"), problem);
+    } else if (file.read(kEncipheredMarker.size()) == kEncipheredMarker) {
         return ReadEncryptedSrec(path, image);
-    if (file.seek(0) && ReadRecords(file, image))
-        return true;
+    } else {
+        if (!file.seek(0))
+            FileProblem(QStringLiteral("221"), file.errorString());
+        else if (ReadRecords(file, image))
+            return true;
+        if (SrecProblem& first = m_problems.front(); first.Line == 0)
+            first.Text = QStringLiteral("%1 was read in part only: %2").arg(path, first.Text);
+    }
 
     const SrecProblem& first = m_problems.front();
     if (first.Line != 0)
@@ -163,7 +167,7 @@ bool clsSrecRW::ReadSrec(const QString& path, clsSrecFlash& image)
                             .arg(first.Text)
                             .arg(m_badLines));
     else if (first.Status != QLatin1String("cancelled"))
-        m_messages.Show(QStringLiteral("%1 was read in part only: %2").arg(path, first.Text));
+        m_messages.Show(first.Text);
     return false;
 }
 
