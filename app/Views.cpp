@@ -1,6 +1,8 @@
 #include "app/Views.h"
 
+#include "flashimage/frmFlash.h"
 #include "look/Theme.h"
+#include "sbs/clsSBSCfgRW.h"
 #include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
 #include "sbs/frmTables.h"
@@ -59,6 +61,18 @@ ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state, Us
                            GaugeContext* context)
 {
     return new frmTables(profiles, state, messages, context);
+}
+
+ChildView* MakeFlashView(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
+                         GaugeContext* context)
+{
+    const auto loadTargets = [](const QString& path, std::vector<FlashTarget>& targets) {
+        TextGrid grid;
+        const QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
+        targets = FlashTargetsOf(grid.cells);
+        return problem;
+    };
+    return new frmFlash(profiles, state, messages, loadTargets, context);
 }
 
 ChildView* MakeLogViewer(UserMessages& messages, const QString& path)

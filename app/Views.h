@@ -17,5 +17,8 @@
 /// @param context  nothing while no adapter is open; rows then cannot be tried on a gauge
 [[nodiscard]] ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state,
                                          UserMessages& messages, GaugeContext* context);
+/// @param context  nothing while no adapter is open; images are then files alone
+[[nodiscard]] ChildView* MakeFlashView(ProfileStore& profiles, const StartupState& state,
+                                       UserMessages& messages, GaugeContext* context);
 /// @param path  opened at once when not empty
 [[nodiscard]] ChildView* MakeLogViewer(UserMessages& messages, const QString& path);

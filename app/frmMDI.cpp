@@ -383,6 +383,18 @@ void frmMDI::OpenTableEditor()
     UpdateEmptyPage();
 }
 
+void frmMDI::OpenFlashImage()
+{
+    QPointer<QMdiSubWindow>& window = m_views[QStringLiteral("Flash")];
+    if (!window) {
+        Host(MakeFlashView(m_program.Profiles(), m_program.State(), m_messages, m_program.Context()),
+             tr("Flash image"));
+        window = mdiArea->subWindowList().constLast();
+    }
+    mdiArea->setActiveSubWindow(window);
+    UpdateEmptyPage();
+}
+
 void frmMDI::OpenRegisterLog()
 {
     const QString path = QFileDialog::getOpenFileName(this, tr("Open a register log"), {},

@@ -67,6 +67,7 @@ private:
     [[nodiscard]] QString AskForTarget(); ///< the list; gives the chosen file as written, or nothing
     void ShowErrorLog();
     void OpenTableEditor();
+    void OpenFlashImage();
     void OpenRegisterLog();
     void OpenDocument(const QString& name);
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area

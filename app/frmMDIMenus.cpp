@@ -36,6 +36,7 @@ void frmMDI::MakeMenus()
     Add(mnuTools, "mnuToolsColor", tr("&Colours..."), QStringLiteral("palette"));
 
     Add(mnuTools, "mnuToolsTables", tr("&Table editor"), QStringLiteral("edit"));
+    Add(mnuTools, "mnuToolsFlash", tr("&Flash image"), QStringLiteral("image"));
 
     mnuWindow = menuBar()->addMenu(tr("&Window"));
     Add(mnuWindow, "mnuWindowCascade", tr("&Cascade"), {});
@@ -122,6 +123,7 @@ void frmMDI::Dispatch(const QString& menuEntry)
         {QStringLiteral("mnuFileExit"), [this] { close(); }},
         {QStringLiteral("mnuFileOpenLog"), [this] { OpenRegisterLog(); }},
         {QStringLiteral("mnuToolsTables"), [this] { OpenTableEditor(); }},
+        {QStringLiteral("mnuToolsFlash"), [this] { OpenFlashImage(); }},
         {QStringLiteral("mnuErrorLogOn"),
          [this] {
              if (frmUSB* usb = m_program.Usb())

@@ -326,7 +326,7 @@ void HexView::Type(const QString& text)
     const char letter = text.size() == 1 ? text[0].toLatin1() : '\0';
     const std::optional<std::uint8_t> old
         = m_document ? m_document->ByteAt(m_area, m_cursor) : std::optional<std::uint8_t>();
-    const int digit = QStringLiteral("0123456789ABCDEF").indexOf(text.toUpper());
+    const auto digit = static_cast<int>(QStringLiteral("0123456789ABCDEF").indexOf(text.toUpper()));
     if (m_readOnly) {
         emit Refused(tr("This image is read only: it is here to be compared with."));
     } else if (!old) {

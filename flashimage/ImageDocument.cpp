@@ -6,6 +6,11 @@
 
 #include <algorithm>
 
+QString AreaName(ImageArea area)
+{
+    return area == ImageArea::Data ? QStringLiteral("Data flash") : QStringLiteral("Instruction flash");
+}
+
 void ImageDocument::Take(clsSrecFlash image, const QString& path, const QString& name)
 {
     m_image = std::move(image);

@@ -14,6 +14,7 @@
 #include <vector>
 
 enum class ImageArea { Data, Program };
+[[nodiscard]] QString AreaName(ImageArea area); ///< for people
 
 /// An image that is looked at and edited: its bytes, where it came from, what was edited since it was saved,
 /// and the way back.
@@ -25,20 +26,29 @@ public:
     [[nodiscard]] const QString& Path() const { return m_path; } ///< empty: never saved, read from a gauge
     [[nodiscard]] const QString& Name() const { return m_name; } ///< for people
     [[nodiscard]] bool Empty() const { return m_image.DF.Empty() && m_image.PF.Empty(); }
-    [[nodiscard]] const QString& Hash() const
+    /// SHA-256 of a region as it was last taken or saved, hexadecimal.
+    [[nodiscard]] const QString& Hash(ImageArea area) const
     {
-        return m_hash;
-    } ///< SHA-256 over both regions as last taken or saved
+        return m_hashes[static_cast<std::size_t>(area)];
+    }
 
-    /// The region that an address belongs to, and its byte there.
-    [[nodiscard]] const clsSrecFlash::Region& RegionAt(std::uint32_t address) const;
-    [[nodiscard]] std::optional<std::uint8_t> ByteAt(std::uint32_t address) const;
+    [[nodiscard]] const clsSrecFlash::Region& Region(ImageArea area) const
+    {
+        return area == ImageArea::Data ? m_image.DF : m_image.PF;
+    }
+    [[nodiscard]] std::optional<std::uint8_t> ByteAt(ImageArea area, std::uint32_t address) const;
 
+    /// Where a byte is; a data flash may reach past the first address of the instruction flash.
+    struct Place {
+        ImageArea Area;
+        std::uint32_t Address;
+        auto operator<=>(const Place&) const = default;
+    };
     /// Nothing happens where the image has no byte.
-    void SetByte(std::uint32_t address, std::uint8_t value);
-    /// @return the address that changed
-    std::optional<std::uint32_t> Undo();
-    std::optional<std::uint32_t> Redo();
+    void SetByte(Place place, std::uint8_t value);
+    /// @return what changed
+    std::optional<Place> Undo();
+    std::optional<Place> Redo();
     [[nodiscard]] bool CanUndo() const { return m_next > 0; }
     [[nodiscard]] bool CanRedo() const { return m_next < m_edits.size(); }
     [[nodiscard]] bool EditedAt(Place place) const { return m_saved.contains(place); }
