@@ -95,6 +95,8 @@ void GaugeModel::Reset()
 void GaugeModel::Sample(int seconds)
 {
     m_seconds += seconds;
+    if (!m_running)
+        return;
     Measure();
     for (int i = 0; i < std::min(seconds, static_cast<int>(m_minute.size())); ++i) {
         m_minuteSum += m_currentMa - m_minute[m_minuteNext];
@@ -111,7 +113,8 @@ void GaugeModel::Sample(int seconds)
 
 void GaugeModel::TakeConstants()
 {
-    const auto positive = [this](std::uint16_t id, int offset) { return std::max(0, m_flash.Signed(id, offset, 2)); };
+    const auto positive
+        = [this](std::uint16_t id, int offset) { return std::max(0, m_flash.Signed(id, offset, 2)); };
     const auto word = [this](std::uint16_t id, int offset) {
         return static_cast<std::uint16_t>(m_flash.Unsigned(id, offset, 2));
     };
@@ -185,7 +188,8 @@ void GaugeModel::Count(int seconds)
 
 void GaugeModel::FindFull(int seconds)
 {
-    const bool taper = Charging() && m_currentMa <= kTaperMa && m_voltageMv >= m_constants.ChargeMv - kFullWindowMv;
+    const bool taper
+        = Charging() && m_currentMa <= kTaperMa && m_voltageMv >= m_constants.ChargeMv - kFullWindowMv;
     m_taperSeconds = taper ? m_taperSeconds + seconds : 0;
     if (m_taperSeconds >= kFullSeconds && !m_full) {
         m_full = true;
@@ -231,8 +235,9 @@ void GaugeModel::Decide()
     if (m_full || m_overcharged || m_hot || !m_chargeTemperature)
         m_request = {};
     else
-        m_request = {m_lowestCellMv < m_constants.PrechargeMv ? m_constants.PrechargeMa : m_constants.ChargeMa,
-                     m_constants.ChargeMv};
+        m_request
+            = {m_lowestCellMv < m_constants.PrechargeMv ? m_constants.PrechargeMa : m_constants.ChargeMa,
+               m_constants.ChargeMv};
 }
 
 CommandShape GaugeModel::ShapeOf(std::uint8_t command) const
@@ -342,6 +347,8 @@ void GaugeModel::WriteWord(std::uint8_t command, std::uint16_t word)
     switch (command) {
     case 0x00:
         m_control = word;
+        if (word == kBootRomWord && OnBootRom)
+            OnBootRom();
         break;
     case 0x01:
         m_capacityAlarm = word;
