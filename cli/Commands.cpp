@@ -3,9 +3,10 @@
 std::vector<CommandSpec> AllCommands()
 {
     std::vector<CommandSpec> commands;
-    for (const auto group : {ScanCommands, LogCommands, CycleCommands, AdapterCommands, RegisterCommands,
-                             BusCommands, IniCommands, ConvertCommands, DataFlashConvertCommands,
-                             TableCommands, SettingsCommands, TargetCommands, SkinCommands, SrecCommands}) {
+    for (const auto group :
+         {ScanCommands, LogCommands, CycleCommands, AdapterCommands, RegisterCommands, BusCommands,
+          IniCommands, ConvertCommands, DataFlashConvertCommands, TableCommands, SettingsCommands,
+          TargetCommands, SkinCommands, SrecCommands, FlashCommands}) {
         const std::vector<CommandSpec> more = group();
         commands.insert(commands.end(), more.begin(), more.end());
     }

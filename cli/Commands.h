@@ -22,3 +22,4 @@
 [[nodiscard]] std::vector<CommandSpec> TargetCommands();
 [[nodiscard]] std::vector<CommandSpec> SkinCommands();
 [[nodiscard]] std::vector<CommandSpec> SrecCommands();
+[[nodiscard]] std::vector<CommandSpec> FlashCommands();

@@ -61,22 +61,22 @@ void FlashDesk::Look()
     m_targets = std::move(targets);
     ReadAccepted();
     m_subject.Gauge.reset();
+    if (!m_subject.Accepted.empty() && !(m_byHand && Target())) {
+        m_chosen = FindFlashTarget(m_targets, m_subject.Accepted.front());
+        LoadSettings(); // of what the gauge ought to be: they say where it answers
+    }
+    const std::int16_t addr = m_settings.GGComm != 0 ? m_settings.GGComm : m_state.TargetAddress;
     const IdentityRequest request = ReadIdentityRequest(m_profiles, m_state);
     if (LookAtMode() == GaugeMode::Firmware && request.Allowed) {
         const ExclusiveAccess access(m_access, QStringLiteral("Flash"));
         QString identity;
-        if (access && !Failed(ReadGaugeIdentity(m_usb, request, m_state.TargetAddress, identity)))
+        if (access && !Failed(ReadGaugeIdentity(m_usb, request, addr, identity)))
             m_subject.Gauge = ReadDeviceId(identity);
     }
-    if (m_byHand && Target()) {
-        LoadSettings();
-        return;
+    if (!(m_byHand && Target())) {
+        const bool accepted = !m_subject.Accepted.empty();
+        m_chosen = m_subject.Gauge ? FindFlashTarget(m_targets, *m_subject.Gauge) : accepted ? m_chosen : -1;
     }
-    m_chosen = -1;
-    if (m_subject.Gauge)
-        m_chosen = FindFlashTarget(m_targets, *m_subject.Gauge);
-    else if (!m_subject.Accepted.empty())
-        m_chosen = FindFlashTarget(m_targets, m_subject.Accepted.front());
     LoadSettings();
 }
 

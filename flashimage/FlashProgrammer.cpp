@@ -316,7 +316,7 @@ ErrorCode FlashProgrammer::Compare(const clsSrecFlash& image, const FlashOptions
             = area == FlashCall::kDataArea ? ErrorCode::DfChecksumMismatch : ErrorCode::IfChecksumMismatch;
         found = Failed(found) ? found : code;
         difference += QStringLiteral(
-                          " The %1 differs from the image in %2 bytes, the first at %3: %4 in place of %5.")
+                          " The %1 differs from the image at %3 and in %2 bytes in all: %4 in place of %5.")
                           .arg(AreaName(area))
                           .arg(count)
                           .arg(piece.Start + static_cast<std::uint32_t>(first), 8, 16, QLatin1Char('0'))

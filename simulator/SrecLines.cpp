@@ -19,8 +19,8 @@ ErrorCode Split(QByteArrayView line, int& type, QByteArray& bytes)
         return all + static_cast<std::uint8_t>(byte);
     });
     const int least = kAddressBytes[type] + 2;
-    if (bytes.size() < least || static_cast<std::uint8_t>(bytes[0]) != bytes.size() - 1
-        || (sum & 0xFFU) != 0xFF)
+    if (bytes.size() * 2 != line.size() - 2 || bytes.size() < least
+        || static_cast<std::uint8_t>(bytes[0]) != bytes.size() - 1 || (sum & 0xFFU) != 0xFF)
         return ErrorCode::SrecBadChecksum;
     return ErrorCode::Ok;
 }
