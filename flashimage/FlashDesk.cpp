@@ -73,9 +73,13 @@ void FlashDesk::Look()
         if (access && !Failed(ReadGaugeIdentity(m_usb, request, addr, identity)))
             m_subject.Gauge = ReadDeviceId(identity);
     }
-    if (!(m_byHand && Target())) {
-        const bool accepted = !m_subject.Accepted.empty();
-        m_chosen = m_subject.Gauge ? FindFlashTarget(m_targets, *m_subject.Gauge) : accepted ? m_chosen : -1;
+    const bool byHand = m_byHand && Target();
+    if (!byHand && m_subject.Gauge) {
+        m_chosen = FindFlashTarget(m_targets, *m_subject.Gauge);
+    } else if (!byHand
+               && m_subject.Accepted
+                      .empty()) { // a gauge that cannot say what it is, where there is one choice
+        m_chosen = m_targets.size() == 1 ? 0 : -1;
     }
     LoadSettings();
 }

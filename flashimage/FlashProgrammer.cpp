@@ -315,13 +315,13 @@ ErrorCode FlashProgrammer::Compare(const clsSrecFlash& image, const FlashOptions
         const ErrorCode code
             = area == FlashCall::kDataArea ? ErrorCode::DfChecksumMismatch : ErrorCode::IfChecksumMismatch;
         found = Failed(found) ? found : code;
-        difference += QStringLiteral(
-                          " The %1 differs from the image at %3 and in %2 bytes in all: %4 in place of %5.")
-                          .arg(AreaName(area))
-                          .arg(count)
-                          .arg(piece.Start + static_cast<std::uint32_t>(first), 8, 16, QLatin1Char('0'))
-                          .arg(HexText(std::span(piece.Data).subspan(first, 1)),
-                               HexText(region.View().subspan(first, 1)));
+        difference
+            += QStringLiteral(" The %1 differs from the image in %2, the first at %3: %4 in place of %5.")
+                   .arg(AreaName(area),
+                        count == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(count))
+                   .arg(piece.Start + static_cast<std::uint32_t>(first), 8, 16, QLatin1Char('0'))
+                   .arg(HexText(std::span(piece.Data).subspan(first, 1)),
+                        HexText(region.View().subspan(first, 1)));
     }
     return found;
 }

@@ -14,13 +14,16 @@ constexpr int kHashEnds = 4; // digits shown at either end
 } // namespace
 
 ImagePane::ImagePane(const char* name, bool readOnly, QWidget* parent)
-    : QFrame(parent), m_readOnly(readOnly), hexView(new HexView(this)),
-      lblName(Named(new QLabel(this), "lblImageName")), lblHash(Named(new QLabel(this), "lblImageHash")),
-      lblPencil(new QLabel(this)), lblState(Named(new QLabel(this), "lblImageState"))
+    : QFrame(parent), m_readOnly(readOnly), hexView(new HexView(this)), lblName(new QLabel(this)),
+      lblHash(new QLabel(this)), lblPencil(new QLabel(this)), lblState(new QLabel(this))
 {
     setObjectName(QLatin1String(name));
     setFrameShape(QFrame::StyledPanel);
-    hexView->setObjectName(QLatin1String("hex") + QLatin1String(name).mid(4));
+    const QLatin1String which = QLatin1String(name).mid(4); // "First" of "paneFirst"
+    hexView->setObjectName(QLatin1String("hex") + which);
+    lblName->setObjectName(QLatin1String("lblName") + which);
+    lblHash->setObjectName(QLatin1String("lblHash") + which);
+    lblState->setObjectName(QLatin1String("lblState") + which);
     hexView->SetReadOnly(readOnly);
     hexView->SetDocument(&m_document);
     auto* icon = new QLabel(this);

@@ -164,9 +164,7 @@ bool frmFlash::Load(const QString& path, clsSrecFlash& image)
                 ? tr("Line %1, status %2: %3").arg(problem.Line).arg(problem.Status, problem.Text)
                 : problem.Text);
     const bool any = !image.DF.Empty() || !image.PF.Empty();
-    if (!QFileInfo(path).isFile())
-        m_messages.Show(tr("%1 is not there.").arg(path));
-    else if (!any && reader.Problems().empty())
+    if (!any && reader.Problems().empty())
         m_messages.Show(tr("%1 holds no bytes.").arg(path));
     if (any && !m_cancelReading)
         m_memory.Folder = QFileInfo(path).absolutePath();

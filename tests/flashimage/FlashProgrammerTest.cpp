@@ -133,7 +133,7 @@ TEST(FlashProgrammer, VerificationFindsWhatTheBusLost)
     image.PF.View()[0x123] ^= 0x01;
     const FlashOutcome outcome = gauge.programmer.Verify(image);
     EXPECT_EQ(outcome.Code, ErrorCode::IfChecksumMismatch);
-    EXPECT_TRUE(outcome.Text.contains(QStringLiteral("in 1 bytes, the first at 00100123")))
+    EXPECT_TRUE(outcome.Text.contains(QStringLiteral("in 1 byte, the first at 00100123")))
         << outcome.Text.toStdString();
     EXPECT_EQ(outcome.Mode, GaugeMode::Firmware);
 }

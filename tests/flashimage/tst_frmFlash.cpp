@@ -128,7 +128,7 @@ TEST_F(FlashWindow, FindsGoesAndSaves)
     EXPECT_EQ(Hex()->Cursor(), 0x47FFU);
     EXPECT_TRUE(Enter("txtGoTo", "9000").contains(QStringLiteral("no byte at 9000")));
     QTest::keyClicks(Hex(), QStringLiteral("77"));
-    EXPECT_EQ(Text("lblImageState"), QStringLiteral("1 byte edited, not saved"));
+    EXPECT_EQ(Text("lblStateFirst"), QStringLiteral("1 byte edited, not saved"));
 
     messages.answers = {Answer::Cancel};
     EXPECT_FALSE(window->MayClose());
@@ -166,7 +166,7 @@ TEST_F(FlashWindow, ReadsEditsAndProgramsTheGauge)
     EXPECT_EQ(Find<QPushButton>("cmdRunFlash")->text(), QStringLiteral("Read 34816 bytes"));
     EXPECT_EQ(gauge.ReadVoltage(), ErrorCode::Ok) << "the plan alone changes nothing";
     Click("cmdRunFlash");
-    EXPECT_EQ(Text("lblImageState"), QStringLiteral("not saved"));
+    EXPECT_EQ(Text("lblStateFirst"), QStringLiteral("not saved"));
     Hex()->setFocus();
     QTest::keyClicks(Hex(), QStringLiteral("5A"));
     Do("mnuImageProgram");
