@@ -7,11 +7,13 @@
 #include <QBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QTimer>
 
 namespace {
 
 constexpr int kRowHeight = 20;
 constexpr int kIcon = 16;
+constexpr int kRetryMs = 20;
 enum Column { kRegion, kAddresses, kErased, kMoved, kColumns };
 
 QString Hex(std::uint64_t value)
@@ -51,6 +53,7 @@ FlashRunPane::FlashRunPane(FlashDesk& desk, QWidget* parent)
 void FlashRunPane::LayOut()
 {
     lblFlashTitle->setFont(Theme::Current().Font(Type::Title));
+    lblFlashTitle->setMinimumWidth(1); // a long name must not widen the window
     chkMassErase->setToolTip(tr("Erases data flash and instruction flash as a whole before programming,\n"
                                 "what the image does not hold included."));
     chkVerify->setToolTip(tr("Reads back what was programmed and compares it."));
@@ -82,19 +85,22 @@ void FlashRunPane::LayOut()
 
     auto* options = new QHBoxLayout;
     options->setSpacing(12);
-    options->addWidget(lblFlashTitle);
-    options->addStretch(1);
     options->addWidget(chkData);
     options->addWidget(chkInstruction);
     options->addWidget(chkMassErase);
     options->addWidget(chkVerify);
-    options->addWidget(cboFlashTarget);
+    options->addStretch(1);
+    auto* head = new QHBoxLayout;
+    head->addWidget(lblFlashTitle, 1);
+    head->addWidget(cboFlashTarget);
     auto* middle = new QHBoxLayout;
     middle->addWidget(grdFlashPlan, 5);
     middle->addWidget(lstFindings, 6);
     const int height = fontMetrics().lineSpacing() * 7;
-    grdFlashPlan->setFixedHeight(height);
-    lstFindings->setFixedHeight(height);
+    for (QWidget* list : std::initializer_list<QWidget*>{grdFlashPlan, lstFindings}) {
+        list->setMinimumHeight(height / 2);
+        list->setMaximumHeight(height);
+    }
     auto* end = new QHBoxLayout;
     end->addWidget(lblFlashIcon);
     end->addWidget(lblFlashPlan, 1);
@@ -103,6 +109,7 @@ void FlashRunPane::LayOut()
     end->addWidget(cmdRunFlash);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(12, 8, 12, 8);
+    column->addLayout(head);
     column->addLayout(options);
     column->addLayout(middle);
     column->addLayout(end);
@@ -260,14 +267,20 @@ void FlashRunPane::ShowRunning(bool running)
     pbFlash->setVisible(running);
     pbFlash->setRange(0, 0);
     cmdStopFlash->setText(running ? tr("Stop") : tr("Close"));
-    if (running)
+    if (running) {
         cmdStopFlash->setFocus();
+        emit Began();
+    }
 }
 
 void FlashRunPane::RunIt()
 {
     if (m_running)
         return;
+    if (ExclusiveAccess::HeldBelow()) { // somebody further down the stack, who cannot go on meanwhile
+        QTimer::singleShot(kRetryMs, this, &FlashRunPane::RunIt);
+        return;
+    }
     ShowRunning(true);
     lblFlashIcon->clear();
     FlashProgrammer& programmer = m_desk.Programmer();
@@ -341,6 +354,12 @@ void FlashRunPane::Stop()
     }
     hide();
     emit Closed();
+}
+
+void FlashRunPane::showEvent(QShowEvent* event)
+{
+    QFrame::showEvent(event);
+    emit Opened();
 }
 
 void FlashRunPane::keyPressEvent(QKeyEvent* event)

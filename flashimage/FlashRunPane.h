@@ -31,7 +31,9 @@ public:
 
 signals:
     void ImageRead(bool toCompare); ///< TakeImage has it
+    void Began();
     void Ended(); ///< of a run: the gauge's mode may be another
+    void Opened();
     void Closed();
     void Progress(int done, int of);
 
@@ -40,6 +42,7 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void LayOut();

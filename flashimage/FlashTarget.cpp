@@ -237,7 +237,7 @@ FlashPlan MakeFlashPlan(const clsSrecFlash& image, const TargetSettings& setting
                 ++part.ProgramRows;
         }
         const auto sent = static_cast<std::int64_t>(part.ProgramRows) * static_cast<std::int64_t>(programRow);
-        plan.Bytes += sent;
+        plan.Bytes += static_cast<std::int64_t>(part.Size);
         ms += part.EraseRows * static_cast<double>(settings.DF_ERASEROW)
             + part.ProgramRows * static_cast<double>(settings.DF_PROGROW);
         const double moved

@@ -89,7 +89,7 @@ struct FlashPart {
 struct FlashPlan {
     bool MassErase = false;
     std::vector<FlashPart> Parts;
-    std::int64_t Bytes = 0; ///< sent
+    std::int64_t Bytes = 0; ///< of all parts
     int Seconds = 0; ///< erasing, programming, transfers and verification
 };
 [[nodiscard]] FlashPlan MakeFlashPlan(const clsSrecFlash& image, const TargetSettings& settings,

@@ -13,12 +13,14 @@
 #include <QScrollBar>
 #include <QSplitter>
 #include <QStackedWidget>
+#include <QTabBar>
 
 #include <algorithm>
 
 namespace {
 
 constexpr int kModeMs = 2000;
+constexpr int kRetryMs = 20;
 constexpr std::size_t kRow = 16;
 const QString kFilter = QStringLiteral("Srec files(*.srec)|*.srec|Encrypted Srec files(*.senc)|*.senc");
 
@@ -47,6 +49,7 @@ frmFlash::frmFlash(ProfileStore& profiles, const StartupState& state, UserMessag
       m_second(new ImagePane("paneSecond", true, this)), m_differences(new DifferenceModel(this)),
       tmrMode(Named(new QTimer(this), "tmrMode")), m_pages(new QStackedWidget(this)),
       cboRegion(Named(new QComboBox(this), "cboRegion")), lblRegion(Named(new QLabel(this), "lblRegion")),
+      lblCursor(Named(new QLabel(this), "lblCursor")),
       lblDifference(Named(new QLabel(this), "lblDifference")),
       chkTogether(Named(new QCheckBox(tr("Scroll both together"), this), "chkTogether")),
       chkOnlyDifferences(Named(new QCheckBox(tr("Differences only"), this), "chkOnlyDifferences")),
@@ -96,24 +99,24 @@ void frmFlash::Connect()
                 if (index.isValid())
                     GoToDifference(index.row());
             });
-    // Asked while the view shows, so that a gauge without firmware is noticed wherever it lost it.
-    connect(tmrMode, &QTimer::timeout, this, [this] {
-        if (!isVisible() || Busy() || BusSequence::Running() || GaugeAccess::Held())
-            return;
-        m_desk->LookAtMode();
-        ShowMode();
-        if (!m_desk->CanFlash())
-            tmrMode->stop(); // nothing will change that
-    });
+    connect(tmrMode, &QTimer::timeout, this, &frmFlash::LookAtMode);
     if (!m_run)
         return;
     connect(m_run, &FlashRunPane::ImageRead, this, &frmFlash::TakeFromGauge);
-    connect(m_run, &FlashRunPane::Ended, this, [this] {
-        m_desk->LookAtMode();
-        ShowMode();
+    connect(m_run, &FlashRunPane::Began, this, [this] {
+        m_pages->setEnabled(false); // what is being programmed stays as it is
         ShowActions();
     });
-    connect(m_run, &FlashRunPane::Closed, this, [this] { m_first->Hex()->setFocus(); });
+    connect(m_run, &FlashRunPane::Ended, this, [this] {
+        m_pages->setEnabled(true);
+        LookAtMode();
+        ShowActions();
+    });
+    connect(m_run, &FlashRunPane::Opened, this, &frmFlash::Fold);
+    connect(m_run, &FlashRunPane::Closed, this, [this] {
+        Fold();
+        m_first->Hex()->setFocus();
+    });
     connect(m_run, &FlashRunPane::Progress, this,
             [this](int done, int of) { emit ProgressChanged(done, of, tr("Flash")); });
 }
@@ -300,15 +303,17 @@ void frmFlash::ShowAll()
         cboRegion->addItem(tr("%1 %2 to %3").arg(AreaName(area), Hex(shown.Start()), Hex(end)),
                            static_cast<int>(area));
     }
+    if (Comparing() && !m_second->isVisibleTo(this))
+        m_across->setSizes({width(), width()});
     m_second->setVisible(Comparing());
     m_differences->Show(Comparing() ? &m_first->Document() : nullptr,
                         Comparing() ? &m_second->Document() : nullptr);
     const int kept = cboRegion->findData(static_cast<int>(before));
     if (cboRegion->count() > 0)
         ShowRegion(static_cast<ImageArea>(cboRegion->itemData(std::max(kept, 0)).toInt()));
-    m_tabs->setVisible(Comparing() || lstProblems->count() > 0);
     m_tabs->setTabVisible(0, Comparing());
     m_tabs->setTabVisible(1, lstProblems->count() > 0);
+    m_tabs->tabBar()->setVisible(lstProblems->count() > 0); // alone, the list says itself what it is
     setWindowTitle(m_first->Document().Empty() ? tr("Flash image") : m_first->Document().Name());
     Fold();
     ShowActions();
@@ -402,6 +407,27 @@ void frmFlash::ShowDifferences()
             : tr("%1 differences, %2 bytes").arg(m_differences->Count()).arg(m_differences->Bytes()));
 }
 
+/// While the view shows, so that a gauge without firmware is noticed wherever it lost it.
+void frmFlash::LookAtMode()
+{
+    if (!isVisible() || Busy() || BusSequence::Running() || GaugeAccess::Held())
+        return;
+    m_looking = true;
+    m_desk->LookAtMode();
+    m_looking = false;
+    ShowMode();
+    if (!m_desk->CanFlash())
+        tmrMode->stop(); // nothing will change that
+}
+
+void frmFlash::WhenFree(const std::function<void()>& act)
+{
+    if (m_looking || ExclusiveAccess::HeldBelow())
+        QTimer::singleShot(kRetryMs, this, [this, act] { WhenFree(act); });
+    else
+        act();
+}
+
 void frmFlash::ShowMode()
 {
     m_banner->setVisible(m_desk && m_desk->Mode() == GaugeMode::Rom && !Busy());
@@ -418,10 +444,10 @@ void frmFlash::ShowCursor(quint32 address)
     const auto next = pane->Document().ByteAt(area, address + 1);
     QString text = tr("Cursor %1").arg(Hex(address));
     if (byte)
-        text += tr("   u8 %1").arg(*byte);
+        text += tr(" · u8 %1").arg(*byte);
     if (byte && next)
         text += tr(" · u16 BE %1 · u16 LE %2").arg(*byte << 8 | *next).arg(*next << 8 | *byte);
-    emit StatusText(text);
+    lblCursor->setText(text);
 }
 
 void frmFlash::Say(const QString& text) { emit StatusText(text); }

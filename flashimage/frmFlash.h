@@ -14,6 +14,7 @@
 #include <QTableView>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 class QSplitter;
@@ -33,7 +34,7 @@ public:
     QList<QMenu*> Menus() const override { return {mnuEdit, mnuImage}; }
     QList<QAction*> FileActions() const override { return {actOpen, actSave, actSaveAs}; }
     bool MayClose() override;
-    bool Busy() const override { return m_reading || (m_run && m_run->Running()); }
+    bool Busy() const override { return m_reading || m_looking || (m_run && m_run->Running()); }
     void Abandon() override;
 
     void OpenImage(const QString& path);
@@ -73,7 +74,10 @@ private:
     void ShowFacts();
     void ShowActions();
     void ShowDifferences();
+    void LookAtMode();
     void ShowMode(); ///< banner
+    /// Now, or as soon as nothing further down the stack holds the bus: a dialog would hold it too.
+    void WhenFree(const std::function<void()>& act);
     void ShowCursor(quint32 address);
     void EndComparison();
     void GoToDifference(int row);
@@ -104,6 +108,7 @@ private:
     FlashMemory m_memory;
     bool m_reading = false; ///< a file; its progress lets events run
     bool m_cancelReading = false;
+    bool m_looking = false; ///< at the gauge's mode; events run meanwhile, and the bus is held
     bool m_asked = false;
 
     ImagePane* m_first;
@@ -135,6 +140,7 @@ private:
     QPushButton* cmdStartFirmware = nullptr;
     QComboBox* cboRegion;
     QLabel* lblRegion;
+    QLabel* lblCursor;
     QLabel* lblDifference;
     QCheckBox* chkTogether;
     QCheckBox* chkOnlyDifferences;

@@ -17,7 +17,9 @@
 namespace {
 
 constexpr int kRowHeight = 20;
+constexpr int kListRows = 7; // of the differences, with their header
 constexpr int kWordWidth = 1180; // below it buttons show their icons alone
+constexpr int kLow = 420;
 constexpr int kAddressWidth = 14; // figures
 constexpr int kFindWidth = 20;
 constexpr int kIcon = 16;
@@ -37,7 +39,7 @@ QAction* frmFlash::Add(const char* name, const QString& text, const char* icon, 
                                           : QStringLiteral("%1 (%2)").arg(
                                               plain, shortcut.toString(QKeySequence::NativeText)));
     addAction(action);
-    connect(action, &QAction::triggered, this, does);
+    connect(action, &QAction::triggered, this, [this, does] { WhenFree([this, does] { (this->*does)(); }); });
     return action;
 }
 
@@ -90,7 +92,7 @@ QToolButton* frmFlash::Button(QAction* action, bool withText)
     auto* button = new QToolButton(this);
     button->setDefaultAction(action);
     button->setObjectName(QLatin1String("cmd") + action->objectName().mid(3));
-    button->setAccessibleName(QString(action->text()).remove(QLatin1Char('&')));
+    button->setAccessibleName(action->toolTip());
     button->setToolButtonStyle(withText ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
     if (withText)
         m_wordButtons << button;
@@ -104,8 +106,8 @@ QWidget* frmFlash::MakeToolbar()
     row->setContentsMargins(8, 6, 8, 2);
     row->setSpacing(4);
     const auto word = [&](QAction* action, const QString& text) {
+        action->setIconText(text); // the button keeps it when the action changes
         QToolButton* button = Button(action, true);
-        button->setText(text);
         row->addWidget(button);
         return button;
     };
@@ -165,7 +167,9 @@ QWidget* frmFlash::MakeRegionRow()
     chkTogether->setChecked(true);
     row->addWidget(caption);
     row->addWidget(cboRegion);
+    MakeSecondary(lblCursor);
     row->addWidget(lblRegion, 1);
+    row->addWidget(lblCursor);
     row->addWidget(chkTogether);
     row->addWidget(chkOnlyDifferences);
     return bar;
@@ -192,8 +196,9 @@ QWidget* frmFlash::MakeBanner()
     cmdStartFirmware->setToolTip(
         tr("Sends the return-from-ROM request and the firmware-execute value of Config.ini\n"
            "(RetROMCmd, RetROMWd, GG_FWEXEC). A firmware that is not whole does not start."));
-    connect(cmdProgramFirmware, &QPushButton::clicked, this, &frmFlash::Program);
-    connect(cmdStartFirmware, &QPushButton::clicked, this, [this] { m_run->StartFirmware(); });
+    connect(cmdProgramFirmware, &QPushButton::clicked, this, [this] { WhenFree([this] { Program(); }); });
+    connect(cmdStartFirmware, &QPushButton::clicked, this,
+            [this] { WhenFree([this] { m_run->StartFirmware(); }); });
     auto* row = new QHBoxLayout(m_banner);
     row->setContentsMargins(12, 6, 12, 6);
     row->addWidget(icon);
@@ -239,6 +244,8 @@ void frmFlash::LayOut()
     m_across->addWidget(m_first);
     m_across->addWidget(m_second);
     m_across->setChildrenCollapsible(false);
+    m_across->setStretchFactor(0, 1);
+    m_across->setStretchFactor(1, 1);
     grdDifferences->setModel(m_differences);
     grdDifferences->setAccessibleName(tr("Differences"));
     grdDifferences->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -263,9 +270,10 @@ void frmFlash::LayOut()
     m_down->setObjectName(QStringLiteral("splImageDown"));
     m_down->addWidget(m_across);
     m_down->addWidget(m_tabs);
-    m_down->setStretchFactor(0, 5);
-    m_down->setStretchFactor(1, 1);
+    m_down->setStretchFactor(0, 1);
+    m_down->setStretchFactor(1, 0);
     m_down->setChildrenCollapsible(false);
+    m_down->setSizes({100 * kRowHeight, kListRows * kRowHeight});
 
     auto* page = new QWidget(this);
     auto* inner = new QVBoxLayout(page);
@@ -298,10 +306,14 @@ void frmFlash::resizeEvent(QResizeEvent* event)
 
 void frmFlash::Fold()
 {
+    const bool narrow = width() < kWordWidth;
+    const bool low = height() < kLow;
     for (QToolButton* button : std::as_const(m_wordButtons))
-        button->setToolButtonStyle(width() < kWordWidth ? Qt::ToolButtonIconOnly
-                                                        : Qt::ToolButtonTextBesideIcon);
+        button->setToolButtonStyle(narrow ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
+    lblCursor->setVisible(!narrow);
     // two images stand above each other where they do not fit side by side
-    const bool narrow = width() < 2 * m_first->Hex()->WidthNeeded();
-    m_across->setOrientation(narrow ? Qt::Vertical : Qt::Horizontal);
+    m_across->setOrientation(width() < 2 * m_first->Hex()->WidthNeeded() ? Qt::Vertical : Qt::Horizontal);
+    const bool problems = lstProblems->count() > 0;
+    m_tabs->setVisible(problems || (Comparing() && !low));
+    m_pages->setVisible(!low || !m_run || m_run->isHidden()); // a plan needs the room that there is
 }
