@@ -47,6 +47,27 @@ constexpr std::array kFactories{
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
 };
 
+/// The flash-target table is the register view's reader's, whose room the image view does not know.
+QString LoadFlashTargets(const QString& path, std::vector<FlashTarget>& targets)
+{
+    TextGrid grid;
+    const QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
+    targets = FlashTargetsOf(grid.cells);
+    return problem;
+}
+
+constexpr std::array kTools{
+    ToolView{"mnuToolsTables", QT_TRANSLATE_NOOP("frmMDI", "&Table editor"), "edit", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmTables(context.profiles, context.state, context.messages, context.gauge);
+             }},
+    ToolView{"mnuToolsFlash", QT_TRANSLATE_NOOP("frmMDI", "&Flash image"), "image", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmFlash(context.profiles, context.state, context.messages, LoadFlashTargets,
+                                     context.gauge);
+             }},
+};
+
 } // namespace
 
 ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& context)
@@ -57,23 +78,7 @@ ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& co
     return new MissingView(key, caption);
 }
 
-ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
-                           GaugeContext* context)
-{
-    return new frmTables(profiles, state, messages, context);
-}
-
-ChildView* MakeFlashView(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
-                         GaugeContext* context)
-{
-    const auto loadTargets = [](const QString& path, std::vector<FlashTarget>& targets) {
-        TextGrid grid;
-        const QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
-        targets = FlashTargetsOf(grid.cells);
-        return problem;
-    };
-    return new frmFlash(profiles, state, messages, loadTargets, context);
-}
+std::span<const ToolView> ToolViews() { return kTools; }
 
 ChildView* MakeLogViewer(UserMessages& messages, const QString& path)
 {

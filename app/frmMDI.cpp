@@ -374,24 +374,12 @@ void frmMDI::UseSimulatedPack()
     Restart();
 }
 
-void frmMDI::OpenTableEditor()
+void frmMDI::OpenTool(const ToolView& tool)
 {
-    QPointer<QMdiSubWindow>& window = m_views[QStringLiteral("Tables")];
+    QPointer<QMdiSubWindow>& window = m_views[QLatin1String(tool.Name)];
     if (!window) {
-        Host(MakeTableEditor(m_program.Profiles(), m_program.State(), m_messages, m_program.Context()),
-             tr("Table editor"));
-        window = mdiArea->subWindowList().constLast();
-    }
-    mdiArea->setActiveSubWindow(window);
-    UpdateEmptyPage();
-}
-
-void frmMDI::OpenFlashImage()
-{
-    QPointer<QMdiSubWindow>& window = m_views[QStringLiteral("Flash")];
-    if (!window) {
-        Host(MakeFlashView(m_program.Profiles(), m_program.State(), m_messages, m_program.Context()),
-             tr("Flash image"));
+        Host(tool.Make({m_program.Profiles(), m_program.State(), m_messages, m_program.Context()}),
+             tr(tool.Caption).remove(QLatin1Char('&')));
         window = mdiArea->subWindowList().constLast();
     }
     mdiArea->setActiveSubWindow(window);
