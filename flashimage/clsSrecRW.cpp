@@ -4,6 +4,7 @@
 #include "platform/Windows1252.h"
 
 #include <QFile>
+#include <QtEndian>
 
 #include <algorithm>
 #include <array>
@@ -23,21 +24,34 @@ constexpr qsizetype kKeptOfLine = 1024; ///< no record is longer; what stands be
 constexpr qsizetype kBlock = 256 * 1024;
 constexpr std::uint64_t kAddresses = 1ULL << 32;
 
-/// Values of the hexadecimal digits; other characters have a bit above the low four.
-constexpr std::uint8_t kNoDigit = 0x10;
-constexpr std::array<std::uint8_t, 256> kDigitValue = [] {
-    std::array<std::uint8_t, 256> values{};
-    values.fill(kNoDigit);
-    for (std::uint8_t digit = 0; digit < 10; ++digit)
-        values['0' + digit] = digit;
-    for (std::uint8_t digit = 0; digit < 6; ++digit)
-        values['a' + digit] = values['A' + digit] = static_cast<std::uint8_t>(10 + digit);
-    return values;
+constexpr unsigned kNoDigit = 0x10;
+constexpr unsigned DigitValue(char character)
+{
+    if (character >= '0' && character <= '9')
+        return static_cast<unsigned>(character - '0');
+    const auto letter = static_cast<char>(character | 0x20);
+    return letter >= 'a' && letter <= 'f' ? static_cast<unsigned>(letter - 'a') + 10 : kNoDigit;
+}
+
+/// The bytes that two characters stand for, the first one in the low byte of the index. Most of a file's time
+/// goes into this, and one step a byte is what makes it quick; of the table no more than 4 KiB is ever used.
+constexpr std::uint16_t kNoByte = 0x100;
+constexpr std::array<std::uint16_t, 0x10000> kByteOfPair = [] {
+    std::array<std::uint16_t, 0x10000> bytes{};
+    bytes.fill(kNoByte);
+    for (unsigned first = 0; first < 0x100; ++first)
+        for (unsigned second = 0; second < 0x100; ++second)
+            if (const unsigned high = DigitValue(static_cast<char>(first)),
+                low = DigitValue(static_cast<char>(second));
+                high < kNoDigit && low < kNoDigit)
+                bytes[first | second << 8] = static_cast<std::uint16_t>(high << 4 | low);
+    return bytes;
 }();
 
-std::uint8_t DigitValue(char character) { return kDigitValue[static_cast<unsigned char>(character)]; }
+/// @return the byte, or kNoByte
+unsigned ByteOfPair(const char* pair) { return kByteOfPair[qFromLittleEndian<quint16>(pair)]; }
 
-/// Hands over the bytes of a text one by one.
+/// Hands over the bytes of a text one by one, in the low eight bits of numbers.
 /// @return false when a character is no digit, or one is left over
 template <class Take>
 bool ForEachByte(QByteArrayView hex, Take&& take)
@@ -45,12 +59,11 @@ bool ForEachByte(QByteArrayView hex, Take&& take)
     unsigned all = 0;
     const char* const end = hex.data() + hex.size() / 2 * 2;
     for (const char* at = hex.data(); at != end; at += 2) {
-        const unsigned high = DigitValue(at[0]);
-        const unsigned low = DigitValue(at[1]);
-        all |= high | low;
-        take(static_cast<std::uint8_t>(high << 4 | low));
+        const unsigned byte = ByteOfPair(at);
+        all |= byte;
+        take(byte);
     }
-    return all < kNoDigit && hex.size() % 2 == 0;
+    return all < kNoByte && hex.size() % 2 == 0;
 }
 
 /// Where the first carriage return or line feed stands, or null.
@@ -369,17 +382,17 @@ SrecStatus clsSrecRW::ParseLine(QByteArrayView line, clsSrecFlash& image)
     const bool isData = line[1] >= '1' && line[1] <= '3';
     if (isData)
         ++m_dataRecords;
-    const std::uint32_t count = ToNumeric(line.sliced(2, 2)).value_or(0);
+    const unsigned pair = ByteOfPair(line.data() + 2);
+    const unsigned count = pair == kNoByte ? 0 : pair; // a count of nothing has no checksum that matches
     if (count > kMaxCount)
         return SrecStatus::Overflow;
     const auto digits = static_cast<qsizetype>(2 * count);
     if (line.size() < kBeforeAddress + digits)
         return SrecStatus::TooShort;
-    const auto stored = ToNumeric(line.sliced(2 + digits, 2));
-    const auto computed = CalculateCheckSum(line.sliced(2, digits));
-    if (!stored || !computed || *stored != *computed)
+    const auto computed = CalculateCheckSum(line.sliced(2, digits), m_bytes);
+    if (!computed || *computed != ByteOfPair(line.data() + 2 + digits))
         return SrecStatus::BadCheckSum;
-    const SrecStatus status = ParseType(line.first(2 + digits), image);
+    const SrecStatus status = ParseType(line.first(2 + digits), m_bytes, image);
     if (status != SrecStatus::Ok)
         return status;
     if (isData && m_ended)
@@ -389,7 +402,8 @@ SrecStatus clsSrecRW::ParseLine(QByteArrayView line, clsSrecFlash& image)
     return !rest.isEmpty() && BeginsRecord(rest.trimmed()) ? SrecStatus::Joined : SrecStatus::Ok;
 }
 
-SrecStatus clsSrecRW::ParseType(QByteArrayView record, clsSrecFlash& image)
+SrecStatus clsSrecRW::ParseType(QByteArrayView record, std::span<const std::uint8_t> bytes,
+                                clsSrecFlash& image)
 {
     qsizetype addressDigits = 4;
     switch (record[1]) {
@@ -416,75 +430,80 @@ SrecStatus clsSrecRW::ParseType(QByteArrayView record, clsSrecFlash& image)
     }
     if (record.size() < kBeforeAddress + addressDigits)
         return SrecStatus::TooShort;
-    const QByteArrayView data = record.sliced(kBeforeAddress + addressDigits);
     if (record[1] == '0') {
-        image.S0Comment = MakeStringFromSrec(data);
+        image.S0Comment = MakeStringFromSrec(record.sliced(kBeforeAddress + addressDigits));
         return SrecStatus::Ok;
     }
-    const auto address = ToNumeric(record.sliced(kBeforeAddress, addressDigits));
-    return address ? PopulateFlash(*address, data, image) : SrecStatus::BadCheckSum;
+    const std::int64_t address = ToNumeric(record.sliced(kBeforeAddress, addressDigits));
+    const auto beforeData = static_cast<std::size_t>(1 + addressDigits / 2);
+    return PopulateFlash(static_cast<std::uint32_t>(address), bytes.subspan(beforeData), image);
 }
 
-SrecStatus clsSrecRW::PopulateFlash(std::uint32_t address, QByteArrayView hex, clsSrecFlash& image)
+SrecStatus clsSrecRW::PopulateFlash(std::uint32_t address, std::span<const std::uint8_t> data,
+                                    clsSrecFlash& image)
 {
-    return address < clsSrecFlash::kFirstInstructionAddress ? PopulateDataFlash(address, hex, image)
-                                                            : PopulateInstructionFlash(address, hex, image);
+    return address < clsSrecFlash::kFirstInstructionAddress ? PopulateDataFlash(address, data, image)
+                                                            : PopulateInstructionFlash(address, data, image);
 }
 
-SrecStatus clsSrecRW::PopulateDataFlash(std::uint32_t address, QByteArrayView hex, clsSrecFlash& image)
+SrecStatus clsSrecRW::PopulateDataFlash(std::uint32_t address, std::span<const std::uint8_t> data,
+                                        clsSrecFlash& image)
 {
-    return StoreHex(image.DF, address, hex);
+    return Populate(image.DF, address, data);
 }
 
-SrecStatus clsSrecRW::PopulateInstructionFlash(std::uint32_t address, QByteArrayView hex, clsSrecFlash& image)
+SrecStatus clsSrecRW::PopulateInstructionFlash(std::uint32_t address, std::span<const std::uint8_t> data,
+                                               clsSrecFlash& image)
 {
-    return StoreHex(image.PF, address, hex);
+    return Populate(image.PF, address, data);
 }
 
-SrecStatus clsSrecRW::StoreHex(clsSrecFlash::Region& region, std::uint32_t address, QByteArrayView hex)
+SrecStatus clsSrecRW::Populate(clsSrecFlash::Region& region, std::uint32_t address,
+                               std::span<const std::uint8_t> data) const
 {
-    m_data.resize(static_cast<std::size_t>(hex.size() / 2));
-    std::uint8_t* to = m_data.data();
-    if (!ForEachByte(hex, [&to](std::uint8_t byte) { *to++ = byte; }))
-        return SrecStatus::BadCheckSum;
-    if (address + std::uint64_t{m_data.size()} > kAddresses)
+    if (address + std::uint64_t{data.size()} > kAddresses)
         return SrecStatus::OutOfRange;
-    if (region.FillFor(address, m_data.size()) > m_maxFill)
+    if (region.FillFor(address, data.size()) > m_maxFill)
         return SrecStatus::TooMuchFill;
-    region.Store(address, m_data);
+    region.Store(address, data);
     return SrecStatus::Ok;
 }
 
-std::optional<std::uint32_t> clsSrecRW::ToNumeric(QByteArrayView hex)
+std::int64_t clsSrecRW::ToNumeric(QByteArrayView hex)
 {
-    std::uint64_t number = 0;
-    for (const char character : hex) {
-        const unsigned digit = DigitValue(character);
-        if (digit >= kNoDigit)
-            return std::nullopt;
-        number = number << 4 | digit;
-        if (number >= kAddresses)
-            return std::nullopt;
-    }
-    return hex.isEmpty() ? std::nullopt : std::optional(static_cast<std::uint32_t>(number));
+    if (hex.isEmpty())
+        return -1;
+    const qsizetype single = hex.size() % 2; // a first digit without a partner
+    const unsigned first = single != 0 ? DigitValue(hex[0]) : 0;
+    std::uint64_t number = first;
+    std::uint64_t tooHigh = 0;
+    const bool allDigits = ForEachByte(hex.sliced(single), [&](unsigned byte) {
+        tooHigh |= number >> 24;
+        number = (number << 8 | byte) & 0xFFFFFFFF;
+    });
+    return first < kNoDigit && allDigits && tooHigh == 0 ? static_cast<std::int64_t>(number) : -1;
 }
 
-std::optional<std::uint8_t> clsSrecRW::CalculateCheckSum(QByteArrayView hex)
+std::optional<std::uint8_t> clsSrecRW::CalculateCheckSum(QByteArrayView hex, Bytes& bytes)
 {
+    bytes.resize(static_cast<std::size_t>(hex.size() / 2));
+    std::uint8_t* to = bytes.data();
     unsigned sum = 0;
-    if (!ForEachByte(hex, [&sum](std::uint8_t byte) { sum += byte; }))
-        return std::nullopt;
-    return static_cast<std::uint8_t>(~sum);
+    const bool allDigits = ForEachByte(hex, [&](unsigned byte) {
+        *to++ = static_cast<std::uint8_t>(byte);
+        sum += byte;
+    });
+    return allDigits ? std::optional(static_cast<std::uint8_t>(~sum)) : std::nullopt;
 }
 
 QString clsSrecRW::MakeStringFromSrec(QByteArrayView hex)
 {
     QByteArray bytes;
     for (qsizetype at = 0; at + 1 < hex.size(); at += 2) {
-        const auto byte = ToNumeric(hex.sliced(at, 2));
-        if (!byte)
+        const std::int64_t byte = ToNumeric(hex.sliced(at, 2));
+        if (byte < 0)
             break;
-        bytes += static_cast<char>(*byte);
+        bytes += static_cast<char>(byte);
     }
     return DecodeWindows1252(bytes);
 }

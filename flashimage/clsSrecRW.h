@@ -71,17 +71,22 @@ public:
     /// Checks one line without its end and stores what it carries.
     SrecStatus ParseLine(QByteArrayView line, clsSrecFlash& image);
     /// @param record  a line that was found good, without the checksum and what stands behind it
-    SrecStatus ParseType(QByteArrayView record, clsSrecFlash& image);
+    /// @param bytes  of the record from its count on
+    SrecStatus ParseType(QByteArrayView record, std::span<const std::uint8_t> bytes, clsSrecFlash& image);
     /// The region is chosen by the first address alone, so data flash can reach over 0x100000 by a record.
-    SrecStatus PopulateFlash(std::uint32_t address, QByteArrayView hex, clsSrecFlash& image);
-    SrecStatus PopulateDataFlash(std::uint32_t address, QByteArrayView hex, clsSrecFlash& image);
-    SrecStatus PopulateInstructionFlash(std::uint32_t address, QByteArrayView hex, clsSrecFlash& image);
+    SrecStatus PopulateFlash(std::uint32_t address, std::span<const std::uint8_t> data, clsSrecFlash& image);
+    SrecStatus PopulateDataFlash(std::uint32_t address, std::span<const std::uint8_t> data,
+                                 clsSrecFlash& image);
+    SrecStatus PopulateInstructionFlash(std::uint32_t address, std::span<const std::uint8_t> data,
+                                        clsSrecFlash& image);
 
-    /// @return nothing for an empty text, a character that is no digit, or a number above FFFFFFFF
-    [[nodiscard]] static std::optional<std::uint32_t> ToNumeric(QByteArrayView hex);
+    /// The number that digits stand for, as unsigned as FFFF is 65535.
+    /// @return -1 for an empty text, a character that is no digit, or a number above FFFFFFFF
+    [[nodiscard]] static std::int64_t ToNumeric(QByteArrayView hex);
     /// Ones' complement of the sum of the bytes, modulo 256.
+    /// @param bytes  takes those that the text stands for, so that it is gone through once
     /// @return nothing for a character that is no digit, or a single one at the end
-    [[nodiscard]] static std::optional<std::uint8_t> CalculateCheckSum(QByteArrayView hex);
+    [[nodiscard]] static std::optional<std::uint8_t> CalculateCheckSum(QByteArrayView hex, Bytes& bytes);
     /// One character a byte, in Windows-1252; ends at the first pair that is no number.
     [[nodiscard]] static QString MakeStringFromSrec(QByteArrayView hex);
 
@@ -103,7 +108,8 @@ private:
     /// @return how many bytes were used up; what is left begins a line whose end is not there yet
     qsizetype TakeLines(QByteArrayView block, bool last, clsSrecFlash& image);
     bool FileProblem(const QString& status, const QString& text);
-    SrecStatus StoreHex(clsSrecFlash::Region& region, std::uint32_t address, QByteArrayView hex);
+    SrecStatus Populate(clsSrecFlash::Region& region, std::uint32_t address,
+                        std::span<const std::uint8_t> data) const;
     [[nodiscard]] QString Reason(SrecStatus status) const;
     bool Flatten(const clsSrecFlash::Region& region, std::uint64_t lastStart, SrecForm form,
                  const LineSink& sink);
@@ -122,5 +128,5 @@ private:
     bool m_ended = false; ///< an S7, S8 or S9 record was there
     bool m_afterCr = false; ///< a line feed that comes next belongs to the line before
     bool m_restOfLine = false; ///< within a line that was too long to be kept
-    Bytes m_data; ///< of the record in hand
+    Bytes m_bytes; ///< of the record in hand
 };
