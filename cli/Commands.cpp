@@ -5,8 +5,9 @@ std::vector<CommandSpec> AllCommands()
     std::vector<CommandSpec> commands;
     for (const auto group :
          {ScanCommands, LogCommands, CycleCommands, AdapterCommands, RegisterCommands, BusCommands,
-          IniCommands, ConvertCommands, DataFlashConvertCommands, TableCommands, SettingsCommands,
-          TargetCommands, SkinCommands, SrecCommands, FlashCommands}) {
+          IniCommands, ConvertCommands, DataFlashCommands, DataFlashConvertCommands, DataFlashFileCommands,
+          DataFlashImportCommands, TableCommands, SettingsCommands, TargetCommands, SkinCommands,
+          SrecCommands, FlashCommands}) {
         const std::vector<CommandSpec> more = group();
         commands.insert(commands.end(), more.begin(), more.end());
     }
