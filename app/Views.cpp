@@ -1,6 +1,8 @@
 #include "app/Views.h"
 
+#include "flashimage/frmFlash.h"
 #include "look/Theme.h"
+#include "sbs/clsSBSCfgRW.h"
 #include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
 #include "sbs/frmTables.h"
@@ -45,10 +47,24 @@ constexpr std::array kFactories{
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
 };
 
+/// The flash-target table is the register view's reader's, whose room the image view does not know.
+QString LoadFlashTargets(const QString& path, std::vector<FlashTarget>& targets)
+{
+    TextGrid grid;
+    const QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
+    targets = FlashTargetsOf(grid.cells);
+    return problem;
+}
+
 constexpr std::array kTools{
     ToolView{"mnuToolsTables", QT_TRANSLATE_NOOP("frmMDI", "&Table editor"), "edit", "",
              [](const ToolContext& context) -> ChildView* {
                  return new frmTables(context.profiles, context.state, context.messages, context.gauge);
+             }},
+    ToolView{"mnuToolsFlash", QT_TRANSLATE_NOOP("frmMDI", "&Flash image"), "image", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmFlash(context.profiles, context.state, context.messages, LoadFlashTargets,
+                                     context.gauge);
              }},
 };
 

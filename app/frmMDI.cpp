@@ -180,9 +180,12 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
     connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
     // a maximised child would put its own title behind the program's
-    const auto setTitle = [window, view, title] {
+    const auto setTitle = [this, window, view, title] {
         const QString own = view->windowTitle().isEmpty() ? title : view->windowTitle();
         window->setWindowTitle(window->isMaximized() ? QString() : own);
+        const QString tail = QStringLiteral(" - [%1]").arg(own); // an empty title does not take it away again
+        if (window->isMaximized() && windowTitle().endsWith(tail))
+            setWindowTitle(windowTitle().chopped(tail.size()));
     };
     // queued: Qt passes through other states on the way
     connect(window, &QMdiSubWindow::windowStateChanged, view, setTitle, Qt::QueuedConnection);

@@ -24,3 +24,5 @@
 [[nodiscard]] std::vector<CommandSpec> SkinCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashFileCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashImportCommands();
+[[nodiscard]] std::vector<CommandSpec> SrecCommands();
+[[nodiscard]] std::vector<CommandSpec> FlashCommands();

@@ -95,6 +95,8 @@ void GaugeModel::Reset()
 void GaugeModel::Sample(int seconds)
 {
     m_seconds += seconds;
+    if (!m_running)
+        return;
     Measure();
     for (int i = 0; i < std::min(seconds, static_cast<int>(m_minute.size())); ++i) {
         m_minuteSum += m_currentMa - m_minute[m_minuteNext];
@@ -345,6 +347,8 @@ void GaugeModel::WriteWord(std::uint8_t command, std::uint16_t word)
     switch (command) {
     case 0x00:
         m_control = word;
+        if (word == kBootRomWord && OnBootRom)
+            OnBootRom();
         break;
     case 0x01:
         m_capacityAlarm = word;

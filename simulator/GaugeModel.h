@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -51,6 +52,12 @@ public:
     /// The milliseconds of its own clock; what it does in between takes time.
     void SetNow(std::int64_t milliseconds) { m_port.SetNow(milliseconds); }
     [[nodiscard]] bool Busy() const { return m_port.Busy(); } ///< programs its flash and answers nobody
+
+    /// Without firmware the gauge measures and answers nothing; its boot ROM is there in its place.
+    void SetRunning(bool running) { m_running = running; }
+    [[nodiscard]] bool Running() const { return m_running; }
+    static constexpr std::uint16_t kBootRomWord = 0x0B07; ///< to the control register: calls OnBootRom
+    std::function<void()> OnBootRom;
 
     void SetError(GaugeError error) { m_error = error; }
     [[nodiscard]] bool Pec() const { return m_pec; }
@@ -111,6 +118,7 @@ private:
     Constants m_constants;
     std::uint64_t m_seed;
     bool m_pec;
+    bool m_running = true;
     double m_gain; ///< of the coulomb counter, close to 1
 
     std::int64_t m_seconds = 0;
