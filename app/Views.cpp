@@ -1,6 +1,8 @@
 #include "app/Views.h"
 
 #include "look/Theme.h"
+#include "plugins/PluginCatalogue.h"
+#include "plugins/frmPlugin.h"
 #include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
 #include "sbs/frmTables.h"
@@ -52,7 +54,12 @@ ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& co
     for (const Factory& factory : kFactories)
         if (key == QLatin1String(factory.key))
             return factory.make(context);
-    return new MissingView(key, caption);
+    for (const char* own : {"DF", "Cal", "Pro"})
+        if (key == QLatin1String(own))
+            return new MissingView(key, caption);
+    auto* plugin = new frmPlugin(context, nullptr, PluginFolders(context.state.ProgramFolder));
+    plugin->Mode(key);
+    return plugin;
 }
 
 ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
