@@ -11,6 +11,7 @@
 #include "app/frmTargets.h"
 #include "look/Icons.h"
 #include "platform/ProgramFolder.h"
+#include "plugins/PluginCatalogue.h"
 #include "settings/TargetList.h"
 
 #include <QActionGroup>
@@ -135,6 +136,7 @@ void frmMDI::LoadTargetSpecificGUI()
     const QString file = ResolvePath(m_program.State().ProgramFolder, m_program.State().TargetConfigPath);
     setWindowTitle(TargetTitle(m_program.Profiles(), file));
     m_selector->Clear();
+    m_selector->SetPluginFolders(PluginFolders(m_program.State().ProgramFolder));
     int index = 0;
     for (const ViewButton& button : TargetButtons(m_program.Profiles(), file))
         LoadMDIButton(index++, button);
