@@ -1,6 +1,7 @@
 #include "app/Views.h"
 
 #include "look/Theme.h"
+#include "plugins/LoadedDataFlash.h"
 #include "plugins/PluginCatalogue.h"
 #include "plugins/frmPlugin.h"
 #include "sbs/frmLogViewer.h"
@@ -47,6 +48,13 @@ constexpr std::array kFactories{
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
 };
 
+constexpr std::array kTools{
+    ToolView{"mnuToolsTables", QT_TRANSLATE_NOOP("frmMDI", "&Table editor"), "edit", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmTables(context.profiles, context.state, context.messages, context.gauge);
+             }},
+};
+
 } // namespace
 
 ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& context)
@@ -57,16 +65,13 @@ ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& co
     for (const char* own : {"DF", "Cal", "Pro"})
         if (key == QLatin1String(own))
             return new MissingView(key, caption);
-    auto* plugin = new frmPlugin(context, nullptr, PluginFolders(context.state.ProgramFolder));
+    auto* plugin = new frmPlugin(context, std::make_unique<LoadedDataFlash>(context),
+                                 PluginFolders(context.state.ProgramFolder));
     plugin->Mode(key);
     return plugin;
 }
 
-ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
-                           GaugeContext* context)
-{
-    return new frmTables(profiles, state, messages, context);
-}
+std::span<const ToolView> ToolViews() { return kTools; }
 
 ChildView* MakeLogViewer(UserMessages& messages, const QString& path)
 {

@@ -174,6 +174,23 @@ QStringList ProfileFile::SectionNames() const
     return names;
 }
 
+void ProfileFile::Walk(const std::function<void(const Met&)>& visit) const
+{
+    QStringView section;
+    std::uint32_t owner = kNoOwner;
+    int number = 1;
+    for (Line line = LineAt(0); line.start < m_text.size(); line = After(line), ++number) {
+        if (line.kind == Line::Kind::Header) {
+            section = line.name;
+            const bool first = FindHeader(section) == line.start;
+            owner = first ? static_cast<std::uint32_t>(line.start) + 1 : kNoOwner;
+            visit({number, section, {}, first});
+        } else if (line.kind == Line::Kind::Key) {
+            visit({number, section, line.name, owner != kNoOwner && Find(owner, line.name) == line.start});
+        }
+    }
+}
+
 bool ProfileFile::CanHold(QStringView section, QStringView key, QStringView value)
 {
     const auto oneLine = [](QStringView text) { return std::none_of(text.begin(), text.end(), IsLineEnd); };

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -27,6 +28,16 @@ public:
     /// "key=value" lines of the first section of that name as they stand, trimmed, comments left out.
     [[nodiscard]] QStringList SectionLines(QStringView section) const;
     [[nodiscard]] QStringList SectionNames() const;
+
+    /// A header or a "key=value" line, in file order.
+    struct Met {
+        int Line; ///< counting from 1
+        QStringView Section; ///< the header's name, or that of the header above; empty above the first one
+        QStringView Key; ///< empty for a header
+        bool Counts; ///< false: stands twice, or above the first header; reading never sees it
+    };
+    /// Tells what stands in the file, the lines that reading passes over too. The views last for the call.
+    void Walk(const std::function<void(const Met&)>& visit) const;
 
     /// Whether a line can hold these: no line end anywhere, no blanks around names, no "]" in a section, and
     /// a key that is not taken for a comment, a header or a value.

@@ -252,24 +252,29 @@ void PluginHost::TakeAway(const QString& why)
     m_links.messages.Report(tr("The plug-in \"%1\" no longer has the bus for itself: %2.").arg(m_owner, why));
 }
 
+template <typename Work>
+void PluginHost::OnDataFlash(qint32& err, Work work)
+{
+    err = Number(ErrorCode::IncorrectParam);
+    if (!m_links.dataFlash || !m_links.dataFlash->Prepare())
+        return;
+    err = Number(ErrorCode::BusBusy);
+    if (const Turn turn(*this); turn)
+        err = work(*m_links.dataFlash);
+    for (const QString& text : m_links.dataFlash->TakeMessages())
+        m_links.messages.Report(text);
+}
+
 void PluginHost::ReadDFSubClass(qint16 classIndex, qint16 subClassIndex, QVariantMap& items, qint32& err)
 {
-    err = Number(ErrorCode::BusBusy);
     items.clear();
-    if (!m_links.dataFlash)
-        err = Number(ErrorCode::IncorrectParam);
-    else if (const Turn turn(*this); turn)
-        err = m_links.dataFlash->Read(classIndex, subClassIndex, items);
+    OnDataFlash(err, [&](PluginDataFlash& flash) { return flash.Read(classIndex, subClassIndex, items); });
 }
 
 void PluginHost::WriteDFSubClass(qint16 classIndex, qint16 subClassIndex, const QVariantMap& items,
                                  qint32& err)
 {
-    err = Number(ErrorCode::BusBusy);
-    if (!m_links.dataFlash)
-        err = Number(ErrorCode::IncorrectParam);
-    else if (const Turn turn(*this); turn)
-        err = m_links.dataFlash->Write(classIndex, subClassIndex, items);
+    OnDataFlash(err, [&](PluginDataFlash& flash) { return flash.Write(classIndex, subClassIndex, items); });
 }
 
 qint32 PluginHost::GetColor(qint32 index)

@@ -14,10 +14,15 @@
 #include <cstdint>
 #include <functional>
 
-/// What of the data flash layer plug-ins reach. Items are texts by item name. Called with the bus held.
+/// What of the data flash layer plug-ins reach. Items are texts by item name.
 class PluginDataFlash {
 public:
     virtual ~PluginDataFlash() = default;
+    /// Called before the bus is taken.
+    /// @return false: the target has no data flash that can be used
+    virtual bool Prepare() = 0;
+    [[nodiscard]] virtual QStringList TakeMessages() = 0; ///< for people, once the bus was given back
+    // With the bus held; 0, 5041, 5042, 5043 or the adapter's code. No such place or item is code 7.
     virtual std::int32_t Read(int classIndex, int subClassIndex, QVariantMap& items) = 0;
     /// @param items  only those to change; the others keep what is known of them
     virtual std::int32_t Write(int classIndex, int subClassIndex, const QVariantMap& items) = 0;
@@ -112,6 +117,8 @@ private:
     class Turn;
     template <typename Operation, typename... Arguments>
     void Forward(qint16& err, Operation operation, Arguments&&... arguments);
+    template <typename Work>
+    void OnDataFlash(qint32& err, Work work);
     void WatchHold(); ///< of m_lease
     void TakeAway(const QString& why);
 

@@ -1,0 +1,43 @@
+#include "dataflash/ItemBytes.h"
+
+#include "dataflash/ValueEncoding.h"
+
+namespace {
+
+/// The encoder's messages are for a write that a person began; here its reasons go into reports.
+class NoMessages final : public UserMessages {
+public:
+    void Show(const QString&) override { }
+    Answer Ask(const QString&, Answers) override { return Answer::No; }
+};
+
+} // namespace
+
+std::optional<Bytes> BytesOf(const DataItem& item, const QString& native, QString* why)
+{
+    NoMessages messages;
+    Bytes bytes(static_cast<std::size_t>(WidthOf(item.DataType).value_or(0)));
+    if (!DataTypeToByte(bytes, 0, item.DataType, native, messages, why))
+        return std::nullopt;
+    return bytes;
+}
+
+bool HasValue(const DataItem& item, const QString& native)
+{
+    if (!native.isEmpty())
+        return true;
+    const std::optional<DataTypeForm> type = ParseDataType(item.DataType);
+    return !native.isNull() && type && type->What == DataTypeForm::Kind::Text;
+}
+
+bool SameBytes(const DataItem& item, const QString& a, const QString& b)
+{
+    const std::optional<Bytes> first = BytesOf(item, a);
+    return first && first == BytesOf(item, b);
+}
+
+QString TextOf(const DataItem& item, const Bytes& subClass)
+{
+    NoMessages messages;
+    return ByteToDataType(subClass, item.Offset, item.DataType, messages);
+}
