@@ -217,14 +217,23 @@ bool frmMDI::ViewBusy() const
 
 bool frmMDI::CloseViews()
 {
+    // a plug-in's window can close by itself whenever events run
+    QList<QPointer<ChildView>> views;
     for (ChildView* view : OpenViews()) {
         view->Abandon();
-        if (view->Busy() || !view->MayClose())
+        views << view;
+    }
+    for (const QPointer<ChildView>& view : std::as_const(views)) {
+        m_program.Access().TakeBack(); // no question opens while a plug-in has the bus
+        if (view && (view->Busy() || !view->MayClose()))
             return false;
     }
-    const QList<QMdiSubWindow*> windows = mdiArea->subWindowList();
-    for (QMdiSubWindow* window : windows) {
-        window->widget()->close();
+    QList<QPointer<QMdiSubWindow>> windows;
+    for (QMdiSubWindow* window : mdiArea->subWindowList())
+        windows << window;
+    for (const QPointer<QMdiSubWindow>& window : std::as_const(windows)) {
+        if (window && window->widget())
+            window->widget()->close();
         delete window; // and the view with it
     }
     m_views.clear();

@@ -70,18 +70,13 @@ void PluginHost::Forward(qint16& err, Operation operation, Arguments&&... argume
 PluginHost::PluginHost(const Links& links, const QString& owner, QObject* parent)
     : QObject(parent), m_links(links), m_owner(owner)
 {
-    m_lease.setInterval(kIdleHoldMs);
+    m_lease.setInterval(m_links.idleHoldMs);
     connect(&m_lease, &QTimer::timeout, this, &PluginHost::WatchHold);
 }
 
 PluginHost::~PluginHost() { GiveBack(); }
 
-// Queued: the plug-in that asks is replaced, so its call must have ended.
-void PluginHost::Mode(const QString& key)
-{
-    QMetaObject::invokeMethod(
-        this, [this, key] { emit ModeRequested(key); }, Qt::QueuedConnection);
-}
+void PluginHost::Mode(const QString& key) { emit ModeRequested(key); }
 
 void PluginHost::WriteSMBusWord_(quint8 cmd, qint16 word, qint16 addr, qint16& err)
 {
@@ -242,7 +237,7 @@ void PluginHost::WatchHold()
 {
     if (m_calls > 0 || !m_holds)
         return; // the end of the call starts the timer again
-    TakeAway(tr("it was not used for %1 s").arg(kIdleHoldMs / 1000));
+    TakeAway(tr("it was not used for %1 s").arg(m_links.idleHoldMs / 1000));
 }
 
 void PluginHost::TakeAway(const QString& why)

@@ -45,14 +45,14 @@ public:
         UserMessages& messages;
         std::function<Skin()> skin;
         PluginDataFlash* dataFlash = nullptr;
+        int idleHoldMs = 5000; ///< a hold ends when the plug-in does not use it for so long
     };
+    static constexpr int kLongestHoldMs = 60'000;
+    static constexpr std::int32_t kLongestDelayMs = 10'000; ///< more answers code 7: it would hold up closing
+
     /// @param owner  the plug-in's name for people
     PluginHost(const Links& links, const QString& owner, QObject* parent = nullptr);
     ~PluginHost() override;
-
-    static constexpr int kIdleHoldMs = 5000;
-    static constexpr int kLongestHoldMs = 60'000;
-    static constexpr std::int32_t kLongestDelayMs = 10'000; ///< more answers code 7: it would hold up closing
 
     // operations lent to the plug-in, in this order
     Q_INVOKABLE void Mode(const QString& key);

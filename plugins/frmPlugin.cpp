@@ -19,17 +19,22 @@ frmPlugin::~frmPlugin() { DropObject(); }
 
 void frmPlugin::Mode(const QString& key)
 {
+    if (Busy()) {
+        QTimer::singleShot(kUnloadMs, this, [this, key] { Mode(key); });
+        return;
+    }
     DropObject();
     m_key = key;
     m_popup = 0;
     m_introduced = m_shownForm = false;
     setWindowTitle(key);
-    m_host = std::make_unique<PluginHost>(
+    m_host = new PluginHost(
         PluginHost::Links{m_context.usb, m_context.access, m_context.time, m_context.messages,
                           [] { return Theme::Current().CurrentSkin(); }, m_dataFlash.get()},
-        key);
-    connect(m_host.get(), &PluginHost::ModeRequested, this, &frmPlugin::Mode);
-    connect(m_host.get(), &PluginHost::UnloadRequested, this, &frmPlugin::UnloadInTime);
+        key, this);
+    // later: the plug-in that asks is replaced, so its call must have ended
+    connect(m_host, &PluginHost::ModeRequested, this, &frmPlugin::Mode, Qt::QueuedConnection);
+    connect(m_host, &PluginHost::UnloadRequested, this, &frmPlugin::UnloadInTime);
     SetState(State::Starting);
     QString problem;
     m_object = MakePluginObject(key, m_folders, *m_host, this, problem);
@@ -148,7 +153,7 @@ void frmPlugin::DropObject()
     if (OLE1->currentWidget() != m_page)
         OLE1->setCurrentWidget(m_page);
     delete std::exchange(m_object, nullptr);
-    m_host.reset();
+    delete std::exchange(m_host, nullptr);
 }
 
 void frmPlugin::NoteTrouble(const QString& text)

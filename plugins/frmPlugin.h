@@ -59,7 +59,7 @@ private:
     std::unique_ptr<PluginDataFlash> m_dataFlash;
     QStringList m_folders;
     QString m_key;
-    std::unique_ptr<PluginHost> m_host;
+    PluginHost* m_host = nullptr;
     PluginObject* m_object = nullptr;
     State m_state = State::Starting;
     std::int16_t m_popup = 0;
