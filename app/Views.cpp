@@ -2,6 +2,9 @@
 
 #include "flashimage/frmFlash.h"
 #include "look/Theme.h"
+#include "plugins/LoadedDataFlash.h"
+#include "plugins/PluginCatalogue.h"
+#include "plugins/frmPlugin.h"
 #include "sbs/clsSBSCfgRW.h"
 #include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
@@ -75,7 +78,13 @@ ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& co
     for (const Factory& factory : kFactories)
         if (key == QLatin1String(factory.key))
             return factory.make(context);
-    return new MissingView(key, caption);
+    for (const char* own : {"DF", "Cal", "Pro"})
+        if (key == QLatin1String(own))
+            return new MissingView(key, caption);
+    auto* plugin = new frmPlugin(context, std::make_unique<LoadedDataFlash>(context),
+                                 PluginFolders(context.state.ProgramFolder));
+    plugin->Mode(key);
+    return plugin;
 }
 
 std::span<const ToolView> ToolViews() { return kTools; }

@@ -11,6 +11,7 @@
 #include "app/frmTargets.h"
 #include "look/Icons.h"
 #include "platform/ProgramFolder.h"
+#include "plugins/PluginCatalogue.h"
 #include "settings/TargetList.h"
 
 #include <QActionGroup>
@@ -135,6 +136,7 @@ void frmMDI::LoadTargetSpecificGUI()
     const QString file = ResolvePath(m_program.State().ProgramFolder, m_program.State().TargetConfigPath);
     setWindowTitle(TargetTitle(m_program.Profiles(), file));
     m_selector->Clear();
+    m_selector->SetPluginFolders(PluginFolders(m_program.State().ProgramFolder));
     int index = 0;
     for (const ViewButton& button : TargetButtons(m_program.Profiles(), file))
         LoadMDIButton(index++, button);
@@ -218,14 +220,23 @@ bool frmMDI::ViewBusy() const
 
 bool frmMDI::CloseViews()
 {
+    // a plug-in's window can close by itself whenever events run
+    QList<QPointer<ChildView>> views;
     for (ChildView* view : OpenViews()) {
         view->Abandon();
-        if (view->Busy() || !view->MayClose())
+        views << view;
+    }
+    for (const QPointer<ChildView>& view : std::as_const(views)) {
+        m_program.Access().TakeBack(); // no question opens while a plug-in has the bus
+        if (view && (view->Busy() || !view->MayClose()))
             return false;
     }
-    const QList<QMdiSubWindow*> windows = mdiArea->subWindowList();
-    for (QMdiSubWindow* window : windows) {
-        window->widget()->close();
+    QList<QPointer<QMdiSubWindow>> windows;
+    for (QMdiSubWindow* window : mdiArea->subWindowList())
+        windows << window;
+    for (const QPointer<QMdiSubWindow>& window : std::as_const(windows)) {
+        if (window && window->widget())
+            window->widget()->close();
         delete window; // and the view with it
     }
     m_views.clear();
