@@ -21,7 +21,7 @@ constexpr std::size_t kDataBytes = 32; ///< of a record that is written
 constexpr std::size_t kMostDataBytes = kMaxCount - 5; ///< of a record with eight digits of address
 constexpr std::size_t kMostCommentBytes = kMaxCount - 3;
 constexpr qsizetype kKeptOfLine = 1024; ///< no record is longer; what stands behind it is not looked at
-constexpr qsizetype kBlock = 256 * 1024;
+constexpr qsizetype kBlock = 64 * 1024;
 constexpr std::uint64_t kAddresses = 1ULL << 32;
 
 constexpr unsigned kNoDigit = 0x10;
@@ -117,7 +117,7 @@ private:
 
 QByteArray Record(char type, int addressBytes, std::span<const std::uint8_t> data)
 {
-    std::array<char, RecordBuilder::kLongest> text; // NOLINT: filled as far as it is used
+    std::array<char, RecordBuilder::kLongest> text{};
     const char* const end = RecordBuilder(text.data()).Put(type, 0, addressBytes, data);
     return {text.data(), end - text.data()};
 }
