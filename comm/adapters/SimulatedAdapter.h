@@ -2,6 +2,7 @@
 
 #include "comm/adapters/Pc61vRW.h"
 #include "platform/TimeSource.h"
+#include "simulator/BenchMeter.h"
 #include "simulator/BusHost.h"
 #include "simulator/Eeprom.h"
 #include "simulator/FaultyBus.h"
@@ -89,6 +90,7 @@ private:
     GaugeTarget m_gauge;
     GaugeRegisterFile m_registers;
     Eeprom m_eeprom;
+    BenchMeter m_meter;
     OneWireChip m_chip;
     SimulatedBus m_bus;
     FaultyBus m_faults;
