@@ -13,8 +13,6 @@ QString RecordFolder(const QString& programFolder) { return programFolder + QStr
 
 QString AppendRecord(const QString& folder, const UnitRecord& record)
 {
-    if (!QDir().mkpath(folder))
-        return QStringLiteral("the folder %1 cannot be made").arg(folder);
     QJsonObject line{{QStringLiteral("time"), record.Time.toString(Qt::ISODate)},
                      {QStringLiteral("serial"), record.Serial},
                      {QStringLiteral("unit"), record.Unit},
@@ -30,8 +28,17 @@ QString AppendRecord(const QString& folder, const UnitRecord& record)
                      {QStringLiteral("backup"), record.Backup}};
     if (!record.Error.isEmpty())
         line[QStringLiteral("error")] = record.Error;
-    const QString name = record.Serial.isEmpty() ? QStringLiteral("unknown") : FileNamePart(record.Serial);
-    QFile file(QStringLiteral("%1/%2.jsonl").arg(folder, name));
+    QString file;
+    return AppendRecordLine(folder, record.Serial, line, file);
+}
+
+QString AppendRecordLine(const QString& folder, const QString& serial, const QJsonObject& line, QString& path)
+{
+    const QString name = serial.isEmpty() ? QStringLiteral("unknown") : FileNamePart(serial);
+    path = QStringLiteral("%1/%2.jsonl").arg(folder, name);
+    if (!QDir().mkpath(folder))
+        return QStringLiteral("the folder %1 cannot be made").arg(folder);
+    QFile file(path);
     const auto problem = [&file] {
         return QStringLiteral("%1 could not be written: %2").arg(file.fileName(), file.errorString());
     };
