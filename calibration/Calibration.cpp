@@ -523,14 +523,16 @@ std::optional<double> SimulatedMeter(frmUSB& usb, GaugeAccess& access, Calibrati
     if (usb.Facts().Kind != QLatin1String("simulated") || !FactsOf(step).NeedsReference)
         return std::nullopt;
     const bool current = step == CalibrationStep::CurrentGain || step == CalibrationStep::BoardOffset;
-    const std::uint8_t what = step == CalibrationStep::Voltage ? 0 : current ? 1 : 2;
+    const std::int16_t what = step == CalibrationStep::Voltage ? 0 : current ? 1 : 2;
     const ExclusiveAccess bus(access, kOwner, 0);
-    std::int16_t word = 0;
+    Bytes answer;
+    std::int16_t length = 2;
     ErrorCode err = ErrorCode::BusBusy;
     if (bus)
-        usb.ReadSMBusWord_(what, word, kMeter, err);
-    if (Failed(err))
+        usb.I2CReadBlock(kMeter, what, answer, length, err);
+    if (Failed(err) || answer.size() != 2)
         return std::nullopt;
+    const auto word = static_cast<std::int16_t>(answer[0] | answer[1] << 8);
     switch (step) {
     case CalibrationStep::Voltage:
         return static_cast<std::uint16_t>(word);

@@ -8,8 +8,8 @@
 #include <cstdint>
 
 /// A meter on the simulated bench, at 0x92: what a person would read off good instruments that are connected
-/// to the pack. Read words, low byte first: 0 voltage in mV, 1 current in 0.1 mA, positive into the pack, 2
-/// temperature in 0.1 K. No real bench has it.
+/// to the pack. I2C reads of two bytes, low byte first, by register: 0 voltage in mV, 1 current in 0.1 mA,
+/// positive into the pack, 2 temperature in 0.1 K. No real bench has it.
 class BenchMeter final : public BusTarget {
 public:
     static constexpr std::uint8_t kAddress = 0x92;
