@@ -1,5 +1,6 @@
 #include "app/Views.h"
 
+#include "calibration/frmCal.h"
 #include "look/Theme.h"
 #include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
@@ -42,6 +43,7 @@ struct Factory {
 };
 
 constexpr std::array kFactories{
+    Factory{"Cal", [](GaugeContext& context) -> ChildView* { return new frmCal(context); }},
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
 };
 

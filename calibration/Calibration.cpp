@@ -2,6 +2,7 @@
 
 #include "calibration/CalibrationRecord.h"
 #include "comm/BusSequence.h"
+#include "comm/GaugeIdentity.h"
 #include "comm/Wait.h"
 
 #include <QScopedValueRollback>
@@ -515,6 +516,25 @@ void Calibration::AddRecord(CalibrationResult& result, const PackIdentity& pack,
         = AppendCalibrationRecord(RecordFolder(), m_links.time.Now(), pack, result, restored, result.Record);
     if (!problem.isEmpty())
         result.Problem += (result.Problem.isEmpty() ? QString() : QStringLiteral(" ")) + problem;
+}
+
+ErrorCode TakeGaugeSettings(frmUSB& usb, GaugeAccess& access, ProfileStore& profiles, UserMessages& messages,
+                            const StartupState& state, TargetSettings& settings)
+{
+    const IdentityRequest request = ReadIdentityRequest(profiles, state);
+    if (!request.Allowed)
+        return ErrorCode::Ok;
+    QString identity;
+    {
+        const ExclusiveAccess bus(access, kOwner);
+        if (!bus)
+            return ErrorCode::BusBusy;
+        const ErrorCode err = ReadGaugeIdentity(usb, request, state.TargetAddress, identity);
+        if (Failed(err))
+            return err;
+    }
+    (void)LoadTargetSettings(profiles, messages, state.ProgramFolder, GetDeviceKey(identity), settings);
+    return ErrorCode::Ok;
 }
 
 std::optional<double> SimulatedMeter(frmUSB& usb, GaugeAccess& access, CalibrationStep step)

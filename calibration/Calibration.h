@@ -3,6 +3,7 @@
 #include "calibration/CalibrationUnit.h"
 #include "comm/GaugeAccess.h"
 #include "dataflash/PackIdentity.h"
+#include "platform/ProfileFile.h"
 #include "platform/TimeSource.h"
 #include "platform/UserMessages.h"
 #include "settings/StartupState.h"
@@ -130,6 +131,13 @@ private:
     bool m_running = false;
     bool m_cancel = false;
 };
+
+/// Reads who is on the bus and loads the settings that belong to it, so that they always match the gauge that
+/// is calibrated. A target that forbids the question keeps the settings it has.
+/// @return the failure of the identity read; the settings are then as they were
+[[nodiscard]] ErrorCode TakeGaugeSettings(frmUSB& usb, GaugeAccess& access, ProfileStore& profiles,
+                                          UserMessages& messages, const StartupState& state,
+                                          TargetSettings& settings);
 
 /// What the simulated bench's meter shows, in the step's unit; nothing on a real adapter.
 [[nodiscard]] std::optional<double> SimulatedMeter(frmUSB& usb, GaugeAccess& access, CalibrationStep step);

@@ -24,3 +24,4 @@
 [[nodiscard]] std::vector<CommandSpec> SkinCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashFileCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashImportCommands();
+[[nodiscard]] std::vector<CommandSpec> CalibrationCommands();
