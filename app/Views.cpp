@@ -1,5 +1,6 @@
 #include "app/Views.h"
 
+#include "calibration/frmCal.h"
 #include "flashimage/frmFlash.h"
 #include "look/Theme.h"
 #include "plugins/LoadedDataFlash.h"
@@ -47,6 +48,7 @@ struct Factory {
 };
 
 constexpr std::array kFactories{
+    Factory{"Cal", [](GaugeContext& context) -> ChildView* { return new frmCal(context); }},
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
 };
 

@@ -6,8 +6,8 @@ std::vector<CommandSpec> AllCommands()
     for (const auto group :
          {ScanCommands, LogCommands, CycleCommands, AdapterCommands, RegisterCommands, BusCommands,
           IniCommands, ConvertCommands, DataFlashCommands, DataFlashConvertCommands, DataFlashFileCommands,
-          DataFlashImportCommands, TableCommands, SettingsCommands, TargetCommands, SkinCommands,
-          SrecCommands, FlashCommands}) {
+          DataFlashImportCommands, CalibrationCommands, TableCommands, SettingsCommands, TargetCommands,
+          SkinCommands, SrecCommands, FlashCommands}) {
         const std::vector<CommandSpec> more = group();
         commands.insert(commands.end(), more.begin(), more.end());
     }

@@ -26,3 +26,4 @@
 [[nodiscard]] std::vector<CommandSpec> DataFlashImportCommands();
 [[nodiscard]] std::vector<CommandSpec> SrecCommands();
 [[nodiscard]] std::vector<CommandSpec> FlashCommands();
+[[nodiscard]] std::vector<CommandSpec> CalibrationCommands();

@@ -2,6 +2,7 @@
 
 #include "comm/adapters/Pc61vRW.h"
 #include "platform/TimeSource.h"
+#include "simulator/BenchMeter.h"
 #include "simulator/BootRom.h"
 #include "simulator/BusHost.h"
 #include "simulator/Eeprom.h"
@@ -93,6 +94,7 @@ private:
     GaugeTarget m_gauge;
     GaugeRegisterFile m_registers;
     Eeprom m_eeprom;
+    BenchMeter m_meter;
     OneWireChip m_chip;
     BootRom m_rom;
     SimulatedBus m_bus;
