@@ -5,7 +5,8 @@
 #include <type_traits>
 
 /// Calls use(place, class, subclass, item) for every item in configuration order; const follows the tree.
-template <typename Tree, typename Use> void ForEachItem(Tree& tree, Use use)
+template <typename Tree, typename Use>
+void ForEachItem(Tree& tree, Use use)
 {
     static_assert(std::is_same_v<std::remove_const_t<Tree>, DataFlashTree>);
     for (ItemPlace at{}; at.Class < static_cast<int>(tree.Classes.size()); ++at.Class) {
@@ -19,7 +20,8 @@ template <typename Tree, typename Use> void ForEachItem(Tree& tree, Use use)
 }
 
 /// The item at a place that the tree has.
-template <typename Tree> auto& ItemAt(Tree& tree, const ItemPlace& at)
+template <typename Tree>
+auto& ItemAt(Tree& tree, const ItemPlace& at)
 {
     static_assert(std::is_same_v<std::remove_const_t<Tree>, DataFlashTree>);
     return tree.Classes[static_cast<std::size_t>(at.Class)]
