@@ -4,6 +4,10 @@
 #include "comm/frmUSB.h"
 #include "dataflash/AccessStyle.h"
 #include "dataflash/DataFlashModel.h"
+#include "dataflash/PackIdentity.h"
+#include "dataflash/PreserveSettings.h"
+#include "dataflash/SubClassTransfer.h"
+#include "dataflash/WriteJournal.h"
 #include "platform/ProfileFile.h"
 #include "platform/TimeSource.h"
 #include "platform/UserMessages.h"
@@ -14,6 +18,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -21,7 +27,15 @@ namespace DataFlashResult {
 inline constexpr std::int32_t kOk = 0;
 inline constexpr std::int32_t kNotRead = 5041; ///< what should be preserved was not read
 inline constexpr std::int32_t kNoValue = 5042; ///< an item's text does not encode
+inline constexpr std::int32_t kNoJournal = 5043; ///< the journal could not be saved, so nothing was sent
 } // namespace DataFlashResult
+
+/// Indices into the tree.
+struct SubClassPlace {
+    int Class = 0;
+    int SubClass = 0;
+    auto operator<=>(const SubClassPlace&) const = default;
+};
 
 /// What a write would do, before it is done.
 struct WritePlan {
@@ -40,13 +54,14 @@ struct WritePlan {
 struct TransferReport {
     enum class Fate : std::uint8_t { Done, Failed, NotReached, NotVerified };
     struct Entry {
-        int Class = 0;
+        int Class = 0; ///< -1 when the loaded configuration does not have the subclass
         int SubClass = 0;
         Fate What = Fate::Done;
         std::int32_t Code = 0;
         std::vector<int> Offsets{}; ///< bytes that did not take
     };
-    std::int32_t Result = 0; ///< 0, 5041, 5042 or the adapter's code
+    std::int32_t Result = 0; ///< 0, 5041, 5042, 5043 or the adapter's code; 11 when something did not take,
+                             ///< 34 when cancelled, 94 when the bus was not to be had
     bool Cancelled = false;
     bool Verified = false; ///< read back, and everything took
     std::vector<Entry> Entries;
@@ -60,6 +75,7 @@ struct PendingWrite {
         std::uint16_t Id = 0;
         QString Name; ///< subclass (class)
         Now What = Now::Unreadable;
+        bool Sent = false; ///< the gauge had acknowledged all of it
     };
     QString Pack; ///< the pack it belongs to, for people
     QString Begun; ///< ISO 8601
@@ -67,7 +83,11 @@ struct PendingWrite {
 };
 
 /// The data flash of the selected target: its values, and their way to and from the gauge one subclass at a
-/// time. Holds the bus under the name "DF" for its sequences; messages come after it was given back.
+/// time. Holds the bus under the name "DF" for its sequences; messages come after it was given back. Before
+/// the first byte of a write goes out, a journal is on the disk (docs/dataflash-journal.md).
+///
+/// Every operation lets events run. One that is called while another runs answers at once with Cancelled and
+/// code 34, and so does a load; values may be edited meanwhile and stay, but are not part of that write.
 class DataFlash {
 public:
     struct Links {
@@ -77,9 +97,12 @@ public:
         UserMessages& messages;
         ProfileStore& profiles;
         const StartupState& state;
+        JournalFiles* journals = nullptr; ///< null: folder Journal of the program folder
     };
     explicit DataFlash(const Links& links);
     ~DataFlash();
+    DataFlash(const DataFlash&) = delete;
+    DataFlash& operator=(const DataFlash&) = delete;
 
     /// Loads key ConfigFile of section DataFlash of the target's configuration file, opened in the folder of
     /// that file, else in the program folder.
@@ -95,38 +118,141 @@ public:
     /// Key Name of section Device of the target's configuration file, or "Unknown".
     [[nodiscard]] QString DeviceName() const;
 
-    // operations; each answers at once with Cancelled when another one runs further down the stack
-    std::int32_t ReadDFSubClass(int classIndex, int subClassIndex); ///< bus held by the caller
-    std::int32_t WriteDFSubClass(int classIndex, int subClassIndex); ///< bus held by the caller
+    // One subclass; the bus is held by the caller, who shows what TakeMessages() hands out once he gave it
+    // back. Results: 0, 5041, 5042, 5043, 34 or the adapter's code.
+    std::int32_t ReadDFSubClass(int classIndex, int subClassIndex);
+    std::int32_t WriteDFSubClass(int classIndex, int subClassIndex);
+    [[nodiscard]] QStringList TakeMessages();
+
     TransferReport ReadAllDF();
-    /// The whole of Write All: guard, journal, walk, wait for the adapter, verify.
+    /// These subclasses alone. LastReadAllOK can only become false by it.
+    TransferReport ReadSome(const std::vector<SubClassPlace>& places);
+    /// The whole of Write All: guard, journal, walk, wait for the adapter, verify. What verifies is a Read
+    /// All that compares byte by byte.
     TransferReport WriteAll(bool verify);
-    /// Only subclasses with edited items.
+    /// Only subclasses with edited items; each must have been read before. Verified by reading them again.
     TransferReport WriteChanged(bool verify);
-    /// Write All that keeps what preserve set n names.
+    /// Write All that keeps what preserve set n names; asks when it names nothing.
     TransferReport WritePreserve(int set, bool verify);
     [[nodiscard]] QStringList PreserveSets() const; ///< for the menu, set 1 first
+    /// Pings the adapter until it answers, for at most 20 s.
     void WaitforPacketsToBeSent();
 
     [[nodiscard]] WritePlan PlanAll() const;
     [[nodiscard]] WritePlan PlanChanged() const;
 
-    void Cancel(); ///< a running operation ends after its present page
+    /// A running operation ends: a read after its present page, a write after its present subclass, so that
+    /// none is left half written. The journal of a write that was cut short stays.
+    void Cancel();
     [[nodiscard]] bool Running() const { return m_running; }
-    /// Called while an operation runs, once a subclass: how many are done of how many, and what is under way.
+    /// Called while an operation runs, once a subclass, with how many classes are done of how many and what
+    /// is under way; in the end with 100 of 100 and an empty step.
     std::function<void(int done, int of, const QString& step)> OnProgress;
 
+    /// Who is on the bus, for records and backups; nothing when the bus is not to be had.
+    [[nodiscard]] std::optional<PackIdentity> ReadPack();
+
     /// Compares the gauge with the journal of a write that never ended. Nothing when there is none for the
-    /// pack on the bus.
+    /// pack on the bus; without any journal the bus is not touched. Needs no loaded configuration.
     [[nodiscard]] std::optional<PendingWrite> FindPendingWrite();
+    /// Writes what is not new yet, or what is not old any more, and verifies it. The journal goes when all of
+    /// it took. Values on the screen are then out of date: LastReadAllOK is false.
     TransferReport FinishPendingWrite();
     TransferReport RollBackPendingWrite();
     void ForgetPendingWrite();
 
 private:
+    struct Message {
+        QString Text;
+        bool Fault = false; ///< for the list of faults rather than a box
+    };
+    /// What is known of a subclass beside its record in the tree.
+    struct Known {
+        bool Read = false; ///< its buffer is the gauge's, as of the last read or write
+        Bytes Tail; ///< behind its end in its last page, as the gauge sent it
+    };
+    /// One subclass on its way to the gauge.
+    struct Outgoing {
+        SubClassPlace At;
+        Bytes Old;
+        Bytes New;
+        QStringList Texts; ///< of the items as they were encoded
+    };
+    /// One operation at a time. Messages come when it ended, for then the bus is free.
+    class Operation {
+    public:
+        explicit Operation(DataFlash& flash, bool shows = true);
+        ~Operation();
+        Operation(const Operation&) = delete;
+        Operation& operator=(const Operation&) = delete;
+        explicit operator bool() const { return m_first; }
+
+    private:
+        DataFlash& m_flash;
+        bool m_first;
+        bool m_shows;
+    };
+
+    [[nodiscard]] bool Has(SubClassPlace place) const;
+    [[nodiscard]] SubClass& At(SubClassPlace place);
+    [[nodiscard]] const SubClass& At(SubClassPlace place) const;
+    [[nodiscard]] QString NameOf(SubClassPlace place) const;
+    [[nodiscard]] SubClassPlace PlaceOf(std::uint16_t id) const; ///< -1, -1: not in the tree
+    [[nodiscard]] std::vector<SubClassPlace> AllPlaces() const;
+    [[nodiscard]] std::vector<SubClassPlace> ChangedPlaces() const;
+    [[nodiscard]] SubClassTransfer::Setup SetupOf(const AccessStyle& style) const;
+    [[nodiscard]] SubClassTransfer MakeTransfer(const AccessStyle& style);
+    [[nodiscard]] bool Preserved(std::uint16_t id) const;
+
+    void Say(const QString& text, bool fault = false) { m_said.push_back({text, fault}); }
+    void SayFaults(SubClassTransfer& transfer);
+    void SayReadError(SubClassPlace place, std::int32_t code);
+    void ShowMessages();
+    void Progress(SubClassPlace place, const QString& verb);
+    void ProgressEnds();
+    [[nodiscard]] static TransferReport AlreadyRunning();
+    [[nodiscard]] static TransferReport ReportOf(const std::vector<SubClassPlace>& places);
+    [[nodiscard]] QString Summary(const TransferReport& report, const QString& verb) const;
+    static void Fail(TransferReport::Entry& entry, std::int32_t code);
+    [[nodiscard]] TransferReport Busy(TransferReport report);
+
+    // steps with the bus held
+    std::int32_t Fetch(SubClassTransfer& transfer, SubClassPlace place, Bytes& whole);
+    [[nodiscard]] Bytes WithTail(const SubClassTransfer& transfer, SubClassPlace place,
+                                 const Bytes& image) const;
+    [[nodiscard]] QStringList Decoded(SubClassPlace place, const Bytes& image);
+    void Take(SubClassPlace place, const Bytes& whole);
+    std::int32_t ReadOne(SubClassTransfer& transfer, SubClassPlace place);
+    std::int32_t Encode(SubClassPlace place, Outgoing& out);
+    std::int32_t TakePreserved(SubClassTransfer& transfer, Outgoing& out);
+    std::int32_t Send(SubClassTransfer& transfer, const Outgoing& out);
+    std::int32_t BeginJournal(const std::vector<Outgoing>& writes);
+    void EndJournal(const std::vector<Outgoing>& writes);
+    [[nodiscard]] std::optional<JournalContent> OpenJournal();
+    void WalkWrites(SubClassTransfer& transfer, std::vector<Outgoing>& writes, TransferReport& report);
+
+    // parts of operations; each takes the bus and gives it back
+    TransferReport Read(const std::vector<SubClassPlace>& places, bool all);
+    TransferReport GuardedWriteAll(bool verify);
+    TransferReport Write(const std::vector<SubClassPlace>& places, bool all, bool verify);
+    void Verify(const std::vector<Outgoing>& writes, bool all, TransferReport& report);
+    [[nodiscard]] bool Ping();
+    TransferReport Recover(bool finish);
+    [[nodiscard]] WritePlan Plan(const std::vector<SubClassPlace>& places, bool all) const;
+
     Links m_links;
     DataFlashTree m_tree;
     AccessStyle m_style;
+    std::map<SubClassPlace, Known> m_known;
     bool m_lastReadAllOK = false;
     bool m_running = false;
+    bool m_cancel = false;
+    std::vector<Message> m_said;
+
+    int m_preserveSelection = -1; ///< the active preserve set
+    std::vector<std::uint16_t> m_preserveWhole;
+    std::vector<std::uint16_t> m_preservePartly;
+
+    std::unique_ptr<JournalFiles> m_ownJournals;
+    WriteJournal m_journal;
 };
