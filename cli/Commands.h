@@ -16,7 +16,10 @@
 [[nodiscard]] std::vector<CommandSpec> BusCommands();
 [[nodiscard]] std::vector<CommandSpec> IniCommands();
 [[nodiscard]] std::vector<CommandSpec> ConvertCommands();
+[[nodiscard]] std::vector<CommandSpec> DataFlashConvertCommands();
 [[nodiscard]] std::vector<CommandSpec> TableCommands();
 [[nodiscard]] std::vector<CommandSpec> SettingsCommands();
 [[nodiscard]] std::vector<CommandSpec> TargetCommands();
 [[nodiscard]] std::vector<CommandSpec> SkinCommands();
+[[nodiscard]] std::vector<CommandSpec> DataFlashFileCommands();
+[[nodiscard]] std::vector<CommandSpec> DataFlashImportCommands();

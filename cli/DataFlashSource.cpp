@@ -33,8 +33,9 @@ bool LoadLayout(CommandContext& context, const QString& config, DataFlashTree& t
     const QString path
         = config.isEmpty() ? DataFlashConfigPath(context.Profiles, *startup) : ConfigPath(*startup, config);
     if (path.isEmpty()) {
-        failed = Refused(QStringLiteral("no data flash configuration is known: choose a target whose file has "
-                                        "[DataFlash] ConfigFile with --target, or name one with --config"));
+        failed
+            = Refused(QStringLiteral("no data flash configuration is known: choose a target whose file has "
+                                     "[DataFlash] ConfigFile with --target, or name one with --config"));
         return false;
     }
     bCfgReader reader;
@@ -87,7 +88,8 @@ bool DataFlashSource::ReadAll(Outcome& failed)
 Outcome TransferFailed(const TransferReport& report)
 {
     const QString text = report.Text.isEmpty() ? QStringLiteral("the data flash was not read") : report.Text;
-    const bool own = report.Result == DataFlashResult::kOk || report.Result == DataFlashResult::kNotRead
-        || report.Result == DataFlashResult::kNoValue;
-    return own ? Refused(text) : NoAnswer(static_cast<ErrorCode>(report.Result), text);
+    const auto code = static_cast<ErrorCode>(report.Result);
+    const bool own = report.Result == DataFlashResult::kOk || report.Result >= DataFlashResult::kNotRead
+        || code == ErrorCode::UserCancelled || code == ErrorCode::CompareDifferent;
+    return own ? Refused(text) : NoAnswer(code, text);
 }

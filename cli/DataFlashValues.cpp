@@ -47,8 +47,10 @@ QStringList PutValues(DataFlashTree& tree, const QJsonObject& values)
         return QString(a + QLatin1Char('\n') + b + QLatin1Char('\n') + c).toCaseFolded();
     };
     QHash<QString, DataItem*> items;
-    ForEachItem(tree, [&](const ItemPlace&, const DataClass& dataClass, const SubClass& subClass,
-                          DataItem& item) { items[key(dataClass.Name, subClass.Name, item.Name)] = &item; });
+    ForEachItem(tree,
+                [&](const ItemPlace&, const DataClass& dataClass, const SubClass& subClass, DataItem& item) {
+                    items[key(dataClass.Name, subClass.Name, item.Name)] = &item;
+                });
     QStringList unknown;
     for (auto dataClass = values.begin(); dataClass != values.end(); ++dataClass) {
         const QJsonObject subClasses = dataClass->toObject();
@@ -87,7 +89,8 @@ QString PutValuesFile(DataFlashTree& tree, const QString& path)
     const QStringList unknown = PutValues(tree, values.isObject() ? values.toObject() : object);
     if (unknown.isEmpty())
         return {};
-    return QStringLiteral("%1 names %2 values that the configuration does not have, or that are no texts: %3%4")
+    return QStringLiteral(
+               "%1 names %2 values that the configuration does not have, or that are no texts: %3%4")
         .arg(path)
         .arg(unknown.size())
         .arg(unknown.mid(0, kNamesListed).join(QStringLiteral(", ")),

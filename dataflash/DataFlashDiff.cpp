@@ -16,9 +16,6 @@ bool Has(const DataFlashTree& tree, const ItemPlace& at)
                       .Items);
 }
 
-/// An empty text is a value of a string alone.
-bool HasValue(const DataItem& item, const QString& text) { return !text.isEmpty() || BytesOf(item, text); }
-
 } // namespace
 
 DataFlashDiff Compare(const DataFlashTree& a, const DataFlashTree& b)

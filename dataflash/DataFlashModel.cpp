@@ -136,9 +136,14 @@ void ClearValues(DataFlashTree& tree)
 
 QString DataFlashConfigPath(ProfileStore& profiles, const StartupState& state)
 {
+    return DataFlashPath(profiles, state, u"ConfigFile");
+}
+
+QString DataFlashPath(ProfileStore& profiles, const StartupState& state, QStringView key)
+{
     if (state.TargetConfigPath.isEmpty())
         return {};
-    const QString written = profiles.String(state.TargetConfigPath, u"DataFlash", u"ConfigFile");
+    const QString written = profiles.String(state.TargetConfigPath, u"DataFlash", key);
     if (written.isEmpty())
         return {};
     const QString beside = ResolvePath(QFileInfo(state.TargetConfigPath).path(), written);

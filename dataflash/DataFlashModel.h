@@ -85,3 +85,5 @@ void ClearValues(DataFlashTree& tree);
 /// opened in that file's folder, else in the program folder.
 /// @return empty when no target is chosen or it names none
 [[nodiscard]] QString DataFlashConfigPath(ProfileStore& profiles, const StartupState& state);
+/// The same for another key of that section.
+[[nodiscard]] QString DataFlashPath(ProfileStore& profiles, const StartupState& state, QStringView key);

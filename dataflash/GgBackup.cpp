@@ -105,7 +105,7 @@ QString FileNamePart(const QString& text)
 {
     QString part = text.trimmed().left(kLongestPart);
     for (QChar& c : part)
-        if (!c.isLetterOrNumber() && c != QLatin1Char('.') && c != QLatin1Char('_') && c != QLatin1Char('-'))
+        if (!c.isLetterOrNumber() && !QStringLiteral(" ._-").contains(c))
             c = QLatin1Char('_');
     return part.isEmpty() || part.startsWith(QLatin1Char('.')) ? QLatin1Char('_') + part : part;
 }

@@ -4,10 +4,8 @@
 #include "dataflash/EachItem.h"
 #include "dataflash/ItemBytes.h"
 #include "dataflash/ItemText.h"
-#include "platform/ProgramFolder.h"
 #include "platform/WholeFile.h"
 
-#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -106,7 +104,8 @@ std::optional<QString> ValueIn(const ProfileFile& file, const QString& section, 
 void Take(GgImport& import, const ItemPlace& at, const DataItem& item, const QString& text)
 {
     GgImport::Entry entry{at, item.Value, text, {}};
-    if (text == item.Value && !text.isEmpty()) {
+    const bool known = HasValue(item, item.Value);
+    if (known && text == item.Value) {
         ++import.Same;
         return;
     }
@@ -116,7 +115,7 @@ void Take(GgImport& import, const ItemPlace& at, const DataItem& item, const QSt
         import.Refused.push_back(entry);
         return;
     }
-    if (text == item.Value || SameBytes(item, text, item.Value)) {
+    if (known && SameBytes(item, text, item.Value)) {
         ++import.Same;
         return;
     }
@@ -214,8 +213,11 @@ void ApplyGg(const GgImport& import, DataFlashTree& tree)
 
 QString GgSummary(const GgImport& import)
 {
-    return QStringLiteral("%1 changed, %2 same, %3 missing, %4 unknown, %5 out of range, %6 refused")
-        .arg(import.Changed.size())
+    const auto fresh = std::ranges::count_if(import.Changed,
+                                             [](const GgImport::Entry& entry) { return entry.Old.isNull(); });
+    return QStringLiteral("%1 changed, %2%3 same, %4 missing, %5 unknown, %6 out of range, %7 refused")
+        .arg(static_cast<qsizetype>(import.Changed.size()) - fresh)
+        .arg(fresh > 0 ? QStringLiteral("%1 new, ").arg(fresh) : QString())
         .arg(import.Same)
         .arg(import.Missing.size())
         .arg(import.UnknownCount)
@@ -312,13 +314,7 @@ Bytes GgBytes(const ProfileFile& file, const SubClass& subClass)
 
 QString DefaultsPath(ProfileStore& profiles, const StartupState& state)
 {
-    if (state.TargetConfigPath.isEmpty())
-        return {};
-    const QString written = profiles.String(state.TargetConfigPath, u"DataFlash", u"Defaults");
-    if (written.isEmpty())
-        return {};
-    const QString beside = ResolvePath(QFileInfo(state.TargetConfigPath).absolutePath(), written);
-    return QFileInfo::exists(beside) ? beside : ResolvePath(state.ProgramFolder, written);
+    return DataFlashPath(profiles, state, u"Defaults");
 }
 
 GgImport UseDefaultsFile(const QString& path, DataFlashTree& tree, const QString& deviceName)

@@ -48,7 +48,8 @@ struct GgImport {
 /// Puts the changed values into the tree, and nothing else.
 void ApplyGg(const GgImport& import, DataFlashTree& tree);
 
-/// "3 changed, 247 same, ..." and then a line for everything that a person should know before accepting.
+/// "3 changed, 247 same, ..."; "new" are those where no value was known before. The report adds a line for
+/// everything that a person should know before accepting.
 [[nodiscard]] QString GgSummary(const GgImport& import);
 [[nodiscard]] QStringList GgReport(const GgImport& import, const DataFlashTree& tree);
 /// "subclass(class)", as the section of an item is called.

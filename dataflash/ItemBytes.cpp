@@ -22,6 +22,14 @@ std::optional<Bytes> BytesOf(const DataItem& item, const QString& native, QStrin
     return bytes;
 }
 
+bool HasValue(const DataItem& item, const QString& native)
+{
+    if (!native.isEmpty())
+        return true;
+    const std::optional<DataTypeForm> type = ParseDataType(item.DataType);
+    return !native.isNull() && type && type->What == DataTypeForm::Kind::Text;
+}
+
 bool SameBytes(const DataItem& item, const QString& a, const QString& b)
 {
     const std::optional<Bytes> first = BytesOf(item, a);

@@ -39,11 +39,24 @@ public:
     [[nodiscard]] std::int32_t Signed(std::uint16_t id, int offset, int width) const;
     [[nodiscard]] std::uint32_t Unsigned(std::uint16_t id, int offset, int width) const;
 
+    /// A counted string, as SMBus answers it: without its length. Empty where it runs past its subclass.
+    [[nodiscard]] Bytes Text(std::uint16_t id, int offset) const;
+    [[nodiscard]] Bytes Copy(std::uint16_t id, int offset, int width) const; ///< empty where there is no such place
+
+    /// Both regions, data first, to be kept across runs.
+    [[nodiscard]] Bytes Image() const;
+    bool TakeImage(std::span<const std::uint8_t> image); ///< @return false for a wrong size
+    [[nodiscard]] std::uint64_t Changes() const { return m_changes; } ///< writes so far
+
     /// The gauge looks at its constants again after a change.
     std::function<void()> OnChange;
 
 private:
+    void Write(Bytes& region, std::size_t start, std::span<const std::uint8_t> bytes);
+    [[nodiscard]] std::span<const std::uint8_t> Part(std::uint16_t id, int offset, int width) const;
+
     std::vector<Place> m_places;
     Bytes m_data;
     Bytes m_program;
+    std::uint64_t m_changes = 0;
 };

@@ -5,15 +5,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <string_view>
 
 namespace {
 
-constexpr int kDesignMv = 14800;
-constexpr int kChargeMv = 16800;
-constexpr int kChargeMa = 2200;
-constexpr int kPrechargeMa = 220;
 constexpr int kTaperMa = 220;
+constexpr int kLearningMa = 2420; // a faster discharge leaves charge behind
 constexpr int kFullWindowMv = 60;
 constexpr int kFullSeconds = 40;
 constexpr int kEmptySeconds = 3;
@@ -37,8 +33,6 @@ constexpr std::uint16_t kModeWriteable = 0xE300;
 constexpr std::uint16_t kCapacityMode = 0x8000;
 constexpr std::uint16_t kAlarmMode = 0x2000;
 constexpr std::uint16_t kConditionFlag = 0x0080;
-constexpr std::uint16_t kManufactureDate = (2025 - 1980) * 512 + 3 * 32 + 14;
-constexpr std::array<std::uint8_t, 8> kManufacturerData{0x01, 0x02, 0x00, 0x04, 0x4C, 0x54, 0x30, 0x31};
 
 std::uint16_t Saturated(double value) { return static_cast<std::uint16_t>(std::clamp(value, 0.0, 65534.0)); }
 
@@ -46,18 +40,40 @@ std::uint16_t Pattern(int value) { return static_cast<std::uint16_t>(std::clamp(
 
 int Rounded(double value) { return static_cast<int>(std::floor(value + 0.5)); }
 
-Bytes Text(std::string_view text) { return {text.begin(), text.end()}; }
+// Where the gauge keeps what it needs to know, in its data flash.
+constexpr std::uint16_t kChargeLimits = 8;
+constexpr int kChargeCurrentAt = 0;
+constexpr int kChargeVoltageAt = 2;
+constexpr int kPrechargeCurrentAt = 4;
+constexpr int kPrechargeVoltageAt = 6;
+constexpr std::uint16_t kPackData = 16;
+constexpr int kManufacturerAt = 0;
+constexpr int kDeviceAt = 12;
+constexpr int kChemistryAt = 24;
+constexpr int kDateAt = 29;
+constexpr int kSerialAt = 31;
+constexpr int kDesignCapacityAt = 33;
+constexpr int kDesignEnergyAt = 35;
+constexpr int kDesignVoltageAt = 37;
+constexpr int kCapacityAlarmAt = 41;
+constexpr int kTimeAlarmAt = 43;
+constexpr std::uint16_t kManufacturerInfo = 22;
+constexpr int kManufacturerDataBytes = 8;
 
 } // namespace
 
-GaugeModel::GaugeModel(const BatteryPack& pack, std::uint64_t seed, double charge, bool pec)
-    : m_pack(pack), m_seed(seed), m_pec(pec), m_gain(1 + 0.0005 * Random(Random::Mix(~seed)).Spread())
+GaugeModel::GaugeModel(const BatteryPack& pack, GaugeFlash& flash, const SimulatorSettings& settings)
+    : m_pack(pack), m_flash(flash), m_port(flash, settings.DataFlashStyle, settings.FlashRowTime),
+      m_seed(settings.Seed), m_pec(settings.Pec),
+      m_gain(1 + 0.0005 * Random(Random::Mix(~settings.Seed)).Spread())
 {
+    m_flash.OnChange = [this] { TakeConstants(); };
+    TakeConstants();
     double weakest = m_pack.CapacityCoulombs(0);
     for (std::size_t cell = 1; cell < BatteryPack::kCells; ++cell)
         weakest = std::min(weakest, m_pack.CapacityCoulombs(cell));
     m_fullMah = std::floor(weakest / 3.6 * kUsableShare);
-    m_remainingMah = m_fullMah * charge;
+    m_remainingMah = m_fullMah * settings.Charge / 100;
     Reset();
     Measure();
     Decide();
@@ -66,8 +82,9 @@ GaugeModel::GaugeModel(const BatteryPack& pack, std::uint64_t seed, double charg
 void GaugeModel::Reset()
 {
     m_control = 0;
-    m_capacityAlarm = static_cast<std::uint16_t>(BatteryPack::kDesignMah / 10);
-    m_timeAlarm = 10;
+    m_port.Reset();
+    m_capacityAlarm = m_constants.CapacityAlarm;
+    m_timeAlarm = m_constants.TimeAlarm;
     m_mode = 0;
     m_atRate = 0;
     m_error = GaugeError::Ok;
@@ -92,7 +109,30 @@ void GaugeModel::Sample(int seconds)
     Decide();
 }
 
-void GaugeModel::Measure()
+void GaugeModel::TakeConstants()
+{
+    const auto positive = [this](std::uint16_t id, int offset) { return std::max(0, m_flash.Signed(id, offset, 2)); };
+    const auto word = [this](std::uint16_t id, int offset) {
+        return static_cast<std::uint16_t>(m_flash.Unsigned(id, offset, 2));
+    };
+    m_constants = {.Manufacturer = m_flash.Text(kPackData, kManufacturerAt),
+                   .Device = m_flash.Text(kPackData, kDeviceAt),
+                   .Chemistry = m_flash.Text(kPackData, kChemistryAt),
+                   .ManufacturerData = m_flash.Copy(kManufacturerInfo, 0, kManufacturerDataBytes),
+                   .Date = word(kPackData, kDateAt),
+                   .Serial = word(kPackData, kSerialAt),
+                   .DesignMah = std::max(1, positive(kPackData, kDesignCapacityAt)), // it is divided by
+                   .DesignEnergy = positive(kPackData, kDesignEnergyAt),
+                   .DesignMv = positive(kPackData, kDesignVoltageAt),
+                   .ChargeMa = positive(kChargeLimits, kChargeCurrentAt),
+                   .ChargeMv = word(kChargeLimits, kChargeVoltageAt),
+                   .PrechargeMa = positive(kChargeLimits, kPrechargeCurrentAt),
+                   .PrechargeMv = word(kChargeLimits, kPrechargeVoltageAt),
+                   .CapacityAlarm = word(kPackData, kCapacityAlarmAt),
+                   .TimeAlarm = word(kPackData, kTimeAlarmAt)};
+}
+
+GaugeModel::Sensed GaugeModel::Sense() const
 {
     // Noise depends on the second alone, so that how often somebody looks does not change what he sees.
     std::uint64_t noise = Random::Mix(m_seed ^ static_cast<std::uint64_t>(m_seconds) * 0x9E3779B97F4A7C15U);
@@ -100,18 +140,29 @@ void GaugeModel::Measure()
         noise >>= 4U;
         return (static_cast<double>(noise & 15U) - 7.5) * 0.09; // up to 0.7 of a step
     };
+    Sensed sensed;
+    for (std::size_t cell = 0; cell < sensed.CellMv.size(); ++cell)
+        sensed.CellMv[cell] = m_pack.CellVolts(cell) * 1000 + next();
+    sensed.Milliamps = m_pack.Amps() * 1000 + next();
+    sensed.DeciKelvin = (m_pack.Celsius() + 273.15) * 10 + next() / 2;
+    return sensed;
+}
+
+/// The place for gains and offsets: from what the converters see to what the registers say.
+void GaugeModel::Convert(const Sensed& sensed)
+{
     m_voltageMv = 0;
     m_lowestCellMv = 65535;
     m_highestCellMv = 0;
     for (std::size_t cell = 0; cell < m_cellMv.size(); ++cell) {
-        const int mv = std::max(0, Rounded(m_pack.CellVolts(cell) * 1000 + next()));
+        const int mv = std::max(0, Rounded(sensed.CellMv[cell]));
         m_cellMv[cell] = mv;
         m_voltageMv += mv;
         m_lowestCellMv = std::min(m_lowestCellMv, mv);
         m_highestCellMv = std::max(m_highestCellMv, mv);
     }
-    m_currentMa = Rounded(m_pack.Amps() * 1000 + next());
-    m_temperature = Rounded((m_pack.Celsius() + 273.15) * 10 + next() / 2);
+    m_currentMa = Rounded(sensed.Milliamps);
+    m_temperature = Rounded(sensed.DeciKelvin);
 }
 
 void GaugeModel::Count(int seconds)
@@ -134,7 +185,7 @@ void GaugeModel::Count(int seconds)
 
 void GaugeModel::FindFull(int seconds)
 {
-    const bool taper = Charging() && m_currentMa <= kTaperMa && m_voltageMv >= kChargeMv - kFullWindowMv;
+    const bool taper = Charging() && m_currentMa <= kTaperMa && m_voltageMv >= m_constants.ChargeMv - kFullWindowMv;
     m_taperSeconds = taper ? m_taperSeconds + seconds : 0;
     if (m_taperSeconds >= kFullSeconds && !m_full) {
         m_full = true;
@@ -157,7 +208,7 @@ void GaugeModel::FindEmpty(int seconds)
 {
     m_emptySeconds = Discharging() && m_lowestCellMv <= kEmptyCellMv ? m_emptySeconds + seconds : 0;
     if (m_emptySeconds >= kEmptySeconds) {
-        if (m_learning && m_currentMa >= -kChargeMa - kPrechargeMa) // a faster discharge leaves charge behind
+        if (m_learning && m_currentMa >= -kLearningMa)
             m_fullMah = std::clamp(m_sinceFullMah, 0.5 * m_fullMah, 1.1 * m_fullMah);
         m_errorPercent = m_learning ? 1 : m_errorPercent;
         m_learning = false;
@@ -180,30 +231,35 @@ void GaugeModel::Decide()
     if (m_full || m_overcharged || m_hot || !m_chargeTemperature)
         m_request = {};
     else
-        m_request = {m_lowestCellMv < kEmptyCellMv ? kPrechargeMa : kChargeMa, kChargeMv};
+        m_request = {m_lowestCellMv < m_constants.PrechargeMv ? m_constants.PrechargeMa : m_constants.ChargeMa,
+                     m_constants.ChargeMv};
 }
 
-CommandShape GaugeModel::ShapeOf(std::uint8_t command)
+CommandShape GaugeModel::ShapeOf(std::uint8_t command) const
 {
     if (command <= 0x04)
         return CommandShape::ReadWriteWord;
     if (command <= 0x1C || (command >= 0x3C && command <= 0x3F))
         return CommandShape::ReadWord;
-    return command >= 0x20 && command <= 0x23 ? CommandShape::ReadBlock : CommandShape::None;
+    if (command >= 0x20 && command <= 0x23)
+        return CommandShape::ReadBlock;
+    return m_port.ShapeOf(command);
 }
 
 Bytes GaugeModel::Read(std::uint8_t command) const
 {
     switch (command) {
     case 0x20:
-        return Text("Tarnlo");
+        return m_constants.Manufacturer;
     case 0x21:
-        return Text("SIM4S44");
+        return m_constants.Device;
     case 0x22:
-        return Text("LION");
+        return m_constants.Chemistry;
     case 0x23:
-        return {kManufacturerData.begin(), kManufacturerData.end()};
+        return m_constants.ManufacturerData;
     default:
+        if (command > 0x3F)
+            return m_port.Read(command);
         const std::uint16_t word = Word(command);
         return {static_cast<std::uint8_t>(word & 0xFFU), static_cast<std::uint8_t>(word >> 8U)};
     }
@@ -242,7 +298,7 @@ std::uint16_t GaugeModel::Word(std::uint8_t command) const
     case 0x0D:
         return Saturated(RelativeCharge());
     case 0x0E:
-        return Saturated(Rounded(100 * m_remainingMah / BatteryPack::kDesignMah));
+        return Saturated(Rounded(100 * m_remainingMah / m_constants.DesignMah));
     case 0x0F:
         return Capacity(m_remainingMah);
     case 0x10:
@@ -261,17 +317,16 @@ std::uint16_t GaugeModel::Word(std::uint8_t command) const
         return Status();
     case 0x17:
         return static_cast<std::uint16_t>(m_cycles);
-    case 0x18: // of the design, so at the design voltage
-        return Saturated(EnergyMode() ? BatteryPack::kDesignMah * kDesignMv / 10'000
-                                      : BatteryPack::kDesignMah);
+    case 0x18:
+        return Saturated(EnergyMode() ? m_constants.DesignEnergy : m_constants.DesignMah);
     case 0x19:
-        return kDesignMv;
+        return Saturated(m_constants.DesignMv);
     case 0x1A:
         return m_pec ? 0x0031 : 0x0021;
     case 0x1B:
-        return kManufactureDate;
+        return m_constants.Date;
     case 0x1C:
-        return static_cast<std::uint16_t>(m_seed & 0xFFFFU);
+        return m_constants.Serial;
     case 0x3C: // cell 4 down to cell 1, as packs that tell their cell voltages use to order them
     case 0x3D:
     case 0x3E:
@@ -302,8 +357,14 @@ void GaugeModel::WriteWord(std::uint8_t command, std::uint16_t word)
         m_atRate = static_cast<std::int16_t>(word);
         break;
     default:
+        m_port.WriteWord(command, word);
         break;
     }
+}
+
+bool GaugeModel::WriteBlock(std::uint8_t command, std::span<const std::uint8_t> block)
+{
+    return ShapeOf(command) == CommandShape::ReadWriteBlock && m_port.WriteBlock(command, block);
 }
 
 std::uint16_t GaugeModel::Control() const

@@ -2,14 +2,13 @@
 
 #include "platform/Bytes.h"
 #include "simulator/BatteryPack.h"
+#include "simulator/FlashPort.h"
+#include "simulator/SimulatorSettings.h"
 
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
-
-/// What one command of the gauge moves.
-enum class CommandShape : std::uint8_t { None, ReadWord, ReadWriteWord, ReadBlock };
 
 /// Low four bits of BatteryStatus: why the last access failed.
 enum class GaugeError : std::uint8_t {
@@ -30,20 +29,28 @@ public:
     static constexpr int kHotRaw = 3332; ///< 0.1 K, 60 degrees: over-temperature
     static constexpr int kHotClearRaw = 3282; ///< 55 degrees
 
-    /// @param pec  false: a gauge of version 1.1 without packet error check
-    GaugeModel(const BatteryPack& pack, std::uint64_t seed, double charge, bool pec);
+    /// @param flash  holds its constants; it looks at them again whenever they change
+    GaugeModel(const BatteryPack& pack, GaugeFlash& flash, const SimulatorSettings& settings);
+    GaugeModel(const GaugeModel&) = delete;
+    GaugeModel& operator=(const GaugeModel&) = delete;
 
     /// Takes the pack's present values as what it measured for these seconds.
     void Sample(int seconds);
     /// As after a loss of power: settings are back at their defaults, what was learned stays.
     void Reset();
 
-    [[nodiscard]] static CommandShape ShapeOf(std::uint8_t command);
+    [[nodiscard]] CommandShape ShapeOf(std::uint8_t command) const;
     /// The bytes that answer a command, words low byte first; a block without its length. No side effects.
     [[nodiscard]] Bytes Read(std::uint8_t command) const;
     [[nodiscard]] std::uint16_t Word(std::uint8_t command) const;
     /// Only for a command whose shape is ReadWriteWord.
     void WriteWord(std::uint8_t command, std::uint16_t word);
+    /// @return false: the command takes no block of this size
+    bool WriteBlock(std::uint8_t command, std::span<const std::uint8_t> block);
+
+    /// The milliseconds of its own clock; what it does in between takes time.
+    void SetNow(std::int64_t milliseconds) { m_port.SetNow(milliseconds); }
+    [[nodiscard]] bool Busy() const { return m_port.Busy(); } ///< programs its flash and answers nobody
 
     void SetError(GaugeError error) { m_error = error; }
     [[nodiscard]] bool Pec() const { return m_pec; }
@@ -56,7 +63,31 @@ public:
     [[nodiscard]] ChargeRequest Request() const { return m_request; }
 
 private:
-    void Measure();
+    /// What its converters see of the pack.
+    struct Sensed {
+        std::array<double, BatteryPack::kCells> CellMv{};
+        double Milliamps = 0;
+        double DeciKelvin = 0;
+    };
+    /// What it takes from its data flash.
+    struct Constants {
+        Bytes Manufacturer, Device, Chemistry, ManufacturerData; ///< as their blocks answer
+        std::uint16_t Date = 0;
+        std::uint16_t Serial = 0;
+        int DesignMah = 1;
+        int DesignEnergy = 0; ///< 10 mWh
+        int DesignMv = 0;
+        int ChargeMa = 0;
+        int ChargeMv = 0;
+        int PrechargeMa = 0;
+        int PrechargeMv = 0; ///< of a cell
+        std::uint16_t CapacityAlarm = 0;
+        std::uint16_t TimeAlarm = 0;
+    };
+    void TakeConstants();
+    [[nodiscard]] Sensed Sense() const;
+    void Convert(const Sensed& sensed);
+    void Measure() { Convert(Sense()); }
     void Count(int seconds);
     void FindFull(int seconds);
     void FindEmpty(int seconds);
@@ -75,6 +106,9 @@ private:
     [[nodiscard]] int RelativeCharge() const;
 
     const BatteryPack& m_pack;
+    GaugeFlash& m_flash;
+    FlashPort m_port;
+    Constants m_constants;
     std::uint64_t m_seed;
     bool m_pec;
     double m_gain; ///< of the coulomb counter, close to 1

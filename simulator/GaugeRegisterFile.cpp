@@ -3,7 +3,7 @@
 bool GaugeRegisterFile::Start(std::uint8_t addressByte)
 {
     m_pointed = (addressByte & 1U) != 0;
-    return true;
+    return !m_gauge.Busy();
 }
 
 bool GaugeRegisterFile::Write(std::uint8_t byte)
@@ -37,7 +37,7 @@ std::uint8_t GaugeRegisterFile::Register(std::uint8_t index)
 bool GaugeRegisterFile::SetRegister(std::uint8_t index, std::uint8_t byte)
 {
     const std::uint8_t command = index / 2;
-    if (GaugeModel::ShapeOf(command) != CommandShape::ReadWriteWord) {
+    if (m_gauge.ShapeOf(command) != CommandShape::ReadWriteWord) {
         m_gauge.SetError(GaugeError::AccessDenied);
         return false;
     }

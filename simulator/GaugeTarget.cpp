@@ -1,7 +1,27 @@
 #include "simulator/GaugeTarget.h"
 
+namespace {
+
+constexpr std::size_t kLongestBlock = 255;
+
+bool IsBlock(CommandShape shape)
+{
+    return shape == CommandShape::ReadBlock || shape == CommandShape::ReadWriteBlock;
+}
+
+bool TakesData(CommandShape shape)
+{
+    return shape == CommandShape::ReadWriteWord || shape == CommandShape::ReadWriteBlock;
+}
+
+} // namespace
+
 bool GaugeTarget::Start(std::uint8_t addressByte)
 {
+    if (m_gauge.Busy()) {
+        m_dropped = true;
+        return false;
+    }
     if ((addressByte & 1U) == 0) {
         m_check = 0;
         See(addressByte);
@@ -16,7 +36,7 @@ bool GaugeTarget::Start(std::uint8_t addressByte)
     See(addressByte);
     m_data.clear(); // a read takes no word: what came before the turn has no effect
     m_answer = m_gauge.Read(m_command);
-    if (GaugeModel::ShapeOf(m_command) == CommandShape::ReadBlock)
+    if (IsBlock(m_gauge.ShapeOf(m_command)))
         m_answer.insert(m_answer.begin(), static_cast<std::uint8_t>(m_answer.size()));
     if (m_gauge.Pec()) {
         for (const std::uint8_t byte : m_answer)
@@ -34,7 +54,7 @@ bool GaugeTarget::Write(std::uint8_t byte)
         return false;
     if (m_commandCame)
         return TakeData(byte);
-    if (GaugeModel::ShapeOf(byte) == CommandShape::None)
+    if (m_gauge.ShapeOf(byte) == CommandShape::None)
         return Refuse(GaugeError::ReservedCommand);
     m_command = byte;
     m_commandCame = true;
@@ -44,16 +64,19 @@ bool GaugeTarget::Write(std::uint8_t byte)
 
 bool GaugeTarget::TakeData(std::uint8_t byte)
 {
-    if (m_gauge.Pec() && m_data.empty() && byte == m_check
-        && GaugeModel::ShapeOf(m_command) != CommandShape::ReadWriteWord) {
+    const CommandShape shape = m_gauge.ShapeOf(m_command);
+    if (m_gauge.Pec() && m_data.empty() && byte == m_check && !TakesData(shape)) {
         m_checked = true; // a command alone with its check
         return true;
     }
-    if (GaugeModel::ShapeOf(m_command) != CommandShape::ReadWriteWord)
+    if (!TakesData(shape))
         return Refuse(GaugeError::AccessDenied);
-    if (m_checked || m_data.size() > 2 || (m_data.size() == 2 && !m_gauge.Pec()))
+    const std::size_t whole = shape == CommandShape::ReadWriteWord ? 2
+        : m_data.empty()                                           ? 1 + kLongestBlock
+                                                                   : std::size_t{m_data[0]} + 1;
+    if (m_checked || m_data.size() > whole || (m_data.size() == whole && !m_gauge.Pec()))
         return Refuse(GaugeError::BadSize);
-    if (m_data.size() == 2) {
+    if (m_data.size() == whole) {
         m_checked = byte == m_check;
         return m_checked || Refuse(GaugeError::Unknown);
     }
@@ -73,15 +96,29 @@ std::uint8_t GaugeTarget::Read() { return m_answered < m_answer.size() ? m_answe
 
 void GaugeTarget::Stop()
 {
-    if (m_commandCame && !m_dropped && m_answer.empty()) {
-        m_gauge.SetError(GaugeError::Ok);
-        if (m_data.size() == 2)
-            m_gauge.WriteWord(m_command, static_cast<std::uint16_t>(m_data[0] | m_data[1] << 8));
-        else if (m_data.size() == 1 && m_check != 0) // 0: the byte was the check of a command sent alone
-            m_gauge.SetError(GaugeError::BadSize);
-    }
+    if (m_commandCame && !m_dropped && m_answer.empty())
+        TakeEffect();
     m_commandCame = false;
     m_dropped = false;
+}
+
+void GaugeTarget::TakeEffect()
+{
+    m_gauge.SetError(GaugeError::Ok);
+    if (m_data.empty())
+        return;
+    if (m_data.size() == 1 && m_check == 0)
+        return; // the byte was the check of a command sent alone
+    bool taken = false;
+    if (m_gauge.ShapeOf(m_command) == CommandShape::ReadWriteWord) {
+        taken = m_data.size() == 2;
+        if (taken)
+            m_gauge.WriteWord(m_command, static_cast<std::uint16_t>(m_data[0] | m_data[1] << 8));
+    } else if (m_data.size() == std::size_t{m_data[0]} + 1 || !m_gauge.Pec()) {
+        taken = m_gauge.WriteBlock(m_command, std::span(m_data).subspan(1));
+    }
+    if (!taken)
+        m_gauge.SetError(GaugeError::BadSize);
 }
 
 void GaugeTarget::See(std::uint8_t byte)

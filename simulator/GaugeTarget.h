@@ -7,7 +7,9 @@
 /// packets.
 ///
 /// A reserved command is not acknowledged; nor is data for a command that only reads, data that is too long,
-/// or a packet error check that does not match. A word takes effect at the stop, if both its bytes came.
+/// or a packet error check that does not match. A word takes effect at the stop, if both its bytes came; a
+/// block, if all that its length announced came. A gauge that checks no packets also programs a block that
+/// broke off, as far as it heard it. While it programs its flash the gauge hears nobody.
 class GaugeTarget final : public BusTarget {
 public:
     static constexpr std::uint8_t kAddress = 0x16;
@@ -20,6 +22,7 @@ public:
 
 private:
     bool TakeData(std::uint8_t byte);
+    void TakeEffect();
     bool Refuse(GaugeError error);
     void See(std::uint8_t byte); ///< into the packet error check
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "simulator/BatteryPack.h"
+#include "simulator/FlashKeeper.h"
+#include "simulator/GaugeFlash.h"
 #include "simulator/GaugeModel.h"
 #include "simulator/SimulatorSettings.h"
 
@@ -23,12 +25,19 @@ public:
 
     [[nodiscard]] const BatteryPack& Pack() const { return m_pack; }
     [[nodiscard]] GaugeModel& Gauge() { return m_gauge; }
+    [[nodiscard]] GaugeFlash& Flash() { return m_flash; }
+    [[nodiscard]] const GaugeFlash& Flash() const { return m_flash; }
+    /// Empty, or why the kept flash cannot be read or saved.
+    [[nodiscard]] const QString& FlashProblem() const { return m_keeper.Problem(); }
+    void KeepFlash() { m_keeper.Keep(); } ///< on the disk when it returns, if it changed
 
 private:
     void Step(std::int64_t atMost);
     [[nodiscard]] double ChargerAmps(double drawn) const;
 
     BatteryPack m_pack;
+    GaugeFlash m_flash;
+    FlashKeeper m_keeper;
     GaugeModel m_gauge;
     double m_loadAmps;
     double m_chargerAmps;

@@ -39,6 +39,8 @@ std::unique_ptr<Pc61vRW> MakeSimulated(const AdapterSettings& adapter, ProfileSt
                                        const StartupState& state, TimeSource& time)
 {
     SimulatorSettings settings = ReadSimulatorSettings(profiles, state.ProgramSettingsFile);
+    if (!settings.FlashFile.isEmpty())
+        settings.FlashFile = ResolvePath(state.ProgramFolder, settings.FlashFile);
     if (adapter.PackOutrunsClock && settings.Speed > 0)
         settings.TimeFactor = settings.Speed;
     return std::make_unique<SimulatedAdapter>(time, settings);

@@ -53,12 +53,14 @@ ErrorCode SimulatedAdapter::Ready(bool understood)
         return ErrorCode::IncorrectParam;
     const double elapsedMs = static_cast<double>(m_time.MonotonicMs() - m_startMs);
     m_bench.AdvanceTo(static_cast<std::int64_t>(elapsedMs * m_settings.TimeFactor / 1000));
+    m_bench.Gauge().SetNow(m_time.MonotonicMs() - m_startMs); // its flash is as slow whatever the pack's time
     m_posted = ErrorCode::Ok;
     return ErrorCode::Ok;
 }
 
 ErrorCode SimulatedAdapter::Done(ErrorCode code)
 {
+    m_bench.KeepFlash();
     const std::int64_t bytes = m_faults.BytesMoved() - std::exchange(m_bytesSeen, m_faults.BytesMoved());
     m_time.ProcessEvents(0);
     for (std::int64_t turn = 1; m_settings.Faults.Reentry && turn < bytes; ++turn)
@@ -314,7 +316,10 @@ std::int16_t SimulatedAdapter::AdpOpenDevice(QString& name)
                   .arg(name, kName);
         return -1;
     }
-    m_problem = m_settings.Problems.join(QLatin1Char('\n'));
+    QStringList problems = m_settings.Problems;
+    if (!m_bench.FlashProblem().isEmpty())
+        problems << m_bench.FlashProblem();
+    m_problem = problems.join(QLatin1Char('\n'));
     m_faults.PlugIn();
     m_open = true;
     m_openedMicroseconds = m_bus.Microseconds();
