@@ -150,20 +150,25 @@ private:
         }
     }
 
-    /// A name that is there, and that a line of a values file can hold.
-    QString Name(const toml::table& table, const QString& what)
+    /// A name that is there. Values files have items as keys, classes and subclasses as sections.
+    QString Name(const toml::table& table, const QString& what, bool isKey)
     {
         const QString name = Text(table, "name");
         const toml::node* node = table.get("name");
         const toml::source_region& place = node == nullptr ? table.source() : node->source();
         if (node == nullptr || (name.isEmpty() && node->is_string()))
             Complain(place, QStringLiteral("%1 has no name").arg(what));
-        else if (!name.isEmpty()
-                 && (!ProfileFile::CanHold(name, u"x", u"") || !ProfileFile::CanHold(u"x", name, u"")))
+        else if (!name.isEmpty() && isKey && !ProfileFile::CanHold(u"x", name, u""))
             Complain(
                 place,
-                QStringLiteral("%1 cannot be a name: no line end, no \"]\" or \"=\", no blank at an end, no "
-                               "\";\" or \"[\" in front, since values files have names as keys")
+                QStringLiteral("%1 cannot be the name of an item: no \"=\", no line end, no blank at an end, "
+                               "no \";\" or \"[\" in front, since values files have it as a key")
+                    .arg(Quoted(name)));
+        else if (!name.isEmpty() && !isKey && !ProfileFile::CanHold(name, u"x", u""))
+            Complain(
+                place,
+                QStringLiteral("%1 cannot be a name: no \"]\", no line end, no blank at an end, since values "
+                               "files have it in a section")
                     .arg(Quoted(name)));
         return name;
     }
@@ -188,7 +193,7 @@ private:
     {
         CheckKeys(table, {"name", "subclass"}, QStringLiteral("a class"));
         DataClass& one = m_tree.Classes.emplace_back();
-        one.Name = Name(table, QStringLiteral("the class"));
+        one.Name = Name(table, QStringLiteral("the class"), false);
         Unique(m_classNames, one.Name, table, QStringLiteral("class"));
         ForEachTable(table, "subclass", QStringLiteral("a class"),
                      [&](const toml::table& entry) { AddSubClass(entry, one); });
@@ -198,7 +203,7 @@ private:
     {
         CheckKeys(table, {"name", "id", "length", "item"}, QStringLiteral("a subclass"));
         SubClass& subClass = owner.SubClasses.emplace_back();
-        subClass.Name = Name(table, QStringLiteral("the subclass"));
+        subClass.Name = Name(table, QStringLiteral("the subclass"), false);
         // together with the class it is a section of a values file
         Unique(m_sections, subClass.Name + u'(' + owner.Name + u')', table, QStringLiteral("subclass"));
         AddId(table, subClass);
@@ -251,22 +256,25 @@ private:
     void CheckOverlaps(std::vector<Extent> extents)
     {
         std::ranges::stable_sort(extents, {}, &Extent::Start);
-        for (std::size_t i = 1; i < extents.size(); ++i) {
-            const Extent& before = extents[i - 1];
-            if (extents[i].Start >= before.End)
-                continue;
-            // the one further down in the file is the one to be put right
-            const bool swapped = extents[i].Place.begin.line < before.Place.begin.line;
-            const Extent& later = swapped ? before : extents[i];
-            const Extent& earlier = swapped ? extents[i] : before;
-            Complain(later.Place,
-                     QStringLiteral("item %1 at offset %2 overlaps %3, bytes %4 to %5 (line %6)")
-                         .arg(Quoted(later.Name))
-                         .arg(later.Start)
-                         .arg(Quoted(earlier.Name))
-                         .arg(earlier.Start)
-                         .arg(earlier.End - 1)
-                         .arg(earlier.Place.begin.line));
+        const Extent* before = nullptr; // the one that reaches furthest
+        for (const Extent& extent : extents) {
+            if (before != nullptr && extent.Start < before->End) {
+                // the one further down in the file is the one to be put right
+                const bool swapped = extent.Place.begin.line < before->Place.begin.line;
+                const Extent& later = swapped ? *before : extent;
+                const Extent& earlier = swapped ? extent : *before;
+                Complain(later.Place,
+                         QStringLiteral("item %1, bytes %2 to %3, overlaps %4, bytes %5 to %6 (line %7)")
+                             .arg(Quoted(later.Name))
+                             .arg(later.Start)
+                             .arg(later.End - 1)
+                             .arg(Quoted(earlier.Name))
+                             .arg(earlier.Start)
+                             .arg(earlier.End - 1)
+                             .arg(earlier.Place.begin.line));
+            }
+            if (before == nullptr || extent.End > before->End)
+                before = &extent;
         }
     }
 
@@ -309,7 +317,7 @@ private:
                    "format", "units", "help", "private"},
                   QStringLiteral("an item"));
         DataItem item;
-        item.Name = Name(table, QStringLiteral("the item"));
+        item.Name = Name(table, QStringLiteral("the item"), true);
         item.FullName = Text(table, "full-name");
         item.DataType = Text(table, "type");
         item.Offset = Number(table, "offset").value_or(next);

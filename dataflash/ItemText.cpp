@@ -89,8 +89,13 @@ std::optional<QString> TypedNumber(const DataItem& item, const DataTypeForm& typ
     const bool prefixed
         = shown.startsWith(u"0x", Qt::CaseInsensitive) || shown.startsWith(u"&h", Qt::CaseInsensitive);
     if (prefixed || ShownAsHex(item, type)) {
-        const std::optional<double> number = NativeNumber(hex, shown);
-        return number ? std::optional(QString::number(*number, 'f', 0)) : std::nullopt;
+        std::optional<double> number = NativeNumber(hex, shown);
+        if (!number)
+            return std::nullopt;
+        if (type.What == Kind::Signed && *number > static_cast<double>(type.Most())
+            && *number <= static_cast<double>(2 * type.Most() + 1)) // the bits of a negative number
+            *number += 2 * static_cast<double>(type.Least());
+        return QString::number(*number, 'f', 0);
     }
     if (!NativeNumber({Kind::Float, 4}, shown))
         return std::nullopt;
