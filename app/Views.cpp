@@ -1,5 +1,6 @@
 #include "app/Views.h"
 
+#include "dataflash/frmDF.h"
 #include "look/Theme.h"
 #include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
@@ -43,6 +44,7 @@ struct Factory {
 
 constexpr std::array kFactories{
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
+    Factory{"DF", [](GaugeContext& context) -> ChildView* { return new frmDF(context); }},
 };
 
 constexpr std::array kTools{

@@ -23,5 +23,6 @@ struct GgBackup {
 /// Folder "Backups" of the program folder.
 [[nodiscard]] QString BackupFolder(const QString& programFolder);
 
-/// The text as part of a file's name: letters, digits, blanks, ".", "_" and "-"; others become "_", at most 80.
+/// The text as part of a file's name: letters, digits, blanks, ".", "_" and "-"; others become "_", at
+/// most 80.
 [[nodiscard]] QString FileNamePart(const QString& text);
