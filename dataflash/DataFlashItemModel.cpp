@@ -147,17 +147,18 @@ QVariant DataFlashItemModel::SectionData(const Section& section, int role) const
     const QString name = m_manyClasses ? QStringLiteral("%1 / %2").arg(
                              m_tree.Classes[static_cast<std::size_t>(section.Class)].Name, subClass.Name)
                                        : subClass.Name;
-    const QString detail
-        = tr("subclass %1 \u00b7 %2 bytes \u00b7 %n item(s)", nullptr, static_cast<int>(section.Rows.size()))
-              .arg(subClass.Id)
-              .arg(subClass.Length());
+    const auto items = section.Rows.size();
+    const QString detail = tr("subclass %1 \u00b7 %2 bytes \u00b7 %3")
+                               .arg(subClass.Id)
+                               .arg(subClass.Length())
+                               .arg(items == 1 ? tr("1 item") : tr("%1 items").arg(items));
     switch (role) {
     case Qt::DisplayRole:
         return name;
     case kSectionDetailRole:
-        return detail;
+        return items == 1 ? detail : detail.arg(items);
     case Qt::AccessibleTextRole:
-        return name + QStringLiteral(", ") + detail;
+        return name + QStringLiteral(", ") + (items == 1 ? detail : detail.arg(items));
     default:
         return {};
     }
@@ -172,7 +173,9 @@ QString DataFlashItemModel::Text(const Row& row, int column) const
     case kItemValueColumn:
         return Shown(item, item.Value);
     case kItemUnitColumn:
-        return item.Units;
+        return item.Units.isEmpty() && item.DataType.startsWith(QLatin1Char('H'), Qt::CaseInsensitive)
+            ? QStringLiteral("hex")
+            : item.Units;
     case kItemDefaultColumn:
         return row.Default;
     case kItemMinColumn:

@@ -68,9 +68,10 @@ ItemDetailsPane::ItemDetailsPane(QWidget* parent)
     column->setSpacing(6);
     column->addWidget(lblItemTitle);
     column->addWidget(lblItemPath);
-    column->addWidget(txtItemHelp, 1);
+    column->addWidget(txtItemHelp, 1000);
     column->addWidget(m_form);
     column->addLayout(buttons);
+    column->addStretch(1);
     connect(cmdRevertItem, &QPushButton::clicked, this, &ItemDetailsPane::Revert);
     connect(cmdSetDefault, &QPushButton::clicked, this, &ItemDetailsPane::SetDefault);
     ShowNothing();
@@ -87,6 +88,7 @@ void ItemDetailsPane::Show(const DataFlashTree& tree, const ItemPlace& place)
         = item.HelpText.isEmpty() ? tr("The configuration has no help for this item.") : item.HelpText;
     if (txtItemHelp->toPlainText() != help)
         txtItemHelp->setPlainText(help); // markup in a configuration stays text
+    FitHelp();
     const ItemFacts facts = FactsOf(subClass, item);
     const QString* const texts[kFacts] = {&facts.InTheGauge, &facts.OnScreen, &facts.Default, &facts.Range,
                                           &facts.Type,       &facts.Bytes,    &facts.Formula};
@@ -103,9 +105,24 @@ void ItemDetailsPane::ShowNothing()
     lblItemTitle->clear();
     lblItemPath->clear();
     txtItemHelp->setPlainText(tr("Select an item to see what it means and what the gauge holds."));
+    FitHelp();
     m_form->hide();
     m_edited = m_differs = false;
     ShowButtons();
+}
+
+void ItemDetailsPane::resizeEvent(QResizeEvent* event)
+{
+    QFrame::resizeEvent(event);
+    FitHelp();
+}
+
+void ItemDetailsPane::FitHelp()
+{
+    QTextDocument* text = txtItemHelp->document();
+    const QMargins margins = layout()->contentsMargins();
+    text->setTextWidth(std::max(1, width() - margins.left() - margins.right() - 2 * frameWidth()));
+    txtItemHelp->setMaximumHeight(static_cast<int>(text->size().height()) + 4);
 }
 
 void ItemDetailsPane::SetLocked(bool on)

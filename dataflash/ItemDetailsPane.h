@@ -22,7 +22,11 @@ signals:
     void Revert();
     void SetDefault();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    void FitHelp(); ///< as high as its text, so that the facts follow it
     enum Fact { kGauge, kScreen, kDefault, kRange, kType, kBytes, kFormula, kFacts };
 
     void ShowButtons();

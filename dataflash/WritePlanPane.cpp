@@ -193,16 +193,14 @@ void WritePlanPane::Count()
         pages += row.Pages;
     }
     const double seconds = allPages == 0 ? 0 : m_plan.Seconds * pages / allPages;
-    lblPlanSummary->setText(
-        tr("%1 subclasses, %2 edited items, %3 bytes in %4 pages, about %5 s with row delays")
-            .arg(subClasses)
-            .arg(edits)
-            .arg(bytes)
-            .arg(pages)
-            .arg(seconds, 0, 'f', seconds < 10 ? 1 : 0));
-    cmdWritePlan->setText(
-        tr("Write %n subclass(es)", nullptr, subClasses)
-            .replace(QStringLiteral("(es)"), subClasses == 1 ? QString() : QStringLiteral("es")));
+    lblPlanSummary->setText(tr("%1, %2, %3 bytes in %4, about %5 s with row delays")
+                                .arg(subClasses == 1 ? tr("1 subclass") : tr("%1 subclasses").arg(subClasses),
+                                     edits == 1 ? tr("1 edited item") : tr("%1 edited items").arg(edits))
+                                .arg(bytes)
+                                .arg(pages == 1 ? tr("1 page") : tr("%1 pages").arg(pages))
+                                .arg(seconds, 0, 'f', seconds < 10 ? 1 : 0));
+    cmdWritePlan->setText(subClasses == 1 ? tr("Write 1 subclass")
+                                          : tr("Write %1 subclasses").arg(subClasses));
     cmdWritePlan->setEnabled(subClasses > 0 && m_plan.BackupWorks && !m_locked);
     m_backupIcon->setPixmap((m_plan.BackupWorks ? ThemeIcon(QStringLiteral("ok"), IconInk::Good)
                                                 : ThemeIcon(QStringLiteral("error"), IconInk::Failed))

@@ -281,7 +281,8 @@ void frmDF::CopyItems()
     if (text.isEmpty())
         return;
     QApplication::clipboard()->setText(text);
-    emit StatusText(tr("%n row(s) copied", nullptr, static_cast<int>(text.count(QLatin1Char('\n'))) + 1));
+    const auto rows = text.count(QLatin1Char('\n')) + 1;
+    emit StatusText(rows == 1 ? tr("1 row copied") : tr("%1 rows copied").arg(rows));
 }
 
 void frmDF::FindOn(bool forward)

@@ -182,7 +182,6 @@ QWidget* frmDF::MakeGridPane()
     auto* column = new QVBoxLayout(m_gridPane);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(m_classTabs);
     column->addWidget(grdDataFlash, 1);
     column->addWidget(m_refusal);
     return m_gridPane;
@@ -247,6 +246,8 @@ void frmDF::LayOut()
     auto* panes = new QWidget(this);
     auto* over = new QVBoxLayout(panes);
     over->setContentsMargins(0, 0, 0, 0);
+    over->setSpacing(0);
+    over->addWidget(m_classTabs);
     over->addWidget(m_down, 1);
     over->addWidget(m_allTabs, 1);
     m_allTabs->hide();
@@ -486,11 +487,13 @@ void frmDF::Fold(bool narrow)
 {
     m_folded = narrow;
     if (narrow) {
+        static_cast<QBoxLayout*>(m_gridPane->layout())->insertWidget(0, m_classTabs);
         m_allTabs->addTab(m_gridPane, tr("Items"));
         m_allTabs->addTab(m_details, tr("Item"));
         m_allTabs->addTab(m_plan, tr("Write plan"));
         m_allTabs->addTab(m_compare, tr("Comparison"));
     } else {
+        static_cast<QBoxLayout*>(m_down->parentWidget()->layout())->insertWidget(0, m_classTabs);
         m_across->addWidget(m_gridPane);
         m_across->addWidget(m_details);
         m_down->addWidget(m_plan);

@@ -46,7 +46,7 @@ void frmDF::WhenFree(const std::function<void()>& command, const std::function<v
 
 void frmDF::Run(const QString& what, const Sequence& sequence, const Then& then)
 {
-    if (m_order || m_flash.Running() || !m_flash.Loaded())
+    if (m_order || m_flash.Running())
         return;
     m_order = Order{what, sequence, then};
     ShowLocked();
@@ -105,6 +105,8 @@ void frmDF::RunNow()
 
 void frmDF::ReadAll()
 {
+    if (!m_flash.Loaded())
+        return;
     Run(
         tr("Read All"),
         [this] {
@@ -292,6 +294,9 @@ void frmDF::CancelTransfer()
 
 void frmDF::LookForPendingWrite()
 {
+    m_lookDue = m_order || BusSequence::Running() || ExclusiveAccess::HeldBelow();
+    if (m_lookDue) // WatchLink tries again: nobody asked for it, so nobody is told
+        return;
     Run(
         tr("Looking for an unfinished write"),
         [this] {
@@ -348,7 +353,7 @@ void frmDF::WatchLink()
     const bool answers = m_context.link.Answering();
     const bool again = answers && !m_answered;
     m_answered = answers;
-    if (again && !m_order && !grdDataFlash->Editing()) // the cable is back
+    if ((again || m_lookDue) && !m_order && !grdDataFlash->Editing()) // the cable is back
         LookForPendingWrite();
 }
 

@@ -9,6 +9,8 @@
 #include "tests/support/TestSupport.h"
 
 #include <QAction>
+#include <QCheckBox>
+#include <QListWidget>
 #include <QTableWidget>
 #include <QTest>
 
@@ -193,8 +195,8 @@ TEST(DataFlashEditor, WritesAfterAPlanAndABackupAndProvesIt)
     editor.Click("cmdWriteChanged");
     ASSERT_TRUE(editor.Find<QWidget>("panePlan")->isVisible());
     EXPECT_EQ(editor.Table("grdPlan")->rowCount(), 1);
-    EXPECT_TRUE(
-        editor.Text("lblPlanSummary").startsWith(QStringLiteral("1 subclasses, 1 edited items, 32 bytes")))
+    EXPECT_TRUE(editor.Text("lblPlanSummary")
+                    .startsWith(QStringLiteral("1 subclass, 1 edited item, 32 bytes in 1 page")))
         << editor.Text("lblPlanSummary").toStdString();
     EXPECT_EQ(editor.Held(kVoltage, 0), before) << "nothing is sent before the plan is accepted";
     editor.Table("grdPlan")->item(0, 0)->setCheckState(Qt::Unchecked);

@@ -182,13 +182,13 @@ class WindowTest(unittest.TestCase):
         g.key("Escape")
         self.assertTrue(g.gone("lblRefusal"))
         g.edit_cell("grdDataFlash", 1, VALUE, "4201")
-        g.wait_text("PictureStat", "1 edit not written")
+        g._until(lambda: g.find("cmdOnlyEdited").name.endswith(": 1"), "the count of edits")
         self.assertIn("edited, not written", g.cell("grdDataFlash", 1, MARKS).name)
 
         g.key("ctrl+q")     # an edit is not lost without a question that says what would happen
         g.click("Keep editing")
         g.key("ctrl+shift+w")
-        g.wait_text("lblPlanSummary", "1 edited items")
+        g.wait_text("lblPlanSummary", "1 edited item")
         g.click("cmdWritePlan")
         g.wait_text("lblNotice", "1 subclass written and verified", timeout=20)
         self.assertEqual(len(os.listdir(os.path.join(self.home, "Backups"))), 1)
