@@ -139,7 +139,7 @@ Outcome ImportOffline(CommandContext& context, const Arguments& arguments)
     return import.Refused.empty() ? outcome : Fail(outcome, ExitStatus::kRefused, RefusedText(import, tree));
 }
 
-/// The places that a write did not reach, or where it did not take.
+/// Subclasses that a write did not reach, or where it did not take.
 QStringList Failures(const TransferReport& report, const DataFlashTree& tree)
 {
     QStringList names;
@@ -160,19 +160,22 @@ public:
 
     Outcome Run()
     {
+        const QString folder
+            = m_arguments.Text(QStringLiteral("records"), RecordFolder(m_source.Startup().ProgramFolder));
+        if (m_write) // a unit without its record does not count, so none is touched
+            if (const QString problem = MakeRecordFolder(folder); !problem.isEmpty())
+                return Refused(problem);
         Identify();
         Outcome outcome = Import();
         if (!m_write)
             return outcome;
         m_record.Passed = outcome.Status == ExitStatus::kDone;
         m_record.Error = outcome.Error;
-        const QString folder
-            = m_arguments.Text(QStringLiteral("records"), RecordFolder(m_source.Startup().ProgramFolder));
         const QString problem = AppendRecord(folder, m_record);
         outcome.Json[QStringLiteral("serial")] = m_record.Serial;
         outcome.Json[QStringLiteral("verified")] = m_record.Verified;
         outcome.Json[QStringLiteral("backup")] = m_record.Backup;
-        if (!problem.isEmpty()) { // a unit without its record does not count
+        if (!problem.isEmpty()) {
             if (outcome.Error.isEmpty())
                 return Fail(outcome, ExitStatus::kRefused,
                             QStringLiteral("the unit was written, but ") + problem);
@@ -246,13 +249,9 @@ private:
         if (report.Result != DataFlashResult::kOk || report.Cancelled || !failures.isEmpty()
             || (verify && !report.Verified)) {
             const Outcome failed = TransferFailed(report);
-            if (failed.Json.contains(QStringLiteral("code")))
-                outcome.Json[QStringLiteral("code")] = failed.Json.value(QStringLiteral("code"));
+            outcome.Json[QStringLiteral("code")] = report.Result;
             outcome.Json[QStringLiteral("failed")] = QJsonArray::fromStringList(failures);
-            return Fail(outcome, failed.Status,
-                        failures.isEmpty() ? failed.Error
-                                           : QStringLiteral("%1 Not as the file: %2")
-                                                 .arg(failed.Error, failures.join(QStringLiteral(", "))));
+            return Fail(outcome, failed.Status, failed.Error);
         }
         outcome.Json[QStringLiteral("written")] = m_record.Changed;
         outcome.Text += QStringLiteral("\n%1 items written%2. Backup: %3")

@@ -11,10 +11,18 @@
 
 QString RecordFolder(const QString& programFolder) { return programFolder + QStringLiteral("/Records"); }
 
-QString AppendRecord(const QString& folder, const UnitRecord& record)
+QString MakeRecordFolder(const QString& folder)
 {
     if (!QDir().mkpath(folder))
         return QStringLiteral("the folder %1 cannot be made").arg(folder);
+    return QFileInfo(folder).isWritable() ? QString()
+                                          : QStringLiteral("the folder %1 cannot be written to").arg(folder);
+}
+
+QString AppendRecord(const QString& folder, const UnitRecord& record)
+{
+    if (QString problem = MakeRecordFolder(folder); !problem.isEmpty())
+        return problem;
     QJsonObject line{{QStringLiteral("time"), record.Time.toString(Qt::ISODate)},
                      {QStringLiteral("serial"), record.Serial},
                      {QStringLiteral("unit"), record.Unit},

@@ -26,6 +26,9 @@ struct UnitRecord {
 /// Folder "Records" of the program folder.
 [[nodiscard]] QString RecordFolder(const QString& programFolder);
 
+/// Makes the folder when it is not there. @return empty, or why no record can be kept in it
+[[nodiscard]] QString MakeRecordFolder(const QString& folder);
+
 /// Adds a line of JSON to the serial number's file, "<serial>.jsonl" or "unknown.jsonl", flushed to disk. A
 /// line that a crash cut stays alone on its line.
 /// @param folder  made when it is not there

@@ -41,20 +41,20 @@ std::optional<JournalContent::Entry> EntryOf(const QJsonObject& object)
                                  *before, *after};
 }
 
-/// Whether the bytes at one place of an image, changed from before to after, may read as now.
-bool MayHaveBecome(std::span<const std::uint8_t> before, std::span<const std::uint8_t> after,
-                   std::span<const std::uint8_t> now)
-{
-    for (std::size_t i = 0; i < now.size(); ++i)
-        if (now[i] != before[i] && now[i] != after[i])
-            return false;
-    return true;
-}
-
-/// A part of the identity stands in the data flash as these bytes, and some may have changed at that place.
-/// @param counted  the first byte says how many follow, so the present one may be shorter or longer
+/// A part of the identity stands in the data flash as these bytes, and the write may have changed them: to
+/// new ones, to a mixture, or, when the gauge missed which subclass was meant, to what was meant for the same
+/// place of another one.
 bool MayHaveBecome(const std::vector<JournalContent::Entry>& entries, const Bytes& before, const Bytes& now)
 {
+    const auto reads = [&now](const JournalContent::Entry& entry, std::size_t offset, const Bytes& sent) {
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            const std::size_t at = offset + i;
+            if (now[i] != entry.Old[at] && now[i] != entry.New[at]
+                && (at >= sent.size() || now[i] != sent[at]))
+                return false;
+        }
+        return true;
+    };
     for (const JournalContent::Entry& entry : entries) {
         for (auto at = entry.Old.begin();; ++at) {
             at = std::search(at, entry.Old.end(), before.begin(), before.end());
@@ -62,8 +62,9 @@ bool MayHaveBecome(const std::vector<JournalContent::Entry>& entries, const Byte
                 break;
             const auto offset = static_cast<std::size_t>(at - entry.Old.begin());
             if (entry.Old.size() - offset >= now.size()
-                && MayHaveBecome(std::span(entry.Old).subspan(offset), std::span(entry.New).subspan(offset),
-                                 now))
+                && std::ranges::any_of(entries, [&](const JournalContent::Entry& other) {
+                       return reads(entry, offset, other.New);
+                   }))
                 return true;
         }
     }

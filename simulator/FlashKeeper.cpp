@@ -30,7 +30,8 @@ FlashKeeper::FlashKeeper(GaugeFlash& flash, const SimulatorSettings& settings)
                             .arg(m_file)
                             .arg(GaugeFlash::kDataSize + GaugeFlash::kProgramSize);
         if (!m_problem.isEmpty()) {
-            m_problem += QStringLiteral(". The gauge starts as it leaves the factory and the file is left alone.");
+            m_problem
+                += QStringLiteral(". The gauge starts as it leaves the factory and the file is left alone.");
             m_file.clear(); // what lies there may be somebody's
         }
     }
@@ -43,6 +44,6 @@ void FlashKeeper::Keep()
         return;
     m_kept = m_flash.Changes();
     const Bytes image = m_flash.Image();
-    m_problem = SaveWhole(m_file,
-                          {reinterpret_cast<const char*>(image.data()), static_cast<qsizetype>(image.size())});
+    m_problem = SaveWhole(
+        m_file, {reinterpret_cast<const char*>(image.data()), static_cast<qsizetype>(image.size())});
 }

@@ -18,7 +18,10 @@ constexpr std::uint8_t kLastPage = 0x87;
 constexpr std::size_t kPieceBytes = 32;
 constexpr std::size_t kAddressBytes = 6;
 
-std::uint16_t Word(std::uint8_t high, std::uint8_t low) { return static_cast<std::uint16_t>(high << 8 | low); }
+std::uint16_t Word(std::uint8_t high, std::uint8_t low)
+{
+    return static_cast<std::uint16_t>(high << 8 | low);
+}
 
 } // namespace
 
@@ -62,7 +65,8 @@ FlashPort::Span FlashPort::SpanOf(std::uint8_t command) const
     const std::size_t offset = static_cast<std::size_t>(command - kFirstPage) * kPageBytes;
     if (!place || offset >= place->Length)
         return {};
-    return {place->Start + offset, std::min<std::size_t>(kPageBytes, m_flash.Data().size() - place->Start - offset)};
+    return {place->Start + offset,
+            std::min<std::size_t>(kPageBytes, m_flash.Data().size() - place->Start - offset)};
 }
 
 CommandShape FlashPort::ShapeOf(std::uint8_t command) const

@@ -41,7 +41,8 @@ public:
 
     /// A counted string, as SMBus answers it: without its length. Empty where it runs past its subclass.
     [[nodiscard]] Bytes Text(std::uint16_t id, int offset) const;
-    [[nodiscard]] Bytes Copy(std::uint16_t id, int offset, int width) const; ///< empty where there is no such place
+    [[nodiscard]] Bytes Copy(std::uint16_t id, int offset,
+                             int width) const; ///< empty where there is no such place
 
     /// Both regions, data first, to be kept across runs.
     [[nodiscard]] Bytes Image() const;

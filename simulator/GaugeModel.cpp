@@ -111,7 +111,8 @@ void GaugeModel::Sample(int seconds)
 
 void GaugeModel::TakeConstants()
 {
-    const auto positive = [this](std::uint16_t id, int offset) { return std::max(0, m_flash.Signed(id, offset, 2)); };
+    const auto positive
+        = [this](std::uint16_t id, int offset) { return std::max(0, m_flash.Signed(id, offset, 2)); };
     const auto word = [this](std::uint16_t id, int offset) {
         return static_cast<std::uint16_t>(m_flash.Unsigned(id, offset, 2));
     };
@@ -185,7 +186,8 @@ void GaugeModel::Count(int seconds)
 
 void GaugeModel::FindFull(int seconds)
 {
-    const bool taper = Charging() && m_currentMa <= kTaperMa && m_voltageMv >= m_constants.ChargeMv - kFullWindowMv;
+    const bool taper
+        = Charging() && m_currentMa <= kTaperMa && m_voltageMv >= m_constants.ChargeMv - kFullWindowMv;
     m_taperSeconds = taper ? m_taperSeconds + seconds : 0;
     if (m_taperSeconds >= kFullSeconds && !m_full) {
         m_full = true;
@@ -231,8 +233,9 @@ void GaugeModel::Decide()
     if (m_full || m_overcharged || m_hot || !m_chargeTemperature)
         m_request = {};
     else
-        m_request = {m_lowestCellMv < m_constants.PrechargeMv ? m_constants.PrechargeMa : m_constants.ChargeMa,
-                     m_constants.ChargeMv};
+        m_request
+            = {m_lowestCellMv < m_constants.PrechargeMv ? m_constants.PrechargeMa : m_constants.ChargeMa,
+               m_constants.ChargeMv};
 }
 
 CommandShape GaugeModel::ShapeOf(std::uint8_t command) const

@@ -11,9 +11,9 @@ constexpr int kSettledSeconds = 600; // after so much rest nothing moves faster 
 } // namespace
 
 SimulatedBench::SimulatedBench(const SimulatorSettings& settings)
-    : m_pack(settings.Seed, settings.Charge / 100, settings.Ambient),
-      m_keeper(m_flash, settings), m_gauge(m_pack, m_flash, settings),
-      m_loadAmps(settings.LoadCurrent / 1000.0), m_chargerAmps(settings.ChargeCurrent / 1000.0)
+    : m_pack(settings.Seed, settings.Charge / 100, settings.Ambient), m_keeper(m_flash, settings),
+      m_gauge(m_pack, m_flash, settings), m_loadAmps(settings.LoadCurrent / 1000.0),
+      m_chargerAmps(settings.ChargeCurrent / 1000.0)
 {
 }
 

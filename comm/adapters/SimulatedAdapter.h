@@ -69,6 +69,7 @@ public:
 
     // for tests and for what is shown about a simulated run
     [[nodiscard]] const SimulatedBench& Bench() const { return m_bench; }
+    [[nodiscard]] SimulatedBench& Bench() { return m_bench; }
     [[nodiscard]] const FaultyBus& Faults() const { return m_faults; }
 
 private:

@@ -1,0 +1,107 @@
+#include "dataflash/EachItem.h"
+#include "dataflash/GgFile.h"
+#include "platform/WholeFile.h"
+
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+
+namespace {
+
+constexpr int kItems = 5000;
+constexpr int kItemsASubClass = 25;
+const QString kDevice = QStringLiteral("Pack");
+
+/// 20 classes of 10 subclasses of 25 words.
+DataFlashTree MakeTree()
+{
+    DataFlashTree tree;
+    for (int i = 0; i < kItems; ++i) {
+        if (i % (10 * kItemsASubClass) == 0)
+            tree.Classes.push_back({QStringLiteral("Class %1").arg(tree.Classes.size()), {}});
+        auto& subClasses = tree.Classes.back().SubClasses;
+        if (i % kItemsASubClass == 0)
+            subClasses.push_back({QStringLiteral("Subclass %1").arg(i / kItemsASubClass),
+                                  static_cast<std::uint16_t>(i / kItemsASubClass),
+                                  Bytes(std::size_t{2} * kItemsASubClass),
+                                  {}});
+        DataItem item;
+        item.Name = QStringLiteral("Some Threshold %1").arg(i % kItemsASubClass);
+        item.DataType = QStringLiteral("U2");
+        item.Offset = 2 * (i % kItemsASubClass);
+        item.MaxVal = QStringLiteral("60000");
+        item.Value = QString::number(i);
+        subClasses.back().Items.push_back(item);
+    }
+    return tree;
+}
+
+QString MakeFile(const QTemporaryDir& folder, const DataFlashTree& tree)
+{
+    const QString path = folder.filePath(QStringLiteral("bench.gg"));
+    QStringList warnings;
+    if (!ExportDF(tree, kDevice, QStringLiteral("now"), path, warnings).isEmpty() || !warnings.isEmpty())
+        std::abort();
+    return path;
+}
+
+/// The whole import: file read, every item found, encoded, checked against its limits and put into the tree.
+void GgImportAll(benchmark::State& state)
+{
+    const QTemporaryDir folder;
+    const DataFlashTree full = MakeTree();
+    const QString path = MakeFile(folder, full);
+    DataFlashTree empty = full;
+    ClearValues(empty);
+    for ([[maybe_unused]] auto step : state) {
+        DataFlashTree tree = empty;
+        const GgImport import = ReadGg(path, tree, kDevice);
+        ApplyGg(import, tree);
+        if (import.Changed.size() != kItems)
+            std::abort();
+        benchmark::DoNotOptimize(tree);
+    }
+    state.SetItemsProcessed(state.iterations() * kItems);
+}
+BENCHMARK(GgImportAll)->Unit(benchmark::kMillisecond);
+
+/// The peer: the file read again for each key and its lines searched for the section and the key, as the
+/// platform's own profile call does it, and nothing else done. GgImportAll is to be at least 50 times faster.
+void GgKeyByKey(benchmark::State& state)
+{
+    const QTemporaryDir folder;
+    const DataFlashTree full = MakeTree();
+    const QString path = MakeFile(folder, full);
+    for ([[maybe_unused]] auto step : state) {
+        int found = 0;
+        ForEachItem(full, [&](const ItemPlace& at, const DataClass&, const SubClass&, const DataItem& item) {
+            const QByteArray bytes = ReadWhole(path).bytes;
+            const qsizetype section
+                = bytes.indexOf(QByteArray("\r\n[" + GgSection(full, at).toUtf8() + "]\r\n"));
+            const QByteArray key = "\r\n" + item.Name.toUtf8() + " = ";
+            const qsizetype line = bytes.indexOf(key, section);
+            const qsizetype end = bytes.indexOf("\r\n", line + 2);
+            found += bytes.mid(line + key.size(), end - line - key.size()) == item.Value.toUtf8() ? 1 : 0;
+        });
+        if (found != kItems)
+            std::abort();
+    }
+    state.SetItemsProcessed(state.iterations() * kItems);
+}
+BENCHMARK(GgKeyByKey)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+void GgExport(benchmark::State& state)
+{
+    const DataFlashTree full = MakeTree();
+    QStringList warnings;
+    for ([[maybe_unused]] auto step : state)
+        benchmark::DoNotOptimize(GgText(full, kDevice, QStringLiteral("now"), warnings));
+    state.SetItemsProcessed(state.iterations() * kItems);
+}
+BENCHMARK(GgExport)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
