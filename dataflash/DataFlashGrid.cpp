@@ -19,7 +19,7 @@ DataFlashGrid::DataFlashGrid(DataFlashItemModel& model, QWidget* parent)
     setAllColumnsShowFocus(false);
     setSelectionMode(ExtendedSelection);
     setSelectionBehavior(SelectRows);
-    setEditTriggers(EditKeyPressed | DoubleClicked);
+    setEditTriggers(EditKeyPressed | DoubleClicked | AnyKeyPressed);
     setExpandsOnDoubleClick(true);
     setHorizontalScrollMode(ScrollPerPixel);
     setIndentation(20);
@@ -171,7 +171,7 @@ void DataFlashGrid::keyPressEvent(QKeyEvent* event)
                 return;
             }
             setCurrentIndex(value);
-            edit(value, AllEditTriggers, figure ? event : nullptr);
+            edit(value, figure ? AnyKeyPressed : AllEditTriggers, event); // AnyKeyPressed hands the figure on
             return;
         }
         if (!text.isEmpty() && text[0].isLetterOrNumber())

@@ -156,9 +156,9 @@ QVariant DataFlashItemModel::SectionData(const Section& section, int role) const
     case Qt::DisplayRole:
         return name;
     case kSectionDetailRole:
-        return items == 1 ? detail : detail.arg(items);
+        return detail;
     case Qt::AccessibleTextRole:
-        return name + QStringLiteral(", ") + (items == 1 ? detail : detail.arg(items));
+        return name + QStringLiteral(", ") + detail;
     default:
         return {};
     }

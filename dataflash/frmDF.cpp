@@ -62,6 +62,8 @@ frmDF::~frmDF()
     grdDataFlash->disconnect(this);
     grdDataFlash->Delegate().disconnect(this);
     m_model->disconnect(this);
+    delete grdDataFlash; // both before the tree that they show
+    delete m_model;
 }
 
 void frmDF::LoadConfiguration(const QString& path)
