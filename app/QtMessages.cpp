@@ -3,6 +3,7 @@
 #include "comm/GaugeAccess.h"
 
 #include <QMessageBox>
+#include <QPushButton>
 
 #include <array>
 #include <utility>
@@ -40,6 +41,34 @@ Answer QtMessages::Ask(const QString& text, Answers offered)
     const int clicked = box.exec();
     for (const auto& [answer, button] : kButtons)
         if (clicked == button)
+            return answer;
+    return Harmless(offered);
+}
+
+Answer QtMessages::Choose(const QString& text, const std::vector<Choice>& choices)
+{
+    Answers offered;
+    for (const Choice& choice : choices)
+        offered |= choice.Means;
+    if (GaugeAccess::Held()) {
+        m_show(text);
+        return Harmless(offered);
+    }
+    QMessageBox box(QMessageBox::Question, QStringLiteral("Tarnlo"), text, QMessageBox::NoButton, m_parent);
+    std::vector<std::pair<QAbstractButton*, Answer>> buttons;
+    for (const Choice& choice : choices) {
+        const bool leaves = choice.Means == Harmless(offered);
+        QPushButton* button
+            = box.addButton(choice.Verb, leaves ? QMessageBox::RejectRole : QMessageBox::AcceptRole);
+        if (leaves) { // Enter and Esc lose nothing
+            box.setDefaultButton(button);
+            box.setEscapeButton(button);
+        }
+        buttons.emplace_back(button, choice.Means);
+    }
+    box.exec();
+    for (const auto& [button, answer] : buttons)
+        if (box.clickedButton() == button)
             return answer;
     return Harmless(offered);
 }

@@ -15,6 +15,7 @@ public:
     void SetParent(QWidget* parent) { m_parent = parent; }
     void Show(const QString& text) override { m_show(text); }
     Answer Ask(const QString& text, Answers offered) override;
+    Answer Choose(const QString& text, const std::vector<Choice>& choices) override;
 
 private:
     std::function<void(const QString&)> m_show;

@@ -1,6 +1,7 @@
 #include "app/Views.h"
 
 #include "calibration/frmCal.h"
+#include "dataflash/frmDF.h"
 #include "flashimage/frmFlash.h"
 #include "look/Theme.h"
 #include "plugins/LoadedDataFlash.h"
@@ -50,6 +51,7 @@ struct Factory {
 constexpr std::array kFactories{
     Factory{"Cal", [](GaugeContext& context) -> ChildView* { return new frmCal(context); }},
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
+    Factory{"DF", [](GaugeContext& context) -> ChildView* { return new frmDF(context); }},
 };
 
 /// The flash-target table is the register view's reader's, whose room the image view does not know.

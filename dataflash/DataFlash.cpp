@@ -564,12 +564,13 @@ TransferReport DataFlash::GuardedWriteAll(bool verify)
     return report;
 }
 
-TransferReport DataFlash::WriteChanged(bool verify)
+TransferReport DataFlash::WriteChanged(bool verify) { return WriteSome(ChangedPlaces(), verify); }
+
+TransferReport DataFlash::WriteSome(const std::vector<SubClassPlace>& places, bool verify)
 {
     const Operation operation(*this);
     if (!operation)
         return AlreadyRunning();
-    const std::vector<SubClassPlace> places = ChangedPlaces();
     TransferReport report = ReportOf(places);
     for (TransferReport::Entry& entry : report.Entries) {
         if (m_known[{entry.Class, entry.SubClass}].Read)

@@ -132,6 +132,8 @@ public:
     TransferReport WriteAll(bool verify);
     /// Only subclasses with edited items; each must have been read before. Verified by reading them again.
     TransferReport WriteChanged(bool verify);
+    /// The same for these subclasses alone, edited or not.
+    TransferReport WriteSome(const std::vector<SubClassPlace>& places, bool verify);
     /// Write All that keeps what preserve set n names; asks when it names nothing.
     TransferReport WritePreserve(int set, bool verify);
     [[nodiscard]] QStringList PreserveSets() const; ///< for the menu, set 1 first

@@ -3,6 +3,8 @@
 #include <QFlags>
 #include <QString>
 
+#include <vector>
+
 enum class Answer : unsigned {
     Ok = 1,
     Cancel = 2,
@@ -25,4 +27,17 @@ public:
     /// Asks and waits. Where nobody can answer it gives the answer that changes nothing:
     /// No, else Cancel, else Ignore, else Abort.
     virtual Answer Ask(const QString& text, Answers offered) = 0;
+    /// An answer in the question's own words, such as "Discard 3 edits".
+    struct Choice {
+        Answer Means;
+        QString Verb;
+    };
+    /// The same with verbs on the buttons, where there are buttons.
+    virtual Answer Choose(const QString& text, const std::vector<Choice>& choices)
+    {
+        Answers offered;
+        for (const Choice& choice : choices)
+            offered |= choice.Means;
+        return Ask(text, offered);
+    }
 };

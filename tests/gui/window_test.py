@@ -23,6 +23,7 @@ except (ImportError, ValueError) as error:
 
 PROGRAM, IDS = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
 VALUE, SCAN, PLOT = 1, 3, 5     # columns of the register grid
+MARKS = 6                       # column of the data-flash grid; its values stand in the same one
 ROWS, AT_RATE, CURRENT = 29, 4, 10
 
 
@@ -164,6 +165,51 @@ class WindowTest(unittest.TestCase):
             self.fail(f"{error}, seen {seen}")
         g.click("cmdStopCycle")
         g.wait_text("lblCycleState", "Idle|Stopped")
+
+    def test_edits_and_writes_the_data_flash(self):
+        g = self.registers()
+        g.key("ctrl+2")
+        g.wait_text("lblNotice", "Nothing read yet")
+        g.key("ctrl+r")
+        g.wait_text("lblLastRead", "subclasses, no errors", timeout=30)
+
+        g.key("ctrl+f")
+        g.type("txtSearch", "Cell OV Threshold")
+        g._until(lambda: g.shape("grdDataFlash")[0] == 2, "a subclass row and the item")
+        before = g.cell("grdDataFlash", 1, VALUE).name
+        g.edit_cell("grdDataFlash", 1, VALUE, "70000")
+        g.find("lblRefusal")
+        g.key("Escape")
+        self.assertTrue(g.gone("lblRefusal"))
+        g.edit_cell("grdDataFlash", 1, VALUE, "4201")
+        g._until(lambda: g.find("cmdOnlyEdited").name.endswith(": 1"), "the count of edits")
+        self.assertIn("edited, not written", g.cell("grdDataFlash", 1, MARKS).name)
+
+        g.key("ctrl+q")     # an edit is not lost without a question that says what would happen
+        g.click("Keep editing")
+        g.key("ctrl+shift+w")
+        g.wait_text("lblPlanSummary", "1 edited item")
+        g.click("cmdWritePlan")
+        g.wait_text("lblNotice", "1 subclass written and verified", timeout=20)
+        self.assertEqual(len(os.listdir(os.path.join(self.home, "Backups"))), 1)
+        g.key("ctrl+r")
+        g._until(lambda: g.cell("grdDataFlash", 1, VALUE).name == "4201", "the value that the gauge holds")
+
+        g.menu("File", "Export data flash...")
+        exported = os.path.join(self.home, "bench.gg")
+        g.type("fileNameEdit", exported, enter=True)
+        g.wait_text("lblNotice", "items exported")
+        with open(exported, newline="", encoding="utf-8") as f:
+            text = f.read()
+        with open(exported, "w", newline="", encoding="utf-8") as f:
+            f.write(text.replace("Cell OV Threshold = 4201", "Cell OV Threshold = " + before))
+        g.menu("File", "Import data flash...")
+        g.type("fileNameEdit", exported, enter=True)
+        g.wait_text("lblCompareSummary", "1 changed")
+        g.click("cmdTake")
+        g._until(lambda: g.cell("grdDataFlash", 1, VALUE).name == before, "the value of the file")
+        g.key("ctrl+z")
+        g._until(lambda: g.cell("grdDataFlash", 1, VALUE).name == "4201", "the value before the import")
 
     def test_changes_the_target_and_closes_in_mid_scan(self):
         g = self.registers()
