@@ -45,6 +45,13 @@ constexpr std::array kFactories{
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
 };
 
+constexpr std::array kTools{
+    ToolView{"mnuToolsTables", QT_TRANSLATE_NOOP("frmMDI", "&Table editor"), "edit", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmTables(context.profiles, context.state, context.messages, context.gauge);
+             }},
+};
+
 } // namespace
 
 ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& context)
@@ -55,11 +62,7 @@ ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& co
     return new MissingView(key, caption);
 }
 
-ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
-                           GaugeContext* context)
-{
-    return new frmTables(profiles, state, messages, context);
-}
+std::span<const ToolView> ToolViews() { return kTools; }
 
 ChildView* MakeLogViewer(UserMessages& messages, const QString& path)
 {

@@ -371,12 +371,12 @@ void frmMDI::UseSimulatedPack()
     Restart();
 }
 
-void frmMDI::OpenTableEditor()
+void frmMDI::OpenTool(const ToolView& tool)
 {
-    QPointer<QMdiSubWindow>& window = m_views[QStringLiteral("Tables")];
+    QPointer<QMdiSubWindow>& window = m_views[QLatin1String(tool.Name)];
     if (!window) {
-        Host(MakeTableEditor(m_program.Profiles(), m_program.State(), m_messages, m_program.Context()),
-             tr("Table editor"));
+        Host(tool.Make({m_program.Profiles(), m_program.State(), m_messages, m_program.Context()}),
+             tr(tool.Caption).remove(QLatin1Char('&')));
         window = mdiArea->subWindowList().constLast();
     }
     mdiArea->setActiveSubWindow(window);

@@ -17,6 +17,7 @@
 #include <QTimer>
 
 class EmptyPage;
+struct ToolView;
 class SelectorPane;
 class StatusPane;
 
@@ -66,7 +67,7 @@ private:
     void UseSimulatedPack();
     [[nodiscard]] QString AskForTarget(); ///< the list; gives the chosen file as written, or nothing
     void ShowErrorLog();
-    void OpenTableEditor();
+    void OpenTool(const ToolView& tool);
     void OpenRegisterLog();
     void OpenDocument(const QString& name);
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area

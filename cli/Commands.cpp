@@ -4,8 +4,8 @@ std::vector<CommandSpec> AllCommands()
 {
     std::vector<CommandSpec> commands;
     for (const auto group : {ScanCommands, LogCommands, CycleCommands, AdapterCommands, RegisterCommands,
-                             BusCommands, IniCommands, ConvertCommands, TableCommands, SettingsCommands,
-                             TargetCommands, SkinCommands, SrecCommands}) {
+                             BusCommands, IniCommands, ConvertCommands, DataFlashConvertCommands,
+                             TableCommands, SettingsCommands, TargetCommands, SkinCommands, SrecCommands}) {
         const std::vector<CommandSpec> more = group();
         commands.insert(commands.end(), more.begin(), more.end());
     }
