@@ -95,7 +95,7 @@ void Against(benchmark::State& state, const std::vector<std::string>& ours,
              const std::vector<std::string>& theirs)
 {
     Use mine, peer;
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         const Use own = Run(ours);
         const Use other = Run(theirs);
         if (!own.Ok || !other.Ok)
@@ -149,7 +149,7 @@ void ReadMillionOneByteRecords(benchmark::State& state)
         text += OneByteRecord(descending ? 0x20000000 - record
                                          : 0x20000000 + (record % 2 == 0 ? record / 2 : 0 - record / 2));
     Silent silent;
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         clsSrecRW rw(silent);
         clsSrecFlash image;
         QBuffer file(&text);

@@ -16,7 +16,7 @@ void clsSrecFlash::Region::Cover(std::uint32_t address)
         m_bytes.insert(0, static_cast<qsizetype>(m_start - address), kErased);
         m_start = address;
     } else if (address >= End()) {
-        m_bytes.append(static_cast<qsizetype>(address - End() + 1), kErased);
+        m_bytes.append(static_cast<qsizetype>(address - End()) + 1, kErased);
     }
 }
 

@@ -386,7 +386,7 @@ SrecStatus clsSrecRW::ParseLine(QByteArrayView line, clsSrecFlash& image)
     const unsigned count = pair == kNoByte ? 0 : pair; // a count of nothing has no checksum that matches
     if (count > kMaxCount)
         return SrecStatus::Overflow;
-    const auto digits = static_cast<qsizetype>(2 * count);
+    const qsizetype digits = 2 * static_cast<qsizetype>(count);
     if (line.size() < kBeforeAddress + digits)
         return SrecStatus::TooShort;
     const auto computed = CalculateCheckSum(line.sliced(2, digits), m_bytes);

@@ -80,8 +80,7 @@ FileBytes ReadWhole(const QString& path, qint64 limit)
     QFile file(path);
     if (const QString problem = OpenPlainFile(file); !problem.isEmpty())
         return {{}, problem};
-    const FileBytes tooLarge{{},
-                             CouldNotBeRead(path, QStringLiteral("it is larger than %1 bytes").arg(limit))};
+    FileBytes tooLarge{{}, CouldNotBeRead(path, QStringLiteral("it is larger than %1 bytes").arg(limit))};
     if (file.size() > limit)
         return tooLarge;
     FileBytes result{file.readAll(), {}};
