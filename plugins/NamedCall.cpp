@@ -43,10 +43,14 @@ const Methods& MethodsOf(const QMetaObject* type)
             || method.parameterCount() >= static_cast<int>(kMostArguments))
             continue;
         Method entry{i, method.returnMetaType(), {}};
-        for (int p = 0; p < method.parameterCount(); ++p)
-            entry.Parameters.push_back({QString::fromLatin1(method.parameterNames().at(p)),
-                                        method.parameterMetaType(p),
-                                        method.parameterTypeName(p).endsWith('&')});
+        for (int p = 0; p < method.parameterCount(); ++p) {
+            QByteArray typeName = method.parameterTypeName(p);
+            const bool written = typeName.endsWith('&');
+            if (written) // the meta-object knows no type of a reference
+                typeName.chop(1);
+            entry.Parameters.push_back(
+                {QString::fromLatin1(method.parameterNames().at(p)), QMetaType::fromName(typeName), written});
+        }
         methods.insert(QString::fromLatin1(method.name()), entry);
     }
     return *known.insert(type, methods);

@@ -187,9 +187,10 @@ void PluginConnection::End(const QString& why)
 {
     if (m_ended)
         return;
-    Send(PluginProtocol::Error(std::nullopt, why));
     m_why = why;
-    m_ended = true;
+    m_ended = true; // first: this line has no answer and no limit
+    m_socket->write(PluginProtocol::Error(std::nullopt, why));
+    m_socket->flush();
     m_socket->abort();
     Gone();
 }

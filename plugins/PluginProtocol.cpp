@@ -91,6 +91,9 @@ Message Parse(const QByteArray& line)
         message.Value = object.value(u"result").toVariant();
         return message;
     }
+    Message bad = Bad(
+        QStringLiteral("the line is neither a request (\"call\") nor an answer (\"result\", \"error\")"));
+    bad.Id = message.Id;
     for (const auto& [key, kind] : {std::pair{u"call", Message::Kind::Call},
                                     {u"get", Message::Kind::Get},
                                     {u"set", Message::Kind::Set}}) {
@@ -99,9 +102,7 @@ Message Parse(const QByteArray& line)
             continue;
         const QJsonValue arguments = object.value(u"args");
         if (!name.isString() || !(arguments.isUndefined() || arguments.isObject())) {
-            Message bad
-                = Bad(QStringLiteral("\"%1\" must be a name, \"args\" an object").arg(QStringView(key)));
-            bad.Id = message.Id;
+            bad.Text = QStringLiteral("\"%1\" must be a name, \"args\" an object").arg(QStringView(key));
             return bad;
         }
         message.What = kind;
@@ -110,8 +111,7 @@ Message Parse(const QByteArray& line)
         message.Value = object.value(u"value").toVariant();
         return message;
     }
-    return Bad(
-        QStringLiteral("the line is neither a request (\"call\") nor an answer (\"result\", \"error\")"));
+    return bad;
 }
 
 QByteArray Hello(const QString& role, const QString& token)

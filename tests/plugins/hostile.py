@@ -1,11 +1,14 @@
 #!/usr/bin/python3
 """One script, every misbehaviour: hostile.py is run under the name of what it does."""
+import fcntl
 import json
 import os
 import signal
 import socket
+import struct
 import subprocess
 import sys
+import termios
 import time
 
 MODE = os.path.basename(sys.argv[0])[:-3]
@@ -57,7 +60,7 @@ if MODE == "EndsWell":
 if MODE == "IsKilled":
     os.kill(os.getpid(), signal.SIGKILL)
 if MODE == "LeavesAChild":
-    subprocess.Popen(["sleep", "600"])
+    subprocess.Popen(["sleep", "611.7"])
     print("child", flush=True)
     sys.exit(1)
 if MODE == "Hangs":
@@ -71,8 +74,9 @@ if MODE == "Floods":
     end.sendall(b'{"id":5,"call":"test"}\n' * 100000)
 if MODE == "DoesNotRead":
     for i in range(10 ** 6):
-        send(end, {"id": i, "call": "ReadSrec", "args": {"path": 7, "x" * 500: 1}})
-        time.sleep(0 if i % 32 else 0.001)
+        send(end, {"id": i, "call": "ReadSrec", "args": {}})
+        while struct.unpack("i", fcntl.ioctl(end, termios.TIOCOUTQ, bytes(4)))[0]:
+            pass        # the host has not read it yet
 if MODE == "CallsWithoutEnd":
     number = 10
     while True:
