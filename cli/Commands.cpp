@@ -5,7 +5,7 @@ std::vector<CommandSpec> AllCommands()
     std::vector<CommandSpec> commands;
     for (const auto group :
          {ScanCommands, LogCommands, CycleCommands, AdapterCommands, RegisterCommands, BusCommands,
-          IniCommands, ConvertCommands, DataFlashConvertCommands, DataFlashFileCommands,
+          IniCommands, ConvertCommands, DataFlashCommands, DataFlashConvertCommands, DataFlashFileCommands,
           DataFlashImportCommands, TableCommands, SettingsCommands, TargetCommands, SkinCommands}) {
         const std::vector<CommandSpec> more = group();
         commands.insert(commands.end(), more.begin(), more.end());

@@ -16,6 +16,7 @@
 [[nodiscard]] std::vector<CommandSpec> BusCommands();
 [[nodiscard]] std::vector<CommandSpec> IniCommands();
 [[nodiscard]] std::vector<CommandSpec> ConvertCommands();
+[[nodiscard]] std::vector<CommandSpec> DataFlashCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashConvertCommands();
 [[nodiscard]] std::vector<CommandSpec> TableCommands();
 [[nodiscard]] std::vector<CommandSpec> SettingsCommands();

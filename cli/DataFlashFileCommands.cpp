@@ -313,8 +313,9 @@ std::vector<CommandSpec> DataFlashFileCommands()
          .Arguments = {{"FILE", ".gg file; one that is there is replaced", ArgumentKind::Text, true},
                        {"--config", "Data flash configuration: its default values, and no gauge"},
                        values},
-         .Examples = {"tarnlo-cli df export pack.gg --target sim4s/Config.ini",
-                      "tarnlo-cli df export --config sim4s/sim4s-dataflash.toml --values mine.json golden.gg"},
+         .Examples
+         = {"tarnlo-cli df export pack.gg --target sim4s/Config.ini",
+            "tarnlo-cli df export --config sim4s/sim4s-dataflash.toml --values mine.json golden.gg"},
          .Run = Export},
         {.Path = "df diff",
          .Summary = "Compare two sets of values; ends with 1 when they differ",

@@ -1,6 +1,7 @@
 #include "cli/DataFlashSource.h"
 
 #include "cli/Interrupt.h"
+#include "cli/PendingWriteReport.h"
 #include "dataflash/bCfgReader.h"
 #include "platform/ProgramFolder.h"
 
@@ -70,8 +71,10 @@ std::unique_ptr<DataFlashSource> DataFlashSource::Open(CommandContext& context, 
     std::unique_ptr<DataFlashSource> source(new DataFlashSource(context, *gauge, startup));
     const bool loaded
         = config.isEmpty() ? source->m_flash.Load() : source->m_flash.LoadFile(ConfigPath(startup, config));
-    if (loaded)
+    if (loaded) {
+        ReportPendingWrite(context, source->m_flash);
         return source;
+    }
     failed = Refused(QStringLiteral("the data flash configuration was not loaded"));
     return nullptr;
 }

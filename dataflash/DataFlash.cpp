@@ -700,7 +700,7 @@ TransferReport DataFlash::Write(const std::vector<SubClassPlace>& places, bool a
     }
     if (!begun)
         return ended();
-    if (report.Result != Number(ErrorCode::NoUsb) && !Ping() && report.Result == 0)
+    if (report.Result != Number(ErrorCode::NoUsb) && !Ping() && report.Result == 0 && !m_cancel)
         report.Result = Number(ErrorCode::Timeout);
     if (report.Result == 0 && verify && !m_cancel)
         Verify(writes, all, report);

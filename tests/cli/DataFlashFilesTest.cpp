@@ -38,12 +38,10 @@ CliAnswer OnPack(const CliRun& cli, const QString& line)
         + Words(line));
 }
 
-/// What ships, with the data flash's configuration.
+/// What ships, with other settings of the simulated pack.
 void Ship(const CliRun& cli, const QByteArray& simulator = {})
 {
     cli.ShipHome();
-    const QString name = Q("sim4s/sim4s-dataflash.toml");
-    ASSERT_TRUE(QFile::copy(Q(TARNLO_SHIPPED_HOME "/") + name, cli.Path(Q("home/") + name)));
     if (!simulator.isEmpty())
         cli.Write(
             Q("home/tarnlo.ini"),
@@ -173,6 +171,17 @@ TEST(DataFlashFiles, AUnitThatDoesNotTakeAWriteFailsByName)
         << answer.Out.constData();
     EXPECT_TRUE(cli.Read(Q("r/1.jsonl")).contains("\"passed\":false"));
     EXPECT_TRUE(good.Read(Q("r/1.jsonl")).contains("\"passed\":true"));
+}
+
+TEST(DataFlashFiles, AnAutomaticExportThatReadsNothingWritesNothing)
+{
+    const CliRun cli;
+    Ship(cli, "Faults=AddressNack\nFaultRate=1000000");
+    const CliAnswer answer = OnPack(cli, Q("df autoexport --base night --every 15 --count 2"));
+    EXPECT_EQ(answer.Status, 3);
+    ASSERT_EQ(answer.Lines().size(), 3U);
+    EXPECT_TRUE(Holds(answer.Lines()[1], R"({"error": "~night_00000.gg was not written"})"));
+    EXPECT_FALSE(QFile::exists(cli.Path(Q("night_00000.gg"))));
 }
 
 TEST(DataFlashFiles, AutomaticFilesAreNumberedAndSpecialOnesHaveTheirForm)

@@ -122,7 +122,7 @@ TEST(UnplugSweep, LeavesOldNewOrNamedAsTorn)
 // and single subclasses. A gauge without the check programs the part that it heard.
 TEST(UnplugSweep, VerifyFindsEveryLie)
 {
-    const int cases = LongTests() ? 1000 : 60;
+    const int cases = LongTests() ? 1000 : 100;
     Random random(77);
     std::map<bool, Wanted> all;
     for (const bool pec : {false, true})

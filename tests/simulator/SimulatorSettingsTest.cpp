@@ -26,12 +26,15 @@ TEST(SimulatorSettings, TakesEveryKey)
 {
     const SimulatorSettings read
         = Read("Seed=9\nSpeed=60\nCharge=12.5\nLoadCurrent=1000\nChargeCurrent=500\n"
-               "Ambient=-5\nPec=0\nBusClock=400000\nFaultRate=250\n"
+               "Ambient=-5\nPec=0\nBusClock=400000\nDataFlashStyle=6\n"
+               "FlashRowTime=7\nFlashFile=kept.bin\nFaultRate=250\n"
                "Faults=bitflip, Timeout\nFaultAt=3:LyingWrite, 12:unplug\nReentry=1\n");
     EXPECT_EQ(read.Problems, QStringList());
     EXPECT_EQ(std::tuple(read.Seed, read.Speed, read.Charge, read.LoadCurrent, read.ChargeCurrent),
               std::tuple(9U, 60, 12.5, 1000, 500));
     EXPECT_EQ(std::tuple(read.Ambient, read.Pec, read.BusClock), std::tuple(-5, false, 400'000));
+    EXPECT_EQ(std::tuple(read.DataFlashStyle, read.FlashRowTime, read.FlashFile),
+              std::tuple(6, 7, QStringLiteral("kept.bin")));
     EXPECT_EQ(read.Faults.RatePpm, 250);
     EXPECT_EQ(read.Faults.Kinds, (std::vector{Fault::BitFlip, Fault::Timeout}));
     ASSERT_EQ(read.Faults.Scheduled.size(), 2U);
