@@ -11,6 +11,7 @@
 #include <QHeaderView>
 #include <QShortcut>
 #include <QSignalBlocker>
+#include <QTabBar>
 
 namespace {
 
@@ -126,7 +127,12 @@ void ComparePane::Show(ValueOffers offers, const DataFlashTree& tree)
         for (int row = 0; row < grdCompare->rowCount(); ++row) {
             const ValueOffers::Offer& offer = m_offers.Offers[static_cast<std::size_t>(row)];
             const DataItem& item = ItemAt(tree, offer.Place);
-            const QString name = GgSection(tree, offer.Place) + QStringLiteral(" / ") + item.Name;
+            const DataClass& dataClass = tree.Classes[static_cast<std::size_t>(offer.Place.Class)];
+            const QString name
+                = QStringList{dataClass.Name,
+                              dataClass.SubClasses[static_cast<std::size_t>(offer.Place.SubClass)].Name,
+                              item.Name}
+                      .join(QStringLiteral(" / "));
             auto* tick = new QTableWidgetItem;
             tick->setData(Qt::AccessibleTextRole, tr("Take %1").arg(item.Name));
             tick->setFlags(offer.CanTake ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable
@@ -153,7 +159,7 @@ void ComparePane::Show(ValueOffers offers, const DataFlashTree& tree)
         kNote, std::ranges::all_of(m_offers.Offers, [](const auto& offer) { return offer.Note.isEmpty(); }));
     m_pages->setTabText(0, tr("Differences: %1").arg(m_offers.Offers.size()));
     m_pages->setTabText(1, tr("Remarks: %1").arg(m_offers.Remarks.size()));
-    m_pages->setTabVisible(1, !m_offers.Remarks.isEmpty());
+    m_pages->tabBar()->setVisible(!m_offers.Remarks.isEmpty());
     m_pages->setCurrentIndex(m_offers.Offers.empty() && !m_offers.Remarks.isEmpty() ? 1 : 0);
     Count();
     grdCompare->setFocus();

@@ -26,6 +26,7 @@ ItemMarks MarksAt(const QModelIndex& index) { return ItemMarks(index.data(kItemM
 DataFlashDelegate::DataFlashDelegate(DataFlashItemModel& model, QObject* parent)
     : QStyledItemDelegate(parent), m_model(model)
 {
+    connect(this, &QAbstractItemDelegate::closeEditor, this, &DataFlashDelegate::EditEnded);
 }
 
 QSize DataFlashDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const
@@ -140,6 +141,11 @@ QWidget* DataFlashDelegate::createEditor(QWidget* parent, const QStyleOptionView
     field->setTextMargins(0, 0, 0, 0);
     m_field = field;
     m_place = index;
+    m_latest = field;
+    connect(field, &QObject::destroyed, this, [this](const QObject* gone) {
+        if (gone == m_latest) // rows that were built anew took it away, and no other one is open
+            emit EditEnded();
+    });
     connect(field, &QLineEdit::textChanged, this,
             [this, field, place = QPersistentModelIndex(index)] { Judge(field, place); });
     return field;
@@ -226,9 +232,5 @@ bool DataFlashDelegate::eventFilter(QObject* watched, QEvent* event)
             QTimer::singleShot(0, field, [field] { field->setFocus(); });
         return false; // the base class would take the text and close the field
     }
-    const bool ends = field && event->type() == QEvent::Hide;
-    const bool done = QStyledItemDelegate::eventFilter(watched, event);
-    if (ends)
-        emit EditEnded();
-    return done;
+    return QStyledItemDelegate::eventFilter(watched, event);
 }

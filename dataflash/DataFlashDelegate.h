@@ -46,5 +46,6 @@ private:
     DataFlashItemModel& m_model;
     bool m_roomy = false;
     mutable QPointer<QLineEdit> m_field; ///< the one that is open
+    mutable const QObject* m_latest = nullptr; ///< the field opened last, also when it is gone
     mutable QPersistentModelIndex m_place; ///< what it edits
 };

@@ -142,16 +142,14 @@ void DataFlashGrid::currentChanged(const QModelIndex& current, const QModelIndex
         emit CurrentChanged();
 }
 
-void DataFlashGrid::drawRow(QPainter* painter, const QStyleOptionViewItem& option,
-                            const QModelIndex& index) const
+void DataFlashGrid::drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const
 {
-    if (index.parent().isValid())
-        return QTreeView::drawRow(painter, option, index);
-    QStyleOptionViewItem section(option); // the fold mark stands on the row's own colour too
-    const QColor fill = ToColour(Theme::Current().Colours().HeaderFill);
-    section.palette.setColor(QPalette::Base, fill);
-    section.palette.setColor(QPalette::AlternateBase, fill);
-    QTreeView::drawRow(painter, section, index);
+    if (!index.parent().isValid()) { // the fold mark stands on its row's own colour
+        painter->fillRect(rect, ToColour(Theme::Current().Colours().HeaderFill));
+        painter->setPen(ToColour(Theme::Current().Colours().Line));
+        painter->drawLine(rect.bottomLeft(), rect.bottomRight());
+    }
+    QTreeView::drawBranches(painter, rect, index);
 }
 
 void DataFlashGrid::keyPressEvent(QKeyEvent* event)

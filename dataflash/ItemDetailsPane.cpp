@@ -32,6 +32,7 @@ ItemDetailsPane::ItemDetailsPane(QWidget* parent)
     txtItemHelp->setAccessibleName(tr("What the item means"));
     txtItemHelp->document()->setDocumentMargin(0);
     txtItemHelp->setOpenLinks(false);
+    txtItemHelp->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 
     auto* form = new QFormLayout(m_form);
     form->setContentsMargins(0, 0, 0, 0);
@@ -119,10 +120,12 @@ void ItemDetailsPane::resizeEvent(QResizeEvent* event)
 
 void ItemDetailsPane::FitHelp()
 {
-    QTextDocument* text = txtItemHelp->document();
     const QMargins margins = layout()->contentsMargins();
-    text->setTextWidth(std::max(1, width() - margins.left() - margins.right() - 2 * frameWidth()));
-    txtItemHelp->setMaximumHeight(static_cast<int>(text->size().height()) + 4);
+    const QRect room(0, 0, std::max(1, width() - margins.left() - margins.right() - 2 * frameWidth() - 2),
+                     10'000);
+    txtItemHelp->setMaximumHeight(
+        txtItemHelp->fontMetrics().boundingRect(room, Qt::TextWordWrap, txtItemHelp->toPlainText()).height()
+        + 6);
 }
 
 void ItemDetailsPane::SetLocked(bool on)

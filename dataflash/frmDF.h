@@ -54,6 +54,8 @@ public:
     bool Busy() const override { return m_working || m_flash.Running(); }
     void Abandon() override;
 
+    /// What fits folds: the words of buttons must not keep a window from getting narrow.
+    [[nodiscard]] QSize minimumSizeHint() const override { return {480, 240}; }
     [[nodiscard]] DataFlash& Flash() { return m_flash; }
     /// Brings a file's values up beside the ones on screen.
     void ImportDF(const QString& path);

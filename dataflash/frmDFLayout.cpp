@@ -26,6 +26,7 @@ constexpr int kAllWords = 1180; // below it the file buttons show their icons al
 constexpr int kReadWriteButtons = 4; // keep their words longer than the others
 constexpr int kDetailsWidth = 290; // at first
 constexpr int kPlanHeight = 170;
+constexpr int kCompareHeight = 240;
 
 QFrame* Divider(QWidget* parent)
 {
@@ -435,7 +436,8 @@ void frmDF::ShowBottom(Bottom what)
             pane->setVisible(pane == shown);
         }
     if (shown && !m_folded) {
-        const int height = std::max(m_form.PlanHeight, kPlanHeight);
+        const int height
+            = std::max(m_form.PlanHeight, what == Bottom::Compare ? kCompareHeight : kPlanHeight);
         m_down->setSizes({std::max(1, m_down->height() - height), height, height});
     }
     if (!shown && m_folded)
@@ -505,6 +507,7 @@ void frmDF::Fold(bool narrow)
     m_down->setVisible(!narrow);
     m_allTabs->setVisible(narrow);
     lblShowOnly->setVisible(!narrow);
+    txtSearch->setPlaceholderText(narrow ? tr("Search") : tr("Search all classes (Ctrl+F)"));
     m_pending->SetNarrow(narrow);
     m_plan->SetNarrow(narrow);
     grdDataFlash->ShowLimits(!narrow);
@@ -518,6 +521,8 @@ void frmDF::SaveForm()
     m_form.VerifyWrite = mnuOptionsVerifyWrite->isChecked();
     if (!m_folded && m_placed && m_details->isVisible())
         m_form.DetailsWidth = m_across->sizes().value(1);
+    if (!m_folded && m_bottom != Bottom::Nothing)
+        m_form.PlanHeight = m_down->sizes().value(m_bottom == Bottom::Plan ? 1 : 2);
     const QString problem = SaveDataFlashForm(m_settings, m_form);
     if (!problem.isEmpty())
         m_context.messages.Show(problem);

@@ -11,6 +11,8 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QListWidget>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QTableWidget>
 #include <QTest>
 
@@ -357,6 +359,38 @@ TEST(DataFlashEditor, OffersToFinishAWriteThatTheCableEnded)
         EXPECT_EQ(editor.Held(kVoltage, 0), 4201);
     }
     EXPECT_TRUE(offered);
+}
+
+TEST(DataFlashEditor, FoldsIntoASmallWindow)
+{
+    Editor editor;
+    QMdiArea area;
+    area.resize(630, 310);
+    QMdiSubWindow* window = area.addSubWindow(editor.window);
+    area.show();
+    window->showMaximized();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(window->isMaximized());
+    EXPECT_LE(editor.window->width(), area.width());
+    const QRect inside = editor.window->rect();
+    for (const char* name :
+         {"cmdReadAll", "cmdDefaults", "cmdUndo", "txtSearch", "cmdOnlyDiffers", "grdDataFlash"}) {
+        const auto* control = editor.Find<QWidget>(name);
+        const QRect place(control->mapTo(editor.window, QPoint()), control->size());
+        EXPECT_TRUE(control->isVisible() && inside.contains(place))
+            << name << " at " << place.x() << "," << place.y() << " " << place.width() << "x"
+            << place.height();
+    }
+    editor.Click("cmdReadAll");
+    editor.Edit(kCellOv, QStringLiteral("4201"));
+    editor.Click("cmdWriteChanged");
+    const auto* write = editor.Find<QWidget>("cmdWritePlan");
+    EXPECT_TRUE(write->isVisible());
+    EXPECT_TRUE(inside.contains(QRect(write->mapTo(editor.window, QPoint()), write->size())));
+    editor.Click("cmdWritePlan");
+    EXPECT_EQ(editor.Held(kVoltage, 0), 4201);
+    editor.messages.answers = {Answer::Yes};
+    window->close();
 }
 
 TEST(DataFlashEditor, SaysWhatToDoWithoutAConfiguration)
