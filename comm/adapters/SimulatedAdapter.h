@@ -5,6 +5,7 @@
 #include "simulator/BusHost.h"
 #include "simulator/Eeprom.h"
 #include "simulator/FaultyBus.h"
+#include "simulator/GaugeMemory.h"
 #include "simulator/GaugeRegisterFile.h"
 #include "simulator/GaugeTarget.h"
 #include "simulator/OneWireChip.h"
@@ -86,6 +87,7 @@ private:
     std::int64_t m_startMs;
     SimulatedBench m_bench;
     GaugeTarget m_gauge;
+    GaugeMemory m_memory;
     GaugeRegisterFile m_registers;
     Eeprom m_eeprom;
     OneWireChip m_chip;
