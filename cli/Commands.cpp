@@ -3,9 +3,9 @@
 std::vector<CommandSpec> AllCommands()
 {
     std::vector<CommandSpec> commands;
-    for (const auto group :
-         {ScanCommands, LogCommands, CycleCommands, AdapterCommands, RegisterCommands, BusCommands,
-          IniCommands, ConvertCommands, TableCommands, SettingsCommands, TargetCommands, SkinCommands}) {
+    for (const auto group : {ScanCommands, LogCommands, CycleCommands, AdapterCommands, RegisterCommands,
+                             BusCommands, SequenceCommands, IniCommands, ConvertCommands, TableCommands,
+                             SettingsCommands, TargetCommands, SkinCommands}) {
         const std::vector<CommandSpec> more = group();
         commands.insert(commands.end(), more.begin(), more.end());
     }
