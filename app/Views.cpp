@@ -1,5 +1,8 @@
 #include "app/Views.h"
 
+#include "engineering/frmBusHealth.h"
+#include "engineering/frmI2C.h"
+#include "engineering/frmPro.h"
 #include "look/Theme.h"
 #include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
@@ -43,6 +46,7 @@ struct Factory {
 
 constexpr std::array kFactories{
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
+    Factory{"Pro", [](GaugeContext& context) -> ChildView* { return new frmPro(context); }},
 };
 
 } // namespace
@@ -64,4 +68,12 @@ ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state, Us
 ChildView* MakeLogViewer(UserMessages& messages, const QString& path)
 {
     return new frmLogViewer(messages, path);
+}
+
+ChildView* MakeI2CTool(GaugeContext& context) { return new frmI2C(context); }
+
+ChildView* MakeBusHealth(BusWatch& watch, ProfileStore& profiles, const StartupState& state,
+                         UserMessages& messages)
+{
+    return new frmBusHealth(watch.Health, profiles, state, messages);
 }

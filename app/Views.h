@@ -1,5 +1,6 @@
 #pragma once
 
+#include "comm/BusWatch.h"
 #include "comm/GaugeContext.h"
 #include "look/ChildView.h"
 
@@ -19,3 +20,8 @@
                                          UserMessages& messages, GaugeContext* context);
 /// @param path  opened at once when not empty
 [[nodiscard]] ChildView* MakeLogViewer(UserMessages& messages, const QString& path);
+[[nodiscard]] ChildView* MakeBusHealth(BusWatch& watch, ProfileStore& profiles, const StartupState& state,
+                                       UserMessages& messages);
+
+/// Needs an adapter, but no target.
+[[nodiscard]] ChildView* MakeI2CTool(GaugeContext& context);

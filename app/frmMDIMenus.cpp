@@ -36,6 +36,8 @@ void frmMDI::MakeMenus()
     Add(mnuTools, "mnuToolsColor", tr("&Colours..."), QStringLiteral("palette"));
 
     Add(mnuTools, "mnuToolsTables", tr("&Table editor"), QStringLiteral("edit"));
+    mnuToolsI2C = Add(mnuTools, "mnuToolsI2C", tr("&I2C tool"), QStringLiteral("bus"));
+    Add(mnuTools, "mnuToolsBusHealth", tr("&Bus health"), QStringLiteral("verify"));
 
     mnuWindow = menuBar()->addMenu(tr("&Window"));
     Add(mnuWindow, "mnuWindowCascade", tr("&Cascade"), {});
@@ -122,6 +124,8 @@ void frmMDI::Dispatch(const QString& menuEntry)
         {QStringLiteral("mnuFileExit"), [this] { close(); }},
         {QStringLiteral("mnuFileOpenLog"), [this] { OpenRegisterLog(); }},
         {QStringLiteral("mnuToolsTables"), [this] { OpenTableEditor(); }},
+        {QStringLiteral("mnuToolsI2C"), [this] { OpenI2CTool(); }},
+        {QStringLiteral("mnuToolsBusHealth"), [this] { OpenBusHealth(); }},
         {QStringLiteral("mnuErrorLogOn"),
          [this] {
              if (frmUSB* usb = m_program.Usb())

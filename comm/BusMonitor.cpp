@@ -5,6 +5,7 @@
 void BusMonitor::Clear()
 {
     m_first = End();
+    m_madeRoom = 0;
     m_entries.clear();
     ++m_revision;
 }
@@ -20,6 +21,7 @@ std::int64_t BusMonitor::Begin(Entry entry)
     if (m_entries.size() >= m_most) {
         m_entries.pop_front();
         ++m_first;
+        ++m_madeRoom;
     }
     m_entries.push_back(std::move(entry));
     ++m_revision;

@@ -34,6 +34,10 @@ public:
     // Entries are known by a serial number that never comes again: those in [First(), End()) are there.
     [[nodiscard]] std::int64_t First() const { return m_first; }
     [[nodiscard]] std::int64_t End() const { return m_first + static_cast<std::int64_t>(m_entries.size()); }
+    [[nodiscard]] std::int64_t MadeRoom() const
+    {
+        return m_madeRoom;
+    } ///< entries dropped since the last Clear
     [[nodiscard]] const Entry* Find(std::int64_t serial) const; ///< nothing when it made room for others
     [[nodiscard]] std::uint64_t Revision() const { return m_revision; } ///< another one after every change
 
@@ -50,6 +54,7 @@ private:
     std::deque<Entry> m_entries;
     std::vector<TraceEntry> m_opening;
     std::int64_t m_first = 0;
+    std::int64_t m_madeRoom = 0;
     std::uint64_t m_revision = 0;
     std::size_t m_most;
     bool m_watching = false;
