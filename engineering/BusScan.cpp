@@ -68,7 +68,9 @@ BusScan::Result BusScan::Run(bool risky, const QString& owner,
             scanned.Found = ScannedAddress::State::LeftOut;
         } else {
             scanned.Code = Ask(scanned.Address);
-            if (Failed(scanned.Code) && scanned.Code != ErrorCode::NoAcknowledge)
+            const bool hopeless
+                = scanned.Code == ErrorCode::IncorrectParam || scanned.Code == ErrorCode::NoUsb;
+            if (Failed(scanned.Code) && scanned.Code != ErrorCode::NoAcknowledge && !hopeless)
                 scanned.Code = Ask(scanned.Address); // a disturbed bus says nothing about the part
             scanned.Found = !Failed(scanned.Code)          ? ScannedAddress::State::Present
                 : scanned.Code == ErrorCode::NoAcknowledge ? ScannedAddress::State::Silent

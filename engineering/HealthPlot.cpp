@@ -47,10 +47,14 @@ HealthPlot::HealthPlot(QWidget* parent) : QWidget(parent), m_plot(Named(new QCus
         m_bars.push_back(bars);
     }
     m_plot->yAxis->setRangeReversed(true); // the first register stands at the top
-    m_plot->yAxis->setTicks(true);
+    m_plot->yAxis->setTickLength(0);
     m_plot->yAxis->grid()->setVisible(false);
     m_plot->legend->setVisible(true);
-    m_plot->axisRect()->insetLayout()->setInsetAlignment(0, Qt::AlignRight | Qt::AlignBottom);
+    // in a row of its own above the bars, which it would hide
+    m_plot->plotLayout()->insertRow(0);
+    m_plot->plotLayout()->addElement(0, 0, m_plot->legend);
+    m_plot->plotLayout()->setRowStretchFactor(0, 0.001);
+    m_plot->legend->setFillOrder(QCPLegend::foColumnsFirst);
     Applyskin();
 }
 
@@ -90,6 +94,10 @@ void HealthPlot::Show(const std::vector<BusHealth::Row>& rows, What what)
     m_plot->yAxis->setTicker(ticker);
     m_plot->yAxis->setRange(-0.6, std::max(0.6, static_cast<double>(m_rows.size()) - 0.4));
     m_plot->xAxis->setRange(0, most > 0 ? most * 1.05 : 1);
+    const auto counts = QSharedPointer<QCPAxisTickerFixed>::create(); // there is no half of a call
+    counts->setScaleStrategy(QCPAxisTickerFixed::ssMultiples);
+    m_plot->xAxis->setTicker(what == What::Times ? QSharedPointer<QCPAxisTicker>::create()
+                                                 : QSharedPointer<QCPAxisTicker>(counts));
     m_plot->xAxis->setLabel(what == What::Failures    ? tr("failed calls")
                                 : what == What::Calls ? tr("calls")
                                                       : tr("ms"));
@@ -118,7 +126,7 @@ void HealthPlot::Applyskin()
         m_bars[kind]->setBrush(QBrush(colour, kPatterns[kind]));
     }
     m_plot->legend->setBrush(ToColour(colours.Base));
-    m_plot->legend->setBorderPen(QPen(ToColour(colours.Line)));
+    m_plot->legend->setBorderPen(Qt::NoPen);
     m_plot->legend->setTextColor(text);
     m_plot->legend->setFont(Theme::Current().Font(Type::Small));
     m_plot->replot(QCustomPlot::rpQueuedReplot);

@@ -1,22 +1,19 @@
 #include "engineering/MonitorModel.h"
 
+#include "engineering/CallText.h"
 #include "engineering/Transaction.h"
 #include "look/Icons.h"
 #include "look/Theme.h"
 
-#include <QJsonDocument>
-
 namespace {
 
-constexpr qsizetype kLongest = 120; // characters in a cell
-
-QString Values(const QJsonArray& values)
+QString Moved(const BusMonitor::Entry& entry)
 {
-    QStringList texts;
-    for (const auto& value : values)
-        texts << (value.isDouble() ? QString::number(value.toInteger()) : value.toString());
-    const QString text = texts.join(QStringLiteral(", "));
-    return text.size() > kLongest ? text.left(kLongest) + QStringLiteral("...") : text;
+    if (!entry.Done)
+        return QStringLiteral("under way");
+    QStringList texts{SentText(entry.Call), CameText(entry.Call)};
+    texts.removeAll(QString());
+    return texts.join(QStringLiteral(" -> "));
 }
 
 QString Hex(std::int16_t value) { return value < 0 ? QString() : HexNumber(value); }
@@ -40,12 +37,10 @@ QVariant MonitorModel::data(const QModelIndex& index, int role) const
             return Hex(entry->Place.Address);
         case kCommand:
             return Hex(entry->Place.Command);
-        case kGiven:
-            return Values(entry->Call.In);
         case kCode:
             return entry->Done ? QVariant(Number(entry->Code)) : QVariant();
-        case kAnswer:
-            return entry->Done ? Values(entry->Call.Out) : tr("under way");
+        case kData:
+            return Moved(*entry);
         case kTook:
             return entry->Done ? tr("%1 ms").arg(entry->Call.TookMs) : QString();
         default:
@@ -61,7 +56,8 @@ QVariant MonitorModel::data(const QModelIndex& index, int role) const
         return QVariant(column == kCode || column == kTook ? Qt::AlignRight | Qt::AlignVCenter
                                                            : Qt::AlignLeft | Qt::AlignVCenter);
     case Qt::FontRole:
-        return column == kOperation || column == kTook ? QVariant() : Theme::Current().Font(Type::Mono);
+        return column == kTime || column == kOperation || column == kTook ? QVariant()
+                                                                          : Theme::Current().Font(Type::Mono);
     default:
         return {};
     }
@@ -71,8 +67,8 @@ QVariant MonitorModel::headerData(int section, Qt::Orientation orientation, int 
 {
     if (orientation != Qt::Horizontal || section < 0 || section >= kColumnCount)
         return {};
-    const QString captions[]{tr("Time"),  tr("Operation"), tr("Address"), tr("Command"),
-                             tr("Given"), tr("Code"),      tr("Came"),    tr("Took")};
+    const QString captions[]{tr("Time"), tr("Operation"), tr("Address"), tr("Command"),
+                             tr("Code"), tr("Data"),      tr("Took")};
     if (role == Qt::DisplayRole)
         return captions[section];
     if (role == Qt::TextAlignmentRole)
@@ -101,8 +97,8 @@ bool MonitorFilter::filterAcceptsRow(int row, const QModelIndex& /*parent*/) con
         return false;
     if (m_text.isEmpty())
         return true;
-    for (const int column : {MonitorModel::kOperation, MonitorModel::kAddress, MonitorModel::kCommand,
-                             MonitorModel::kGiven, MonitorModel::kAnswer})
+    for (const int column :
+         {MonitorModel::kOperation, MonitorModel::kAddress, MonitorModel::kCommand, MonitorModel::kData})
         if (model->index(row, column).data().toString().contains(m_text, Qt::CaseInsensitive))
             return true;
     return false;

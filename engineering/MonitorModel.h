@@ -9,7 +9,7 @@
 class MonitorModel final : public SerialModel {
     Q_OBJECT
 public:
-    enum Column { kTime, kOperation, kAddress, kCommand, kGiven, kCode, kAnswer, kTook, kColumnCount };
+    enum Column { kTime, kOperation, kAddress, kCommand, kCode, kData, kTook, kColumnCount };
 
     MonitorModel(const BusMonitor& monitor, QObject* parent) : SerialModel(parent), m_monitor(monitor) { }
     int columnCount(const QModelIndex& parent = {}) const override

@@ -54,13 +54,14 @@ void MonitorPane::LayOut()
     m_filter->setSourceModel(m_model);
     grdMonitor->setModel(m_filter);
     DressTable(grdMonitor, tr("Bus calls"));
+    grdMonitor->setIconSize(QSize(14, 14));
     lblMonitorEmpty = MakeEmptyLabel(grdMonitor, "lblMonitorEmpty", {});
     const int digit = grdMonitor->fontMetrics().horizontalAdvance(QLatin1Char('0'));
-    const int widths[]{13, 18, 9, 9, 22, 7, 22, 8};
+    const int widths[]{13, 13, 9, 10, 6, 18, 8};
     for (int column = 0; column < MonitorModel::kColumnCount; ++column)
         grdMonitor->setColumnWidth(column, digit * widths[column]);
     grdMonitor->horizontalHeader()->setStretchLastSection(false);
-    grdMonitor->horizontalHeader()->setSectionResizeMode(MonitorModel::kAnswer, QHeaderView::Stretch);
+    grdMonitor->horizontalHeader()->setSectionResizeMode(MonitorModel::kData, QHeaderView::Stretch);
     MakeSecondary(lblMonitor);
     lblMonitor->setWordWrap(true);
     auto* down = new QVBoxLayout(this);

@@ -99,6 +99,7 @@ QWidget* TransactionPane::MakeFields()
     cboKind->setAccessibleName(tr("Kind of transaction"));
     spnRepeat->setRange(1, kMostTimes);
     spnRepeat->setSuffix(tr(" times"));
+    spnRepeat->setSpecialValueText(tr("once"));
     spnRepeat->setToolTip(tr("How often it is sent"));
     spnInterval->setRange(0, kLongestIntervalMs);
     spnInterval->setValue(1000);
@@ -166,7 +167,7 @@ QWidget* TransactionPane::MakeHistory()
         tr("Nothing was sent yet.\nChoose a transaction above and send it, or run access commands and "
            "sequences; all answers stand here."));
     const int digit = grdHistory->fontMetrics().horizontalAdvance(QLatin1Char('0'));
-    const int widths[]{13, 26, 22, 6, 26, 8};
+    const int widths[]{13, 24, 18, 6, 26, 8};
     for (int column = 0; column < HistoryModel::kColumnCount; ++column)
         grdHistory->setColumnWidth(column, digit * widths[column]);
     grdHistory->horizontalHeader()->setStretchLastSection(false);

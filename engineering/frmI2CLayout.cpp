@@ -86,6 +86,7 @@ QWidget* frmI2C::MakeScanPane()
     grdScan->setShowGrid(true);
     grdScan->verticalHeader()->show();
     grdScan->verticalHeader()->setDefaultSectionSize(kRowHeight);
+    grdScan->horizontalHeader()->setStretchLastSection(false);
     grdScan->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     QStringList across;
     for (int column = 0; column < kColumns; ++column)
@@ -97,12 +98,18 @@ QWidget* frmI2C::MakeScanPane()
     grdScan->setVerticalHeaderLabels(downwards);
     for (int address = BusScan::kFirst; address <= BusScan::kLast; address += 2)
         ShowScanned({static_cast<std::int16_t>(address)});
-    grdScan->setMinimumWidth(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 48);
-    grdScan->setFixedHeight(grdScan->rowCount() * kRowHeight + 30);
+    for (QHeaderView* header : {grdScan->horizontalHeader(), grdScan->verticalHeader()})
+        header->setMinimumSectionSize(kRowHeight);
+    grdScan->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    grdScan->setMinimumWidth(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 46);
+    grdScan->setMaximumHeight(grdScan->rowCount() * kRowHeight
+                              + grdScan->horizontalHeader()->sizeHint().height() + 2 * grdScan->frameWidth());
 
     DressTable(grdFound, tr("Parts that answered"));
     grdFound->setSelectionMode(QAbstractItemView::SingleSelection);
     grdFound->setHorizontalHeaderLabels({tr("Address"), tr("7-bit"), tr("Usually")});
+    for (const int column : {0, 1})
+        grdFound->setColumnWidth(column, fontMetrics().horizontalAdvance(QLatin1Char('0')) * 9);
     grdFound->setToolTip(tr("A click takes the address over"));
     MakeEmptyLabel(grdFound, "lblFoundEmpty", tr("Nobody was asked yet. Scan shows who answers."));
 
@@ -110,8 +117,9 @@ QWidget* frmI2C::MakeScanPane()
     down->setContentsMargins(0, 0, 6, 0);
     down->setSpacing(6);
     down->addLayout(bar);
-    down->addWidget(grdScan);
+    down->addWidget(grdScan, 3);
     down->addWidget(grdFound, 1);
+    down->addStretch();
     return pane;
 }
 

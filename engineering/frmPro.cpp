@@ -25,6 +25,8 @@ namespace {
 constexpr int kNarrow = 800; // logical pixels of the view, below which its panes fold into tabs
 constexpr int kLow = 400;
 constexpr int kRetryMs = 20;
+constexpr int kLeft = 720; // at first
+constexpr int kRight = 540;
 
 } // namespace
 
@@ -86,6 +88,7 @@ void frmPro::LayOut()
     m_across->setStretchFactor(0, 1);
     m_across->setStretchFactor(1, 1);
     m_across->setChildrenCollapsible(false);
+    m_across->setSizes({kLeft, kRight});
     m_tabs->addTab(m_access, tr("Access commands"));
     m_tabs->addTab(m_sequence, tr("Sequence"));
     if (m_monitor)
@@ -232,6 +235,7 @@ void frmPro::Run(Sequence asked, Source source, const QString& name)
     const Sequence sequence = std::move(asked);
     m_running = true;
     m_cancelled = false;
+    m_transactions->ShowState({}, false);
     const std::int64_t turns = sequence.Turns();
     const bool fromFile = source == Source::Sequence;
     if (fromFile)
