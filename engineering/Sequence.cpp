@@ -46,10 +46,11 @@ public:
         if (!message)
             m_words = m_step.Text.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
         QString problem;
-        if (!TakeStep(problem))
-            Complain(line, problem);
-        else
+        // loops are opened and closed by whole lines alone: a wrong one must leave no index behind
+        if (TakeStep(problem) && KeepLoops(problem))
             m_sequence.Steps.push_back(m_step);
+        else
+            Complain(line, problem);
     }
     void End()
     {
@@ -85,16 +86,9 @@ private:
         } else if (word == QLatin1String("loop")) {
             m_step.Does = Kind::Loop;
             done = TakeNumber(m_step.Count, "loop", "number of turns", 1, kMostLoops, problem);
-            if (done && m_loops.size() >= kDeepestLoop) {
-                problem = QStringLiteral("loops stand at most %1 deep").arg(kDeepestLoop);
-                done = false;
-            }
-            if (done)
-                m_loops.push_back(m_sequence.Steps.size());
         } else if (word == QLatin1String("end")) {
             m_step.Does = Kind::End;
             m_words.removeFirst();
-            done = CloseLoop(problem);
         } else if (word == QLatin1String("message")) {
             m_step.Does = Kind::Message;
             m_words.clear();
@@ -148,15 +142,24 @@ private:
         return m_step.Expected.has_value();
     }
 
-    bool CloseLoop(QString& problem)
+    bool KeepLoops(QString& problem)
     {
-        if (m_loops.empty()) {
-            problem = QStringLiteral("this end has no loop");
-            return false;
+        const std::size_t index = m_sequence.Steps.size();
+        if (m_step.Does == SequenceStep::Kind::Loop) {
+            if (m_loops.size() >= kDeepestLoop) {
+                problem = QStringLiteral("loops stand at most %1 deep").arg(kDeepestLoop);
+                return false;
+            }
+            m_loops.push_back(index);
+        } else if (m_step.Does == SequenceStep::Kind::End) {
+            if (m_loops.empty()) {
+                problem = QStringLiteral("this end has no loop");
+                return false;
+            }
+            m_step.Partner = m_loops.back();
+            m_sequence.Steps[m_step.Partner].Partner = index;
+            m_loops.pop_back();
         }
-        m_step.Partner = m_loops.back();
-        m_sequence.Steps[m_loops.back()].Partner = m_sequence.Steps.size();
-        m_loops.pop_back();
         return true;
     }
 

@@ -56,6 +56,7 @@ INSTANTIATE_TEST_SUITE_P(
         LineCase{"Wait", "wait 100 read-word 9\nwait 100\nwait read-word 9 expect 1\ndelay -1",
                  "1:expect|2:nothing that can be sent|3:milliseconds|4:milliseconds"},
         LineCase{"Loops", "end\nloop 0\nloop 3\nloop 2\nend", "1:no loop|2:number of turns|3:no end"},
+        LineCase{"HalfALoop", "loop 2 x\nend\nloop 2\nend x", "1:one word|2:no loop|4:one word|3:no end"},
         LineCase{"TooDeep",
                  "loop 1\nloop 1\nloop 1\nloop 1\nloop 1\nloop 1\nloop 1\nloop 1\nloop "
                  "1\nend\nend\nend\nend\nend\nend\nend\nend",
