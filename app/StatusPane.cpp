@@ -5,6 +5,7 @@
 
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QPainter>
 #include <QResizeEvent>
 #include <QTime>
 
@@ -21,14 +22,27 @@ QLabel* Panel(QStatusBar* bar, const char* name, const QString& accessible)
     return label;
 }
 
+/// An icon and the text that belongs to it.
+QWidget* WithIcon(QLabel* icon, QLabel* text)
+{
+    auto* panel = new QWidget(text->parentWidget());
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(6, 0, 0, 0);
+    row->setSpacing(0);
+    row->addWidget(icon);
+    row->addWidget(text);
+    return panel;
+}
+
 } // namespace
 
 StatusPane::StatusPane(QWidget* parent)
     : QStatusBar(parent), tmrStatusBarTime(new QTimer(this)),
       PictureStat(Panel(this, "PictureStat", tr("Status"))), ProgressBarStatus(new QProgressBar(this)),
+      m_badge(new QWidget(this)), m_badgeIcon(new QLabel(m_badge)),
       PictureMode(Panel(this, "PictureMode", tr("Adapter"))),
       lblAddress(Panel(this, "lblAddress", tr("Address"))), m_linkIcon(new QLabel(this)),
-      lblLink(Panel(this, "lblLink", tr("Link state"))),
+      lblLink(Panel(this, "lblLink", tr("Link state"))), m_lockIcon(new QLabel(this)),
       lblBusOwner(Panel(this, "lblBusOwner", tr("Bus holder"))),
       lblBusLoad(Panel(this, "lblBusLoad", tr("Bus load"))), lblClock(Panel(this, "lblClock", tr("Time")))
 {
@@ -41,15 +55,15 @@ StatusPane::StatusPane(QWidget* parent)
 
     PictureStat->setMinimumWidth(60);
     addWidget(PictureStat, 1);
-    auto* link = new QWidget(this);
-    auto* linkLayout = new QHBoxLayout(link);
-    linkLayout->setContentsMargins(6, 0, 0, 0);
-    linkLayout->setSpacing(0);
-    linkLayout->addWidget(m_linkIcon);
-    linkLayout->addWidget(lblLink);
-    for (QWidget* panel : {static_cast<QWidget*>(PictureMode), static_cast<QWidget*>(lblAddress), link,
-                           static_cast<QWidget*>(lblBusOwner), static_cast<QWidget*>(lblBusLoad),
-                           static_cast<QWidget*>(lblClock)})
+    m_badge->setObjectName(QStringLiteral("badge"));
+    auto* badge = new QHBoxLayout(m_badge);
+    badge->setContentsMargins(6, 0, 0, 0);
+    badge->setSpacing(0);
+    badge->addWidget(m_badgeIcon);
+    badge->addWidget(PictureMode);
+    m_panels = {m_badge,    lblAddress, WithIcon(m_linkIcon, lblLink), WithIcon(m_lockIcon, lblBusOwner),
+                lblBusLoad, lblClock};
+    for (QWidget* panel : std::as_const(m_panels))
         addPermanentWidget(panel);
 
     tmrStatusBarTime->setObjectName(QStringLiteral("tmrStatusBarTime"));
@@ -97,22 +111,31 @@ void StatusPane::SetLink(const LinkFacts& facts)
     lblLink->setText(failed ? facts.LastError : facts.Answering ? tr("Gauge answers") : tr("Not connected"));
     lblLink->setToolTip(failed ? tr("Last error: %1").arg(facts.LastError) : lblLink->text());
     lblBusOwner->setText(facts.BusOwner.isEmpty() ? tr("Bus: free") : tr("Bus: %1").arg(facts.BusOwner));
+    m_lockIcon->setPixmap(
+        facts.BusOwner.isEmpty()
+            ? QPixmap()
+            : IconPixmap(QStringLiteral("lock"), kIcon, ToColour(colours.TextFore), devicePixelRatioF()));
     lblBusLoad->setText(tr("Bus %1 % busy").arg(facts.BusLoad, 0, 'f', 1));
     lblBusLoad->setToolTip(
         tr("Share of the time that the bus is in use, by the ideal bus time of each transaction"));
-    const QString sheet = facts.Simulated
-        ? QStringLiteral(
-              "QLabel { background: %1; color: %2; font-weight: 600; border-radius: 2px; padding: 1px 4px; }")
-              .arg(RgbText(colours.TextFore), RgbText(colours.Background))
-        : QString();
-    if (PictureMode->styleSheet() != sheet)
-        PictureMode->setStyleSheet(sheet);
+    m_badgeIcon->setPixmap(
+        facts.Adapter.isEmpty()
+            ? QPixmap()
+            : IconPixmap(facts.Simulated ? QStringLiteral("chip") : QStringLiteral("adapter"), kIcon,
+                         ToColour(facts.Simulated ? colours.Background : colours.TextFore),
+                         devicePixelRatioF()));
+    const QString sheet = facts.Simulated ? QStringLiteral("#badge { background: %1; border-radius: 2px; } "
+                                                           "#PictureMode { color: %2; font-weight: 600; }")
+                                                .arg(RgbText(colours.TextFore), RgbText(colours.Background))
+                                          : QString();
+    if (m_badge->styleSheet() != sheet)
+        m_badge->setStyleSheet(sheet);
 }
 
 void StatusPane::SetRoom(int level)
 {
     lblBusLoad->setVisible(level < 1);
-    lblBusOwner->setVisible(level < 2);
+    lblBusOwner->parentWidget()->setVisible(level < 2);
 }
 
 void StatusPane::Applyskin()
@@ -125,6 +148,18 @@ void StatusPane::resizeEvent(QResizeEvent* event)
 {
     QStatusBar::resizeEvent(event);
     PlaceProgress();
+}
+
+void StatusPane::paintEvent(QPaintEvent* event)
+{
+    QStatusBar::paintEvent(event);
+    QPainter painter(this);
+    painter.setPen(ToColour(Theme::Current().Colours().Line));
+    for (const QWidget* panel : std::as_const(m_panels))
+        if (panel != m_badge && panel->isVisible()) {
+            const int x = panel->geometry().left() - 3;
+            painter.drawLine(x, 4, x, height() - 5);
+        }
 }
 
 void StatusPane::ShowTime()

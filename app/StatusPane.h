@@ -31,6 +31,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     void ShowTime();
@@ -39,12 +40,16 @@ private:
     QTimer* tmrStatusBarTime;
     QLabel* PictureStat;
     QProgressBar* ProgressBarStatus;
-    QLabel* PictureMode; ///< badge or name of the adapter
+    QWidget* m_badge; ///< around the adapter's icon and name
+    QLabel* m_badgeIcon;
+    QLabel* PictureMode; ///< "Simulated" or name of the adapter
     QLabel* lblAddress;
     QLabel* m_linkIcon;
     QLabel* lblLink;
+    QLabel* m_lockIcon;
     QLabel* lblBusOwner;
     QLabel* lblBusLoad;
     QLabel* lblClock;
+    QList<QWidget*> m_panels; ///< behind the first, left to right
     LinkFacts m_facts;
 };

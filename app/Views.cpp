@@ -15,26 +15,22 @@
 
 namespace {
 
-/// Stands in for a view that this version does not have.
+/// Stands in for a view that cannot be shown, and says why.
 class MissingView final : public ChildView {
 public:
-    MissingView(const QString& key, const QString& caption)
+    MissingView(const QString& title, const QString& text)
     {
         setObjectName(QStringLiteral("frmMissing"));
-        auto* title = new QLabel(tr("%1 is not part of this version").arg(caption), this);
-        title->setObjectName(QStringLiteral("lblMissingTitle"));
-        title->setFont(Theme::Current().Font(Type::State));
-        auto* text
-            = new QLabel(tr("The target asks for a view with the key \"%1\". This version of Tarnlo has no "
-                            "such view yet; the other views work without it.")
-                             .arg(key),
-                         this);
-        text->setWordWrap(true);
-        text->setAlignment(Qt::AlignHCenter);
+        auto* head = new QLabel(title, this);
+        head->setObjectName(QStringLiteral("lblMissingTitle"));
+        head->setFont(Theme::Current().Font(Type::State));
+        auto* why = new QLabel(text, this);
+        why->setWordWrap(true);
+        why->setAlignment(Qt::AlignHCenter);
         auto* column = new QVBoxLayout(this);
         column->addStretch(1);
-        column->addWidget(title, 0, Qt::AlignHCenter);
-        column->addWidget(text);
+        column->addWidget(head, 0, Qt::AlignHCenter);
+        column->addWidget(why);
         column->addStretch(2);
     }
 };
@@ -49,6 +45,27 @@ constexpr std::array kFactories{
     Factory{"Pro", [](GaugeContext& context) -> ChildView* { return new frmPro(context); }},
 };
 
+constexpr std::array kTools{
+    ToolView{"mnuToolsTables", QT_TRANSLATE_NOOP("frmMDI", "&Table editor"), "edit", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmTables(context.profiles, context.state, context.messages, context.gauge);
+             }},
+    ToolView{"mnuToolsI2C", QT_TRANSLATE_NOOP("frmMDI", "&I2C tool"), "bus", "",
+             [](const ToolContext& context) -> ChildView* {
+                 if (context.gauge)
+                     return new frmI2C(*context.gauge);
+                 return new MissingView(
+                     QObject::tr("The I2C tool needs an adapter"),
+                     QObject::tr("No adapter is open. Plug one in and choose File > Connect "
+                                 "again, then open the tool."));
+             }},
+    ToolView{"mnuToolsBusHealth", QT_TRANSLATE_NOOP("frmMDI", "&Bus health"), "verify", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmBusHealth(context.watch.Health, context.profiles, context.state,
+                                         context.messages);
+             }},
+};
+
 } // namespace
 
 ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& context)
@@ -56,24 +73,17 @@ ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& co
     for (const Factory& factory : kFactories)
         if (key == QLatin1String(factory.key))
             return factory.make(context);
-    return new MissingView(key, caption);
+    return new MissingView(
+        QObject::tr("%1 is not part of this version").arg(caption),
+        QObject::tr(
+            "The target asks for a view with the key \"%1\". This version of Tarnlo has no such view yet; "
+            "the other views work without it.")
+            .arg(key));
 }
 
-ChildView* MakeTableEditor(ProfileStore& profiles, const StartupState& state, UserMessages& messages,
-                           GaugeContext* context)
-{
-    return new frmTables(profiles, state, messages, context);
-}
+std::span<const ToolView> ToolViews() { return kTools; }
 
 ChildView* MakeLogViewer(UserMessages& messages, const QString& path)
 {
     return new frmLogViewer(messages, path);
-}
-
-ChildView* MakeI2CTool(GaugeContext& context) { return new frmI2C(context); }
-
-ChildView* MakeBusHealth(BusWatch& watch, ProfileStore& profiles, const StartupState& state,
-                         UserMessages& messages)
-{
-    return new frmBusHealth(watch.Health, profiles, state, messages);
 }

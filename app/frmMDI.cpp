@@ -318,7 +318,6 @@ void frmMDI::UpdateLink()
         facts.LastError = m_loaded ? ErrorCodeToText(ErrorCode::NoUsb) : QString();
     }
     m_status->SetLink(facts);
-    mnuToolsI2C->setEnabled(m_program.AdapterOpen());
     if (m_program.Usb())
         mnuErrorLogOn->setChecked(!m_program.Usb()->ErrorLogPath().isEmpty());
 }
@@ -372,35 +371,17 @@ void frmMDI::UseSimulatedPack()
     Restart();
 }
 
-void frmMDI::ShowTool(const QString& key, const QString& title, const std::function<ChildView*()>& make)
+void frmMDI::OpenTool(const ToolView& tool)
 {
-    QPointer<QMdiSubWindow>& window = m_views[key];
+    QPointer<QMdiSubWindow>& window = m_views[QLatin1String(tool.Name)];
     if (!window) {
-        Host(make(), title);
+        Host(tool.Make({m_program.Profiles(), m_program.State(), m_messages, m_program.Watch(),
+                        m_program.Context()}),
+             tr(tool.Caption).remove(QLatin1Char('&')));
         window = mdiArea->subWindowList().constLast();
     }
     mdiArea->setActiveSubWindow(window);
     UpdateEmptyPage();
-}
-
-void frmMDI::OpenTableEditor()
-{
-    ShowTool(QStringLiteral("Tables"), tr("Table editor"), [this] {
-        return MakeTableEditor(m_program.Profiles(), m_program.State(), m_messages, m_program.Context());
-    });
-}
-
-void frmMDI::OpenI2CTool()
-{
-    if (GaugeContext* context = m_program.Context())
-        ShowTool(QStringLiteral("I2C"), tr("I2C tool"), [context] { return MakeI2CTool(*context); });
-}
-
-void frmMDI::OpenBusHealth()
-{
-    ShowTool(QStringLiteral("BusHealth"), tr("Bus health"), [this] {
-        return MakeBusHealth(m_program.Watch(), m_program.Profiles(), m_program.State(), m_messages);
-    });
 }
 
 void frmMDI::OpenRegisterLog()

@@ -16,9 +16,8 @@
 #include <QStackedWidget>
 #include <QTimer>
 
-#include <functional>
-
 class EmptyPage;
+struct ToolView;
 class SelectorPane;
 class StatusPane;
 
@@ -68,11 +67,7 @@ private:
     void UseSimulatedPack();
     [[nodiscard]] QString AskForTarget(); ///< the list; gives the chosen file as written, or nothing
     void ShowErrorLog();
-    void OpenTableEditor();
-    void OpenI2CTool();
-    void OpenBusHealth();
-    /// Brings a tool's window to the front, making it first where there is none.
-    void ShowTool(const QString& key, const QString& title, const std::function<ChildView*()>& make);
+    void OpenTool(const ToolView& tool);
     void OpenRegisterLog();
     void OpenDocument(const QString& name);
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
@@ -118,7 +113,6 @@ private:
     QAction* m_fileEnd = nullptr; ///< entries of the view in front stand before it
     QAction* m_viewEnd = nullptr;
     QAction* mnuErrorLogOn = nullptr;
-    QAction* mnuToolsI2C = nullptr;
     QAction* mnuViewToolbarHideSelector = nullptr;
     QList<QAction*> m_viewMenus; ///< of the view in front
     QList<QAction*> m_viewEntries;

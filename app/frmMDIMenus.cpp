@@ -1,5 +1,6 @@
 // The menus of the main window; frmMDI.cpp has the rest of it.
 #include "app/SelectorPane.h"
+#include "app/Views.h"
 #include "app/frmColours.h"
 #include "app/frmLegend.h"
 #include "app/frmMDI.h"
@@ -34,10 +35,10 @@ void frmMDI::MakeMenus()
 
     mnuTools = menuBar()->addMenu(tr("&Tools"));
     Add(mnuTools, "mnuToolsColor", tr("&Colours..."), QStringLiteral("palette"));
-
-    Add(mnuTools, "mnuToolsTables", tr("&Table editor"), QStringLiteral("edit"));
-    mnuToolsI2C = Add(mnuTools, "mnuToolsI2C", tr("&I2C tool"), QStringLiteral("bus"));
-    Add(mnuTools, "mnuToolsBusHealth", tr("&Bus health"), QStringLiteral("verify"));
+    mnuTools->addSeparator();
+    for (const ToolView& tool : ToolViews())
+        Add(mnuTools, tool.Name, tr(tool.Caption), QLatin1String(tool.Icon),
+            QKeySequence(QLatin1String(tool.Shortcut)));
 
     mnuWindow = menuBar()->addMenu(tr("&Window"));
     Add(mnuWindow, "mnuWindowCascade", tr("&Cascade"), {});
@@ -123,9 +124,6 @@ void frmMDI::Dispatch(const QString& menuEntry)
         {QStringLiteral("mnuFileReconnect"), [this] { Restart(); }},
         {QStringLiteral("mnuFileExit"), [this] { close(); }},
         {QStringLiteral("mnuFileOpenLog"), [this] { OpenRegisterLog(); }},
-        {QStringLiteral("mnuToolsTables"), [this] { OpenTableEditor(); }},
-        {QStringLiteral("mnuToolsI2C"), [this] { OpenI2CTool(); }},
-        {QStringLiteral("mnuToolsBusHealth"), [this] { OpenBusHealth(); }},
         {QStringLiteral("mnuErrorLogOn"),
          [this] {
              if (frmUSB* usb = m_program.Usb())
@@ -171,4 +169,7 @@ void frmMDI::Dispatch(const QString& menuEntry)
     };
     if (const auto found = actions.find(menuEntry); found != actions.end())
         found.value()();
+    for (const ToolView& tool : ToolViews())
+        if (menuEntry == QLatin1String(tool.Name))
+            OpenTool(tool);
 }

@@ -17,6 +17,7 @@
 [[nodiscard]] std::vector<CommandSpec> SequenceCommands();
 [[nodiscard]] std::vector<CommandSpec> IniCommands();
 [[nodiscard]] std::vector<CommandSpec> ConvertCommands();
+[[nodiscard]] std::vector<CommandSpec> DataFlashConvertCommands();
 [[nodiscard]] std::vector<CommandSpec> TableCommands();
 [[nodiscard]] std::vector<CommandSpec> SettingsCommands();
 [[nodiscard]] std::vector<CommandSpec> TargetCommands();

@@ -15,7 +15,7 @@ struct DataItem {
     QString FullName;
     QString DataType; ///< "I1" ... "F4", "S" and a length; dataflash/ValueEncoding.h
     int Offset = 0; ///< bytes from the start of the subclass
-    QString Value; ///< empty: not known
+    QString Value; ///< empty: not known; a string read as empty is empty too, but not null
     QString DefValue;
     QString ReadFormula; ///< of x, empty: as it is
     QString WriteFormula;
@@ -67,10 +67,12 @@ struct ItemPlace {
 };
 
 class bCfgReader;
+class ProfileStore;
 class UserMessages;
+struct StartupState;
 
 /// Loads the whole layout through the reader, in its order of calls, and unloads it again. Values are empty
-/// afterwards, buffers FF.
+/// afterwards, buffers FF. Warnings about a file that loads are reported.
 /// @param path  the configuration file
 /// @return false when the file did not load; tree is then as it was and the messages say why
 bool InitStructFromCfgFile(bCfgReader& reader, const QString& path, UserMessages& messages,
@@ -78,3 +80,8 @@ bool InitStructFromCfgFile(bCfgReader& reader, const QString& path, UserMessages
 
 /// Forgets all values and what was read.
 void ClearValues(DataFlashTree& tree);
+
+/// Where the configuration lies that the target names: key ConfigFile of section DataFlash of its file,
+/// opened in that file's folder, else in the program folder.
+/// @return empty when no target is chosen or it names none
+[[nodiscard]] QString DataFlashConfigPath(ProfileStore& profiles, const StartupState& state);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dataflash/DataFlashModel.h"
+#include "platform/NumberFormat.h"
 
 #include <QString>
 
@@ -14,18 +15,21 @@ struct ItemText {
 
 enum class TextDirection { NativeToShown, ShownToNative };
 
-/// Native to shown: ReadFormula and DisplayFmt. Shown to native: WriteFormula, rounded half to even for
-/// integer types. Strings pass unchanged; an empty text stays empty.
+/// Native to shown: ReadFormula and DisplayFmt; without a formula and a format the native text itself,
+/// without a format at most 6 decimals. Shown to native: the format's point taken out, WriteFormula, rounded
+/// half to even for integer types and to 6 decimals for floats, refused outside the type's range. Strings
+/// pass unchanged; an empty text stays empty.
 [[nodiscard]] ItemText ConvertDisplayNative(const DataItem& item, const QString& text,
                                             TextDirection direction);
 
-/// The number's digits with a point before the last `decimals`; and the reverse.
-[[nodiscard]] QString InsertDecimalPoint(const QString& digits, int decimals);
-[[nodiscard]] QString RemoveDecimalPoint(const QString& text, int decimals);
+/// A native text in the one spelling that its bytes decode to: "0x1f" of an H2 is "001F", "+5.0" is "5".
+/// Numbers beyond the type's range and floats beyond their format's are refused.
+[[nodiscard]] ItemText NormalNative(const DataItem& item, const QString& native);
 
-/// Whether a native text has the form that the item's type and display format ask for.
+/// Whether a native text has the form that the item's type asks for.
 /// @return empty, or plain words
 [[nodiscard]] QString ValidateDataFormat(const DataItem& item, const QString& native);
 
-/// Against MinVal and MaxVal. @return empty, or plain words with the limit as a person sees it
+/// Against MinVal and MaxVal; a text that is no number is inside.
+/// @return empty, or plain words with the limit as a person sees it
 [[nodiscard]] QString CheckRange(const DataItem& item, const QString& native);

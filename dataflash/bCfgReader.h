@@ -12,6 +12,9 @@ struct CfgProblem {
     int Column = 0;
     QString Text;
     bool Error = true; ///< false: the file loads all the same
+
+    /// "file, line 3, column 7: text"; a warning says that it is one.
+    [[nodiscard]] QString InWords(const QString& file) const;
 };
 
 /// Reads data-flash configurations (TOML, docs/dataflash-config.md) and answers their classes, subclasses and

@@ -191,7 +191,12 @@ void frmPro::AskRunSequence()
     const Sequence sequence = m_sequence->Check();
     if (!sequence.Problems.empty() || sequence.Steps.empty())
         return;
-    const auto run = [this, sequence] { Run(sequence, Source::Sequence, tr("Sequence")); };
+    const auto refused = [this](const QString& why) { m_sequence->ShowState(why, true); };
+    // once more when the answer comes: the click may arrive in the middle of a scan's row
+    const auto run = [this, sequence, refused] {
+        WhenBusFree(
+            this, [this, sequence] { Run(sequence, Source::Sequence, tr("Sequence")); }, refused);
+    };
     const QStringList writes = sequence.Writes();
     WhenBusFree(
         this,
@@ -205,7 +210,7 @@ void frmPro::AskRunSequence()
                        "write:"),
                     writes, tr("Run sequence"), run);
         },
-        [this](const QString& why) { m_sequence->ShowState(why, true); });
+        refused);
 }
 
 void frmPro::AskAccess(int command)
@@ -213,7 +218,11 @@ void frmPro::AskAccess(int command)
     if (m_running || m_repeat.Running() || command < 0)
         return;
     const AccessCommand& access = m_settings.Access[static_cast<std::size_t>(command)];
-    const auto run = [this, &access] { Run(access.Steps, Source::Access, access.Name); };
+    const auto refused = [this](const QString& why) { m_access->ShowState(why, true); };
+    const auto run = [this, &access, refused] {
+        WhenBusFree(
+            this, [this, &access] { Run(access.Steps, Source::Access, access.Name); }, refused);
+    };
     WhenBusFree(
         this,
         [this, &access, run] {
@@ -224,7 +233,7 @@ void frmPro::AskAccess(int command)
                                 tr("\"%1\" changes something in the gauge. It writes:").arg(access.Name),
                                 access.Steps.Writes(), access.Name, run);
         },
-        [this](const QString& why) { m_access->ShowState(why, true); });
+        refused);
 }
 
 // by value: whoever asked may go away in the events of the run

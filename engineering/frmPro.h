@@ -27,6 +27,12 @@ public:
     bool MayClose() override;
     bool Busy() const override { return m_running || m_repeat.Sending(); }
     void Abandon() override;
+    /// A sequence may have switched lines on: it ends, and they get their levels back.
+    void StopLines() override
+    {
+        if (m_running)
+            Abandon();
+    }
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

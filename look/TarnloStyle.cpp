@@ -104,6 +104,30 @@ void DrawHeader(QPainter* painter, const QRect& rect, bool section)
         painter->drawLine(rect.topRight(), rect.bottomRight());
 }
 
+/// One of the three buttons of a maximised child in the menu bar, whose own pictures vanish on a dark window.
+void DrawChildButton(QPainter* painter, const QRect& rect, QStyle::SubControl button, QStyle::State state)
+{
+    if (state & (QStyle::State_Sunken | QStyle::State_MouseOver))
+        painter->fillRect(rect, ToColour(Colours().Line));
+    painter->save();
+    painter->setPen(QPen(ToColour(Colours().TextFore), 1));
+    QRect glyph(0, 0, 8, 8);
+    glyph.moveCenter(rect.center());
+    if (button == QStyle::SC_MdiMinButton) {
+        painter->drawLine(glyph.bottomLeft(), glyph.bottomRight());
+    } else if (button == QStyle::SC_MdiNormalButton) {
+        painter->drawRect(glyph.adjusted(0, 2, -3, -1));
+        painter->drawPolyline(QPolygon{{glyph.left() + 2, glyph.top()},
+                                       {glyph.right(), glyph.top()},
+                                       {glyph.right(), glyph.bottom() - 2}});
+    } else {
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->drawLine(glyph.topLeft(), glyph.bottomRight());
+        painter->drawLine(glyph.topRight(), glyph.bottomLeft());
+    }
+    painter->restore();
+}
+
 } // namespace
 
 TarnloStyle::TarnloStyle() : QProxyStyle(QStringLiteral("Fusion")) { }
@@ -193,6 +217,13 @@ void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
         painter->setFont(strong);
         QProxyStyle::drawComplexControl(control, &titled, painter, widget);
         painter->restore();
+        return;
+    }
+    if (control == CC_MdiControls) {
+        for (const SubControl button : {SC_MdiMinButton, SC_MdiNormalButton, SC_MdiCloseButton})
+            if (option->subControls & button)
+                DrawChildButton(painter, subControlRect(control, option, button, widget), button,
+                                option->activeSubControls & button ? option->state : State());
         return;
     }
     QProxyStyle::drawComplexControl(control, option, painter, widget);

@@ -19,9 +19,10 @@ QString HexWord(std::int32_t value)
 QString MissingLineText(const QStringList& keys)
 {
     return QStringLiteral(
-               "This adapter has no output line for the auto-cycle. Name it in section [Adapter] of "
-               "tarnlo.ini: key %1, as chip:offset (for example gpiochip0:4).")
-        .arg(keys.join(QStringLiteral(" and ")));
+               "This adapter lacks an output line for the auto-cycle. Name it in section [Adapter] of "
+               "tarnlo.ini: %1 %2, as chip:offset (for example gpiochip0:4).")
+        .arg(keys.size() == 1 ? QStringLiteral("key") : QStringLiteral("keys"),
+             keys.join(QStringLiteral(" and ")));
 }
 
 bool SameWiring(const AutoCycleSettings& a, const AutoCycleSettings& b)

@@ -150,7 +150,8 @@ void PlotView::MakeExportMenu()
     const auto add = [&](const char* name, const QString& text, const QString& filter,
                          QString (PlotView::*write)(const QString&)) {
         QAction* action = Named(menu->addAction(text), name);
-        connect(action, &QAction::triggered, this, [this, filter, write] { AskAndExport(filter, write); });
+        connect(action, &QAction::triggered, this,
+                [this, filter, write] { m_gate([this, filter, write] { AskAndExport(filter, write); }); });
     };
     add("mnuExportPng", tr("&Picture (PNG)..."), tr("PNG picture (*.png)"), &PlotView::ExportPng);
     add("mnuExportSvg", tr("&Drawing (SVG)..."), tr("SVG drawing (*.svg)"), &PlotView::ExportSvg);

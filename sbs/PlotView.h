@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -38,6 +39,9 @@ public:
     [[nodiscard]] QString ExportSvg(const QString& path);
     [[nodiscard]] QString ExportCsv(const QString& path);
     void SetExportInScreenColours(bool on) { m_screenColours = on; }
+    /// Runs a command that opens a dialog when nothing is in the way of one; at once unless told otherwise.
+    using Gate = std::function<void(const std::function<void()>&)>;
+    void SetGate(Gate gate) { m_gate = std::move(gate); }
 
 signals:
     void StatusText(const QString& text);
@@ -61,6 +65,7 @@ private:
     std::optional<std::int64_t> m_cursorMs;
     PlotClock m_clock = PlotClock::Wall;
     bool m_recording = false;
+    Gate m_gate = [](const std::function<void()>& command) { command(); };
     bool m_screenColours = false;
 
     QToolButton* cmdPause;

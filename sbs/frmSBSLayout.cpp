@@ -41,6 +41,7 @@ void frmSBS::LayOut()
     m_flags = new FlagsPane(this);
     m_flags->InitPictFlags(m_scan.Form().BitsPerRow);
     m_plot = new PlotView(this);
+    m_plot->SetGate([this](const std::function<void()>& command) { WhenIdle(command); });
     m_eventsPane = new EventsPane(this);
     m_cyclePane = new AutoCyclePane(m_cycle, m_settings, m_context.messages, m_scan, this);
     grdStatic = Named(new QTableWidget(0, 2, this), "grdStatic");

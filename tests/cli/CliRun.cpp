@@ -73,8 +73,10 @@ void CliRun::ShipHome() const
         EXPECT_TRUE(QFile::copy(shipped.filePath(name), Path(QStringLiteral("home/") + name)));
     for (const QString& target : {QStringLiteral("generic"), QStringLiteral("sim4s")}) {
         QDir(m_folder.path()).mkdir(QStringLiteral("home/") + target);
-        const QString file = target + QStringLiteral("/Config.ini");
-        EXPECT_TRUE(QFile::copy(shipped.filePath(file), Path(QStringLiteral("home/") + file)));
+        for (const QString& name : QDir(shipped.filePath(target)).entryList(QDir::Files)) {
+            const QString file = target + u'/' + name;
+            EXPECT_TRUE(QFile::copy(shipped.filePath(file), Path(QStringLiteral("home/") + file)));
+        }
     }
     QByteArray settings = Read(QStringLiteral("home/tarnlo.ini"));
     settings.replace("\nSpeed=1\n", "\nSpeed=0\n");

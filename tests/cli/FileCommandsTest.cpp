@@ -39,6 +39,30 @@ TEST_P(Answers, StatusAndOneObject)
 }
 
 INSTANTIATE_TEST_SUITE_P(
+    DataFlash, Answers,
+    testing::Values(AnswerCase{"Decode", Words("df decode U2 FF8000 --offset 1"), 0,
+                               R"({"text": "32768", "value": 32768})"},
+                    AnswerCase{"DecodeText", Words("df decode S5 0941424344"), 0,
+                               R"({"text": "ABCD", "value": "ABCD"})"},
+                    AnswerCase{"DecodeHex", Words("df decode H1 1F"), 0, R"({"text": "1F", "value": 31})"},
+                    AnswerCase{"DecodeShort", Words("df decode I4 000000"), 1, R"({"error": "~4 bytes"})"},
+                    AnswerCase{"DecodeNoHex", Words("df decode I1 0"), 2, R"({"error": "~HEX"})"},
+                    AnswerCase{"DecodeUnknown", Words("df decode Q1 00"), 1,
+                               R"({"error": "~Q1", "messages": ["Unknown Datatype Q1Offset = 0"]})"},
+                    AnswerCase{"Encode", Words("df encode F4 -- -0.25"), 0,
+                               R"({"ok": true, "bytes": "7F800000", "buffer": "7F800000"})"},
+                    AnswerCase{"EncodeInto", Words("df encode H1 0x16 --into FFFFFF --offset 1"), 0,
+                               R"({"ok": true, "bytes": "16", "buffer": "FF16FF"})"},
+                    AnswerCase{"EncodeRefused", Words("df encode U1 256 --into FF"), 1,
+                               R"({"ok": false, "bytes": "", "buffer": "FF", "error": "~0 to 255"})"},
+                    AnswerCase{"Style", Words("df style 1:BlkSz=0:BaseCmd=9"), 0,
+                               R"({"DFAccessStyle": 1, "DFBlockSize": 64, "DFBaseCmd": 9})"},
+                    AnswerCase{"InfoWithoutTarget", Words("df info"), 1, R"({"error": "~ConfigFile"})"},
+                    AnswerCase{"InfoOfSomethingElse", Words("df info a.ini"), 1,
+                               R"({"error": "~no sound", "config": "a.ini"})"}),
+    [](const auto& row) { return row.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
     Usage, Answers,
     testing::Values(
         AnswerCase{"NoCommand", {}, 2, R"({"error": "~a command is missing"})", "--help"},

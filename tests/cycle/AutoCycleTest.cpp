@@ -153,7 +153,7 @@ TEST_F(AutoCycleTest, RefusesToStartWithoutLinesAndNamesTheKeys)
     lines.failTo = 1;
     lines.fault = {ErrorCode::IncorrectParam, {QStringLiteral("LoadLine"), QStringLiteral("ChgLine")}};
     EXPECT_FALSE(cycle.StartAutoCycle(Pack(50)));
-    EXPECT_TRUE(messages.texts.value(0).contains(QStringLiteral("key LoadLine and ChgLine,")));
+    EXPECT_TRUE(messages.texts.value(0).contains(QStringLiteral("keys LoadLine and ChgLine,")));
     EXPECT_FALSE(cycle.Facts().LinesInDoubt);
 }
 
