@@ -1,5 +1,6 @@
 #include "app/Program.h"
 
+#include "comm/adapters/WatchedAdapter.h"
 #include "platform/ProgramFolder.h"
 #include "plugins/HostAdapter.h"
 #include "settings/ProgramSettings.h"
@@ -9,12 +10,15 @@
 /// One adapter in use, with all that belongs to it.
 struct Program::Session {
     Session(Program& program, std::unique_ptr<Pc61vRW> newDriver)
-        : driver(std::move(newDriver)),
+        : driver(std::make_unique<WatchedAdapter>(std::move(newDriver), program.m_time, program.m_watch)),
           usb(*driver, program.m_time, program.m_messages, program.m_state.ProgramFolder),
           link(usb, program.m_access, program.m_profiles, program.m_messages, program.m_state,
                program.m_target),
-          context{program.m_profiles, program.m_state,    program.m_target, usb, program.m_access, link,
-                  program.m_time,     program.m_messages, program.m_errors}
+          context{program.m_profiles, program.m_state,
+                  program.m_target,   usb,
+                  program.m_access,   link,
+                  program.m_time,     program.m_messages,
+                  program.m_errors,   &program.m_watch}
     {
     }
     std::unique_ptr<Pc61vRW> driver;

@@ -2,6 +2,9 @@
 
 #include "calibration/frmCal.h"
 #include "dataflash/frmDF.h"
+#include "engineering/frmBusHealth.h"
+#include "engineering/frmI2C.h"
+#include "engineering/frmPro.h"
 #include "flashimage/frmFlash.h"
 #include "look/Theme.h"
 #include "plugins/LoadedDataFlash.h"
@@ -19,26 +22,22 @@
 
 namespace {
 
-/// Stands in for a view that this version does not have.
+/// Stands in for a view that cannot be shown, and says why.
 class MissingView final : public ChildView {
 public:
-    MissingView(const QString& key, const QString& caption)
+    MissingView(const QString& title, const QString& text)
     {
         setObjectName(QStringLiteral("frmMissing"));
-        auto* title = new QLabel(tr("%1 is not part of this version").arg(caption), this);
-        title->setObjectName(QStringLiteral("lblMissingTitle"));
-        title->setFont(Theme::Current().Font(Type::State));
-        auto* text
-            = new QLabel(tr("The target asks for a view with the key \"%1\". This version of Tarnlo has no "
-                            "such view yet; the other views work without it.")
-                             .arg(key),
-                         this);
-        text->setWordWrap(true);
-        text->setAlignment(Qt::AlignHCenter);
+        auto* head = new QLabel(title, this);
+        head->setObjectName(QStringLiteral("lblMissingTitle"));
+        head->setFont(Theme::Current().Font(Type::State));
+        auto* why = new QLabel(text, this);
+        why->setWordWrap(true);
+        why->setAlignment(Qt::AlignHCenter);
         auto* column = new QVBoxLayout(this);
         column->addStretch(1);
-        column->addWidget(title, 0, Qt::AlignHCenter);
-        column->addWidget(text);
+        column->addWidget(head, 0, Qt::AlignHCenter);
+        column->addWidget(why);
         column->addStretch(2);
     }
 };
@@ -52,6 +51,7 @@ constexpr std::array kFactories{
     Factory{"Cal", [](GaugeContext& context) -> ChildView* { return new frmCal(context); }},
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
     Factory{"DF", [](GaugeContext& context) -> ChildView* { return new frmDF(context); }},
+    Factory{"Pro", [](GaugeContext& context) -> ChildView* { return new frmPro(context); }},
 };
 
 /// The flash-target table is the register view's reader's, whose room the image view does not know.
@@ -73,6 +73,20 @@ constexpr std::array kTools{
                  return new frmFlash(context.profiles, context.state, context.messages, LoadFlashTargets,
                                      context.gauge);
              }},
+    ToolView{"mnuToolsI2C", QT_TRANSLATE_NOOP("frmMDI", "&I2C tool"), "bus", "",
+             [](const ToolContext& context) -> ChildView* {
+                 if (context.gauge)
+                     return new frmI2C(*context.gauge);
+                 return new MissingView(
+                     QObject::tr("The I2C tool needs an adapter"),
+                     QObject::tr("No adapter is open. Plug one in and choose File > Connect "
+                                 "again, then open the tool."));
+             }},
+    ToolView{"mnuToolsBusHealth", QT_TRANSLATE_NOOP("frmMDI", "&Bus health"), "verify", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmBusHealth(context.watch.Health, context.profiles, context.state,
+                                         context.messages);
+             }},
 };
 
 } // namespace
@@ -82,9 +96,6 @@ ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& co
     for (const Factory& factory : kFactories)
         if (key == QLatin1String(factory.key))
             return factory.make(context);
-    for (const char* own : {"DF", "Cal", "Pro"})
-        if (key == QLatin1String(own))
-            return new MissingView(key, caption);
     auto* plugin = new frmPlugin(context, std::make_unique<LoadedDataFlash>(context),
                                  PluginFolders(context.state.ProgramFolder));
     plugin->Mode(key);

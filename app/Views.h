@@ -1,5 +1,6 @@
 #pragma once
 
+#include "comm/BusWatch.h"
 #include "comm/GaugeContext.h"
 #include "look/ChildView.h"
 
@@ -20,6 +21,7 @@ struct ToolContext {
     ProfileStore& profiles;
     const StartupState& state;
     UserMessages& messages;
+    BusWatch& watch;
     GaugeContext* gauge; ///< nothing while no adapter is open
 };
 

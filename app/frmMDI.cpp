@@ -389,7 +389,8 @@ void frmMDI::OpenTool(const ToolView& tool)
 {
     QPointer<QMdiSubWindow>& window = m_views[QLatin1String(tool.Name)];
     if (!window) {
-        Host(tool.Make({m_program.Profiles(), m_program.State(), m_messages, m_program.Context()}),
+        Host(tool.Make({m_program.Profiles(), m_program.State(), m_messages, m_program.Watch(),
+                        m_program.Context()}),
              tr(tool.Caption).remove(QLatin1Char('&')));
         window = mdiArea->subWindowList().constLast();
     }

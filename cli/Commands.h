@@ -14,6 +14,7 @@
 [[nodiscard]] std::vector<CommandSpec> CycleCommands();
 [[nodiscard]] std::vector<CommandSpec> RegisterCommands();
 [[nodiscard]] std::vector<CommandSpec> BusCommands();
+[[nodiscard]] std::vector<CommandSpec> SequenceCommands();
 [[nodiscard]] std::vector<CommandSpec> IniCommands();
 [[nodiscard]] std::vector<CommandSpec> ConvertCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashCommands();

@@ -42,14 +42,18 @@ std::int32_t FrameOf(std::uint8_t byte) // as it came: start bit 0 first, data l
 
 SimulatedAdapter::SimulatedAdapter(TimeSource& time, const SimulatorSettings& settings)
     : m_time(time), m_settings(settings), m_startMs(time.MonotonicMs()), m_bench(settings),
-      m_gauge(m_bench.Gauge()), m_registers(m_bench.Gauge()), m_meter(m_bench.Pack()),
-      m_rom(m_bench.Flash(), m_bench.Gauge()), m_bus(settings.BusClock, m_chip, m_registers),
-      m_faults(m_bus, settings.Faults, settings.Seed, [this] { m_rom.PowerUp(); }), m_host(m_faults),
-      m_loader(m_host, GaugeTarget::kAddress)
+      m_gauge(m_bench.Gauge()), m_memory(m_gauge, m_bench.Gauge()), m_registers(m_bench.Gauge()),
+      m_meter(m_bench.Pack()), m_rom(m_bench.Flash(), m_bench.Gauge()),
+      m_bus(settings.BusClock, m_chip, m_registers), m_faults(m_bus, settings.Faults, settings.Seed,
+                                                              [this] {
+                                                                  m_rom.PowerUp();
+                                                                  m_memory.Reset();
+                                                              }),
+      m_host(m_faults), m_loader(m_host, GaugeTarget::kAddress)
 {
     m_bench.Gauge().OnBootRom = [this] { m_rom.Enter(); };
     m_rom.PowerUp();
-    m_bus.Attach(GaugeTarget::kAddress, m_gauge);
+    m_bus.Attach(GaugeTarget::kAddress, m_memory);
     m_bus.Attach(GaugeRegisterFile::kAddress, m_registers);
     m_bus.Attach(Eeprom::kAddress, m_eeprom);
     m_bus.Attach(BootRom::kAddress, m_rom);

@@ -8,6 +8,7 @@
 #include "simulator/Eeprom.h"
 #include "simulator/FaultyBus.h"
 #include "simulator/FlashLoader.h"
+#include "simulator/GaugeMemory.h"
 #include "simulator/GaugeRegisterFile.h"
 #include "simulator/GaugeTarget.h"
 #include "simulator/OneWireChip.h"
@@ -92,6 +93,7 @@ private:
     std::int64_t m_startMs;
     SimulatedBench m_bench;
     GaugeTarget m_gauge;
+    GaugeMemory m_memory;
     GaugeRegisterFile m_registers;
     Eeprom m_eeprom;
     BenchMeter m_meter;
