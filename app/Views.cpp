@@ -91,7 +91,7 @@ constexpr std::array kTools{
 
 } // namespace
 
-ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& context)
+ChildView* MakeView(const QString& key, GaugeContext& context)
 {
     for (const Factory& factory : kFactories)
         if (key == QLatin1String(factory.key))

@@ -165,7 +165,7 @@ void frmMDI::ShowView(int index, const QString& key)
         }
         const QString caption
             = index >= 0 && index < m_selector->Count() ? m_selector->Button(index).Caption : key;
-        Host(MakeView(key, caption, *context), caption);
+        Host(MakeView(key, *context), caption);
         m_views[key] = mdiArea->subWindowList().constLast();
     }
     mdiArea->setActiveSubWindow(m_views[key]);
