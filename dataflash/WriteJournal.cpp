@@ -73,8 +73,9 @@ bool MayHaveBecome(const std::vector<JournalContent::Entry>& entries, const Byte
 
 Bytes Counted(const Bytes& text)
 {
-    Bytes bytes{static_cast<std::uint8_t>(text.size())};
-    bytes.insert(bytes.end(), text.begin(), text.end());
+    Bytes bytes(1 + text.size());
+    bytes[0] = static_cast<std::uint8_t>(text.size());
+    std::ranges::copy(text, bytes.begin() + 1);
     return bytes;
 }
 
