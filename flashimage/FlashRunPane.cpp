@@ -121,7 +121,6 @@ void FlashRunPane::Open(Kind kind, ImageDocument* document)
         return;
     m_kind = kind;
     m_document = document;
-    m_done = false;
     m_desk.Look();
     chkData->setChecked(true);
     chkInstruction->setChecked(true);
@@ -214,7 +213,6 @@ void FlashRunPane::ShowPlan()
     for (QCheckBox* box : {chkData, chkInstruction, chkMassErase, chkVerify})
         box->setVisible(program);
     grdFlashPlan->setRowCount(0);
-    m_done = false;
     bool refused = false;
     QString what;
     const QString stops = tr("The gauge does not measure meanwhile.");
@@ -334,7 +332,6 @@ void FlashRunPane::StartFirmware()
 
 void FlashRunPane::ShowOutcome(const FlashOutcome& outcome)
 {
-    m_done = true;
     const bool cancelled = outcome.Code == ErrorCode::UserCancelled;
     const QIcon icon = outcome.Ok() ? ThemeIcon(QStringLiteral("ok"), IconInk::Good)
         : cancelled                 ? ThemeIcon(QStringLiteral("warn"), IconInk::Caution)

@@ -28,6 +28,7 @@ public:
     [[nodiscard]] bool Verifies() const { return chkVerify->isChecked(); }
     [[nodiscard]] bool Running() const { return m_running; }
     void Stop();
+    [[nodiscard]] clsSrecFlash TakeImage() { return std::move(m_read); } ///< what was read
 
 signals:
     void ImageRead(bool toCompare); ///< TakeImage has it
@@ -36,9 +37,6 @@ signals:
     void Opened();
     void Closed();
     void Progress(int done, int of);
-
-public:
-    [[nodiscard]] clsSrecFlash TakeImage() { return std::move(m_read); }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -63,7 +61,6 @@ private:
     Kind m_kind = Kind::Program;
     clsSrecFlash m_read;
     bool m_running = false;
-    bool m_done = false; ///< an outcome stands there; the plan has run
 
     QLabel* lblFlashTitle;
     QComboBox* cboFlashTarget;

@@ -193,6 +193,24 @@ TEST_F(FlashWindow, RefusesAnImageForAnotherGaugeBeforeProgramming)
     EXPECT_FALSE(Find<QPushButton>("cmdRunFlash")->isEnabled());
 }
 
+TEST_F(FlashWindow, LooksAtTheModeWithoutLettingADialogHoldTheBus)
+{
+    window->OpenImage(Write("a.srec", Image()));
+    bool asked = false;
+    gauge.time.onEvents = [&] { // as a click comes in while the adapter is asked
+        if (!asked && GaugeAccess::Held()) {
+            asked = true;
+            EXPECT_TRUE(window->Busy());
+            Do("mnuImageProgram");
+            EXPECT_FALSE(Find("paneFlash")->isVisible());
+        }
+    };
+    QTRY_VERIFY(asked); // by the timer
+    gauge.time.onEvents = nullptr;
+    QTRY_VERIFY(Find("paneFlash")->isVisible());
+    EXPECT_TRUE(Find<QPushButton>("cmdRunFlash")->isEnabled()) << "the gauge is known";
+}
+
 TEST_F(FlashWindow, RecoversAGaugeThatAStopLeftWithoutFirmware)
 {
     const clsSrecFlash good = gauge.ReadBack();
