@@ -180,7 +180,7 @@ QString ConfigPath(CommandContext& context, const Arguments& arguments, Outcome&
     const StartupState* state = context.Startup(failed);
     if (state == nullptr)
         return {};
-    const QString path = DataFlashConfigPath(context.Profiles, *state);
+    QString path = DataFlashConfigPath(context.Profiles, *state);
     if (path.isEmpty())
         failed = Refused(
             QStringLiteral("no data flash configuration is named: give one, or a --target whose section "

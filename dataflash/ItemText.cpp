@@ -69,8 +69,7 @@ ItemText ToShown(const DataItem& item, const DataTypeForm& type, const QString& 
         return {native.trimmed(), {}};
     double value = *number;
     if (!unchanged) {
-        const QString x
-            = type.What == Kind::Hex ? QString::number(static_cast<qulonglong>(value)) : native.trimmed();
+        const QString x = type.What == Kind::Hex ? QString::number(value, 'f', 0) : native.trimmed();
         const Evaluated evaluated = EvaluateWithX(item.ReadFormula, x);
         if (!evaluated.Ok())
             return Refusal(QStringLiteral("read formula ") + evaluated.error);

@@ -290,10 +290,14 @@ XemicsBytes IEEEToXemics(double value)
     // A magnitude a hair below a power of two takes the next exponent; the factor serves this search alone.
     int exponent = 0;
     double x = magnitude * (1 + 0x1p-25);
-    for (; x < 0.5; x *= 2)
+    while (x < 0.5) {
+        x *= 2;
         --exponent;
-    for (; x >= 1; x /= 2)
+    }
+    while (x >= 1) {
+        x /= 2;
         ++exponent;
+    }
     exponent = std::clamp(exponent, kLeastExponent, kMostExponent);
 
     // That hair leaves less than nothing for the mantissa.

@@ -29,6 +29,7 @@ const ProblemCase kProblems[] = {
     {"#\na = ", 2, 5, "not TOML"},
     {"#\na = 1\na = 2\n", 3, 5, "not TOML"},
     {"#\n\xFF", 1, 2, "not TOML"},
+    {"#\n\xC2\xB0 = 1\n", 2, 1, "not TOML"}, // a bare degree sign
     {"#", 1, 1, "no [[class]]"},
     {"#\nclass = 3\n", 2, 9, "double brackets"},
     {"#\nclass = [3]\n", 2, 10, "double brackets"},
