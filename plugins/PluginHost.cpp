@@ -207,7 +207,7 @@ bool PluginHost::AcquireUSBExclAccess(qint16& timeout)
     if (!m_holds)
         return false;
     m_takenAway = false;
-    m_links.access.Lend(m_owner, [this] { TakeAway(tr("an output line had to be switched off")); });
+    m_links.access.Lend(m_owner, [this] { TakeAway(tr("something that cannot wait needed it")); });
     m_heldSinceMs = m_links.time.MonotonicMs();
     m_lease.start();
     return true;

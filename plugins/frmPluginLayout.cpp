@@ -35,6 +35,7 @@ frmPlugin::frmPlugin(GaugeContext& context, std::unique_ptr<PluginDataFlash> dat
       txtPluginOutput(Named(new QPlainTextEdit(m_page), "txtPluginOutput"))
 {
     setObjectName(QStringLiteral("frmPlugin"));
+    setAutoFillBackground(true);
     LayOut();
     tmrUnload->setInterval(kUnloadMs);
     connect(tmrUnload, &QTimer::timeout, this, [this] {
@@ -110,6 +111,7 @@ void frmPlugin::LayOut()
 void frmPlugin::Applyskin()
 {
     const Theme& theme = Theme::Current();
+    setPalette(WindowPalette(theme.Colours())); // not that of the area around it
     lblPluginState->setFont(theme.Font(Type::State));
     txtPluginOutput->setFont(theme.Font(Type::Mono));
 }

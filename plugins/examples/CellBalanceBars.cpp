@@ -11,6 +11,7 @@ constexpr double kEmptyMv = 2800; // the scale of the bars
 constexpr double kFullMv = 4400;
 constexpr int kMostBar = 96; // px
 constexpr int kTickMv = 200;
+constexpr int kNoiseMv = 5; // a smaller spread says nothing of a cell
 
 } // namespace
 
@@ -41,7 +42,7 @@ void CellBalanceBars::paintEvent(QPaintEvent*)
     painter.setRenderHint(QPainter::Antialiasing);
     const int line = fontMetrics().height();
     const int left = fontMetrics().horizontalAdvance(QStringLiteral("4400 mV")) + 8;
-    const QRectF area(left, line, width() - left - 8, height() - 4.0 * line);
+    const QRectF area(left, line, width() - left - 8, height() - 4.0 * line - 8);
     const auto y = [&](double mv) {
         const double share = std::clamp((mv - kEmptyMv) / (kFullMv - kEmptyMv), 0.0, 1.0);
         return area.bottom() - share * area.height();
@@ -70,7 +71,7 @@ void CellBalanceBars::paintEvent(QPaintEvent*)
             continue;
         const QRectF column(centre - bar / 2, y(*mv), bar, area.bottom() - y(*mv));
         const bool extreme
-            = m_cells.Spread().value_or(0) > 0 && (i == m_cells.Highest() || i == m_cells.Lowest());
+            = m_cells.Spread().value_or(0) >= kNoiseMv && (i == m_cells.Highest() || i == m_cells.Lowest());
         painter.fillRect(column, extreme ? m_colours.High : m_colours.Bar);
         if (!mean)
             continue;

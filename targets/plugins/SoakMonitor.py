@@ -51,6 +51,7 @@ class SoakMonitor:
 
     def __init__(self):
         self.minutes = []
+        self.started = time.monotonic()
         self.running = True
         self.saved = True
         self.form = None
@@ -69,6 +70,7 @@ class SoakMonitor:
         form.title("Soak monitor")
         form.geometry("640x460")
         form.minsize(520, 320)
+        form.iconphoto(True, self.icon())
         self.figure = tkinter.StringVar(value="Waiting for the first read")
         self.detail = tkinter.StringVar()
         self.style = ttk.Style(form)
@@ -95,13 +97,30 @@ class SoakMonitor:
             self.table.heading(key, text=text, anchor="e" if key != "minute" else "w")
             self.table.column(key, width=width, anchor="e" if key != "minute" else "w")
         bar = ttk.Scrollbar(table, command=self.table.yview)
-        self.table.configure(yscrollcommand=bar.set)
-        bar.pack(side="right", fill="y")
-        self.table.pack(side="left", fill="both", expand=True)
+
+        def scrolled(first, last):      # the bar stands there only when there is something to scroll
+            bar.set(first, last)
+            if float(first) <= 0 and float(last) >= 1:
+                bar.grid_remove()
+            else:
+                bar.grid(row=0, column=1, sticky="ns")
+        self.table.configure(yscrollcommand=scrolled)
+        self.table.grid(row=0, column=0, sticky="nsew")
+        table.rowconfigure(0, weight=1)
+        table.columnconfigure(0, weight=1)
         form.protocol("WM_DELETE_WINDOW", self.close)
         form.createfilehandler(host, tkinter.READABLE, lambda *_: self.guard(host.serve))
         self.dress()
         form.after(0, self.tick)
+
+    def icon(self):
+        """A pulse line, drawn here so that the script is one file."""
+        picture = tkinter.PhotoImage(master=self.form, width=32, height=32)
+        picture.put("#14657a", to=(1, 1, 31, 31))
+        heights = [18] * 8 + [14, 10, 6, 12, 18, 24, 27, 22, 16, 12] + [18] * 8
+        for x, y in enumerate(heights, 3):
+            picture.put("#ffffff", to=(x, min(y, heights[max(x - 4, 0)]), x + 1, max(y, heights[max(x - 4, 0)]) + 2))
+        return picture
 
     def dress(self):
         """Takes the host's colours, again every minute: its skin may change."""
@@ -160,7 +179,7 @@ class SoakMonitor:
         reads, failures = sum(m.reads for m in self.minutes), sum(m.failures for m in self.minutes)
         self.figure.set("%d mV" % millivolts if millivolts is not None else "No answer")
         texts = [m.text for m in self.minutes if m.text]
-        seconds = time.time() - self.minutes[0].begin
+        seconds = time.monotonic() - self.started
         self.detail.set("%d reads, %d failures in %d:%02d h, worst %.1f ms%s" % (
             reads, failures, seconds // 3600, seconds // 60 % 60, max(m.worst for m in self.minutes),
             ". Last failure: " + texts[-1] if texts else ""))
@@ -196,6 +215,7 @@ class SoakMonitor:
 
     def reset(self):
         self.minutes.clear()
+        self.started = time.monotonic()
         self.table.delete(*self.table.get_children())
         self.strip.delete("all")
         self.detail.set("")
