@@ -26,7 +26,7 @@ TEST(BusScan, FindsThePartsWithoutWritingAndLeavesOutWhatIsAtRisk)
     bench.failAt = 1; // a disturbed bus says nothing about a part: asked again
     bench.fault = ErrorCode::T2hTimeout;
     const BusScan::Result result = scan.Run(false, {}, all);
-    EXPECT_EQ(Found(result, ScannedAddress::State::Present), QStringLiteral("16 a0 aa"));
+    EXPECT_EQ(Found(result, ScannedAddress::State::Present), QStringLiteral("16 92 a0 aa"));
     EXPECT_EQ(Found(result, ScannedAddress::State::Failed), QString());
     EXPECT_EQ(Found(result, ScannedAddress::State::LeftOut),
               QStringLiteral("60 62 64 66 68 6a 6c 6e d0 d2 d4 d6 d8 da dc de"));

@@ -49,7 +49,7 @@ public:
         state.ProgramSettingsFile = folder.filePath(QStringLiteral("tarnlo.ini"));
         state.TargetConfigPath = folder.filePath(QStringLiteral("target.ini"));
         Put(QStringLiteral("target.ini"),
-            "[Pro]\nMemoryAddressCmd=0x61\nMemoryDataCmd=0x62\n"
+            "[Pro]\nMemoryAddressCmd=0x49\nMemoryDataCmd=0x4A\n"
             "[Access]\n1=Type: write-word 0 1; read-word 0 expect 0x0800\n2=Bad: write-word\n4=Name: "
             "read-block 0x20\n");
         bool ok = false;
@@ -86,6 +86,6 @@ public:
     GaugeAccess access{time, messages};
     GaugeLink link{usb, access, profiles, messages, state, target};
     GaugeContext context{profiles, state, target, usb, access, link, time, messages, errors, &watch};
-    TransactionSender sender{usb, time, 0x16, MemoryCommands{0x61, 0x62, 32}};
+    TransactionSender sender{usb, time, 0x16, MemoryCommands{0x49, 0x4A, 32}};
     SequenceRunner runner{sender, usb, access, time};
 };

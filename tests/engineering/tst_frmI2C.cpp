@@ -46,10 +46,10 @@ TEST_F(I2CWindow, ScansAndTakesAnAddressOver)
 {
     Find<QPushButton>("cmdScan")->click();
     auto* found = Find<QTableWidget>("grdFound");
-    ASSERT_EQ(found->rowCount(), 3);
+    ASSERT_EQ(found->rowCount(), 4);
     EXPECT_EQ(found->item(0, 0)->text(), QStringLiteral("0x16"));
-    EXPECT_TRUE(State().startsWith(QStringLiteral("3 addresses answered")));
-    found->setCurrentCell(2, 0);
+    EXPECT_TRUE(State().startsWith(QStringLiteral("4 addresses answered")));
+    found->setCurrentCell(3, 0);
     EXPECT_EQ(Find<QLineEdit>("txtI2CAddress")->text(), QStringLiteral("AA"));
     const auto calls = bench.calls.size();
     Find<QCheckBox>("chkRisky")->setChecked(true);
