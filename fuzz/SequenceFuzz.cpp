@@ -1,5 +1,5 @@
-// Any bytes as a sequence: the parser ends, a wrong line has its number, loops are whole, and every transaction
-// that it took is written and read back as the same.
+// Any bytes as a sequence: the parser ends, a wrong line has its number, loops are whole, and every
+// transaction that it took is written and read back as the same.
 
 #include "engineering/Sequence.h"
 
