@@ -4,8 +4,12 @@
 
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QScopedValueRollback>
 #include <QStringList>
+
+#include <algorithm>
+#include <tuple>
 
 DataFlashGrid::DataFlashGrid(DataFlashItemModel& model, QWidget* parent)
     : QTreeView(parent), m_model(model), m_delegate(new DataFlashDelegate(model, this))
@@ -86,7 +90,9 @@ std::vector<ItemPlace> DataFlashGrid::Selected() const
     for (const QModelIndex& index : selectionModel()->selectedRows())
         if (const auto place = m_model.PlaceOf(index))
             places.push_back(*place);
-    std::ranges::sort(places);
+    std::ranges::sort(places, {}, [](const ItemPlace& place) {
+        return std::tuple(place.Class, place.SubClass, place.Item);
+    });
     return places;
 }
 

@@ -34,7 +34,7 @@ QString BytesText(const SubClass& subClass, const DataItem& item)
 {
     if (item.Value.isNull() && item.ReadValue.isNull())
         return Tr("not known");
-    const QString now = Spaced(PlaceIn(subClass.Buffer, item));
+    QString now = Spaced(PlaceIn(subClass.Buffer, item));
     if (!item.Edited())
         return now;
     const std::optional<Bytes> then = BytesOf(item, item.Value);
