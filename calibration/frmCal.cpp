@@ -76,6 +76,7 @@ frmCal::frmCal(GaugeContext& context)
     SetRunning(false);
     lstSteps->setCurrentRow(0);
     setFocusProxy(lstSteps);
+    ShowMarks();
     QTimer::singleShot(0, this, &frmCal::ReadStatus);
 }
 
@@ -167,6 +168,7 @@ QWidget* frmCal::MakeGuidePane()
                                           tr("Most"), tr("Off the reference")});
     grdReadings->setEditTriggers(QAbstractItemView::NoEditTriggers);
     grdReadings->setSelectionMode(QAbstractItemView::NoSelection);
+    grdReadings->setFocusPolicy(Qt::NoFocus); // nothing in it can be chosen
     grdReadings->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     grdReadings->horizontalHeader()->setHighlightSections(false);
     grdReadings->verticalHeader()->setMinimumSectionSize(20);
@@ -403,12 +405,14 @@ void frmCal::ShowPack(const Calibration::Status& status)
 
 void frmCal::ShowMarks()
 {
+    QPixmap nothing(kIcon, kIcon); // keeps the names in line
+    nothing.fill(Qt::transparent);
     for (int i = 0; i < lstSteps->count(); ++i) {
         const Mark mark = m_marks[static_cast<std::size_t>(i)];
         QListWidgetItem* item = lstSteps->item(i);
         item->setIcon(mark == Mark::Done         ? ThemeIcon(QStringLiteral("ok"), IconInk::Good)
                           : mark == Mark::Failed ? ThemeIcon(QStringLiteral("error"), IconInk::Failed)
-                                                 : ThemeIcon(QStringLiteral("next"), IconInk::Secondary));
+                                                 : QIcon(nothing));
         item->setToolTip(mark == Mark::Done         ? tr("Calibrated since the view was opened")
                              : mark == Mark::Failed ? tr("Failed")
                                                     : tr("Not done since the view was opened"));
