@@ -1,5 +1,7 @@
 #include "simulator/SrecLines.h"
 
+#include <QList>
+
 #include <numeric>
 
 namespace {

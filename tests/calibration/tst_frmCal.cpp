@@ -1,6 +1,5 @@
 #include "calibration/frmCal.h"
 #include "comm/adapters/SimulatedAdapter.h"
-#include "look/Theme.h"
 #include "tests/support/TestSupport.h"
 
 #include <QTemporaryDir>
@@ -41,14 +40,13 @@ struct CalibrationView : testing::Test {
         QTest::qWait(0); // the status is read once the view stands
     }
 
-    Theme theme;
     TestTime time;
     RecordedMessages messages;
     QTemporaryDir folder;
     StartupState state;
     TargetSettings target;
     ProfileStore profiles;
-    ErrorList errors;
+    ErrorList errors{time};
     SimulatedAdapter adapter;
     frmUSB usb{adapter, time, messages, {}};
     GaugeAccess access{time, messages};
