@@ -324,12 +324,14 @@ void HexView::Put(std::uint8_t value, bool advance)
 void HexView::Type(const QString& text)
 {
     const char letter = text.size() == 1 ? text[0].toLatin1() : '\0';
-    const std::optional<std::uint8_t> old
-        = m_document ? m_document->ByteAt(m_area, m_cursor) : std::optional<std::uint8_t>();
+    std::optional<std::uint8_t> there;
+    if (m_document)
+        there = m_document->ByteAt(m_area, m_cursor);
+    const std::uint8_t old = there.value_or(0);
     const auto digit = static_cast<int>(QStringLiteral("0123456789ABCDEF").indexOf(text.toUpper()));
     if (m_readOnly) {
         emit Refused(tr("This image is read only: it is here to be compared with."));
-    } else if (!old) {
+    } else if (!there) {
         emit Refused(tr("The image has no byte here."));
     } else if (m_inText) {
         if (Printable(static_cast<std::uint8_t>(letter)))
@@ -339,10 +341,10 @@ void HexView::Type(const QString& text)
     } else if (digit < 0 || text.size() != 1) {
         emit Refused(tr("\"%1\" is no hexadecimal digit. Tab goes to the text column.").arg(text));
     } else if (!m_halfTyped) {
-        Put(static_cast<std::uint8_t>(digit << 4 | (*old & 0x0F)), false);
+        Put(static_cast<std::uint8_t>(digit << 4 | (old & 0x0F)), false);
         m_halfTyped = true;
     } else {
-        Put(static_cast<std::uint8_t>((*old & 0xF0) | digit), true);
+        Put(static_cast<std::uint8_t>((old & 0xF0) | digit), true);
     }
 }
 
