@@ -34,7 +34,8 @@ inline constexpr std::int32_t kNoJournal = 5043; ///< the journal could not be s
 struct SubClassPlace {
     int Class = 0;
     int SubClass = 0;
-    auto operator<=>(const SubClassPlace&) const = default;
+    // the check takes the 0 of the generated comparison for a pointer
+    auto operator<=>(const SubClassPlace&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 /// What a write would do, before it is done.

@@ -63,7 +63,8 @@ struct ItemPlace {
     int Class = 0;
     int SubClass = 0;
     int Item = 0;
-    auto operator<=>(const ItemPlace&) const = default;
+    // the check takes the 0 of the generated comparison for a pointer
+    auto operator<=>(const ItemPlace&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 class bCfgReader;

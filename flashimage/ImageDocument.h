@@ -42,7 +42,8 @@ public:
     struct Place {
         ImageArea Area;
         std::uint32_t Address;
-        auto operator<=>(const Place&) const = default;
+        // the check takes the 0 of the generated comparison for a pointer
+        auto operator<=>(const Place&) const = default; // NOLINT(modernize-use-nullptr)
     };
     /// Nothing happens where the image has no byte.
     void SetByte(Place place, std::uint8_t value);
