@@ -6,9 +6,10 @@
 #include "dataflash/ItemText.h"
 #include "platform/WholeFile.h"
 
-#include <QSet>
+#include <QHash>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -52,82 +53,154 @@ QString WhyLost(const QString& value)
                   : QStringLiteral("it holds characters that are no text");
 }
 
-/// What stands in the file beside the values that were looked up.
-void NoteTheRest(const ProfileFile& file, const QSet<QString>& known, GgImport& import)
-{
-    const auto warn = [&import](const QString& text) {
-        if (import.Warnings.size() < GgImport::kListed)
-            import.Warnings << text;
+/// Reads a file's lines once, in their order, against the items of a tree. As everywhere in profile files the
+/// first section of a name counts, and in it the first key.
+class Reading {
+public:
+    /// A section of the tree and, for each of its items, the text that the file has.
+    struct Section {
+        QString Name;
+        const SubClass* Sub;
+        std::vector<std::optional<QString>> Texts;
+        bool Met = false;
     };
-    bool sectionCounts = true;
-    file.Walk([&](const ProfileFile::Met& met) {
-        if (met.Key.isEmpty()) {
-            sectionCounts = met.Counts;
-            if (!met.Counts)
-                warn(QStringLiteral("line %1: section %2 stands twice; what follows does not count")
-                         .arg(met.Line)
-                         .arg(met.Section));
-        } else if (!met.Counts) {
-            if (sectionCounts) // said once for a whole section
-                warn(met.Section.isEmpty()
-                         ? QStringLiteral("line %1: %2 stands above the first section and does not count")
-                               .arg(met.Line)
-                               .arg(met.Key)
-                         : QStringLiteral("line %1: %2 stands twice in %3; only the first one counts")
-                               .arg(met.Line)
-                               .arg(met.Key, met.Section));
-        } else if (met.Section.compare(kHeader, Qt::CaseInsensitive) != 0
-                   && met.Section.compare(kBytes, Qt::CaseInsensitive) != 0
-                   && !known.contains(QString(met.Section.toString() + QLatin1Char('\n') + met.Key.toString())
-                                          .toCaseFolded())) {
-            ++import.UnknownCount;
-            if (import.Unknown.size() < GgImport::kListed)
-                import.Unknown << met.Section.toString() + QLatin1Char(' ') + met.Key.toString();
-        }
-    });
-}
 
-/// The value that the file holds for an item, which may be an empty text.
-std::optional<QString> ValueIn(const ProfileFile& file, const QString& section, const DataItem& item,
-                               const Bytes& image)
+    Reading(const DataFlashTree& tree, GgImport& import) : m_import(import)
+    {
+        for (const DataClass& dataClass : tree.Classes)
+            for (const SubClass& subClass : dataClass.SubClasses) {
+                m_sections.push_back({SectionName(subClass, dataClass), &subClass, {}});
+                m_sections.back().Texts.resize(subClass.Items.size());
+                if (const QString name = m_sections.back().Name.toCaseFolded(); !m_byName.contains(name))
+                    m_byName.insert(name, m_sections.size() - 1);
+            }
+    }
+
+    void Read(const QByteArray& bytes)
+    {
+        ProfileFile::Walk(bytes, [this](const ProfileFile::Met& met) {
+            if (met.Key.isEmpty())
+                Enter(met);
+            else if (met.Section.isEmpty())
+                Warn(QStringLiteral("line %1: %2 stands above the first section and does not count")
+                         .arg(met.Line)
+                         .arg(met.Key));
+            else if (m_place == Place::Header)
+                HeaderLine(met);
+            else if (m_place == Place::Items)
+                Item(met);
+        });
+    }
+
+    [[nodiscard]] const std::vector<Section>& Sections() const { return m_sections; }
+    [[nodiscard]] const std::optional<QString>& DeviceName() const { return m_deviceName; }
+    [[nodiscard]] bool HasHeader() const { return m_header; }
+    [[nodiscard]] bool HasBytes() const { return m_bytes; }
+
+private:
+    enum class Place { Header, Bytes, Items, Twice };
+
+    void Enter(const ProfileFile::Met& met)
+    {
+        m_section = nullptr;
+        m_next = 0;
+        bool* before = nullptr;
+        m_place = Place::Items;
+        if (met.Section.compare(kHeader, Qt::CaseInsensitive) == 0) {
+            m_place = Place::Header;
+            before = &m_header;
+        } else if (met.Section.compare(kBytes, Qt::CaseInsensitive) == 0) {
+            m_place = Place::Bytes;
+            before = &m_bytes;
+        } else if (const auto named = m_byName.constFind(met.Section.toString().toCaseFolded());
+                   named != m_byName.constEnd()) {
+            m_section = &m_sections[*named];
+            before = &m_section->Met;
+        }
+        if (before && std::exchange(*before, true)) {
+            m_place = Place::Twice;
+            Warn(QStringLiteral("line %1: section %2 stands twice; what follows does not count")
+                     .arg(met.Line)
+                     .arg(met.Section));
+        }
+    }
+
+    void HeaderLine(const ProfileFile::Met& met)
+    {
+        if (!m_deviceName && met.Key.compare(u"DeviceName", Qt::CaseInsensitive) == 0)
+            m_deviceName = met.Value.toString();
+    }
+
+    void Item(const ProfileFile::Met& met)
+    {
+        const std::size_t count = m_section ? m_section->Texts.size() : 0;
+        for (std::size_t tried = 0; tried < count; ++tried) { // the next one first, as files are written
+            const std::size_t item = (m_next + tried) % count;
+            if (met.Key.compare(m_section->Sub->Items[item].Name, Qt::CaseInsensitive) != 0)
+                continue;
+            if (m_section->Texts[item])
+                Warn(QStringLiteral("line %1: %2 stands twice in %3; only the first one counts")
+                         .arg(met.Line)
+                         .arg(met.Key, met.Section));
+            else
+                m_section->Texts[item] = met.Value.toString();
+            m_next = item + 1;
+            return;
+        }
+        ++m_import.UnknownCount;
+        if (m_import.Unknown.size() < GgImport::kListed)
+            m_import.Unknown << met.Section.toString() + QLatin1Char(' ') + met.Key.toString();
+    }
+
+    void Warn(const QString& text)
+    {
+        if (m_import.Warnings.size() < GgImport::kListed)
+            m_import.Warnings << text;
+    }
+
+    GgImport& m_import;
+    std::vector<Section> m_sections;
+    QHash<QString, std::size_t> m_byName;
+    Place m_place = Place::Items; ///< that the walk is in
+    Section* m_section = nullptr; ///< of Place::Items; null: none of the tree
+    std::size_t m_next = 0;
+    std::optional<QString> m_deviceName;
+    bool m_header = false;
+    bool m_bytes = false;
+};
+
+/// A backup's bytes count for what a text cannot carry, unless somebody has edited the text since.
+std::optional<QString> WithBytes(const std::optional<QString>& text, const DataItem& item, const Bytes& image)
 {
-    std::optional<QString> text;
-    if (file.HasKey(section, item.Name))
-        text = file.String(section, item.Name);
     if (image.empty())
         return text;
-    // a backup's bytes count unless somebody has edited the text since
     const QString stored = TextOf(item, image);
     return !text || CarriedBack(stored) == text ? stored : text;
 }
 
 void Take(GgImport& import, const ItemPlace& at, const DataItem& item, const QString& text)
 {
-    GgImport::Entry entry{at, item.Value, text, {}};
     const bool known = HasValue(item, item.Value);
     if (known && text == item.Value) {
         ++import.Same;
         return;
     }
-    if (!BytesOf(item, text, &entry.Note)) {
+    GgImport::Entry entry{at, item.Value, text, {}};
+    entry.Note = ValidateDataFormat(item, text);
+    if (!entry.Note.isEmpty()) {
         if (text.isEmpty())
             entry.Note = QStringLiteral("the file has no value");
-        import.Refused.push_back(entry);
+        import.Refused.push_back(std::move(entry));
         return;
     }
     if (known && SameBytes(item, text, item.Value)) {
         ++import.Same;
         return;
     }
-    entry.Note = ValidateDataFormat(item, text);
-    if (!entry.Note.isEmpty()) {
-        import.Refused.push_back(entry);
-        return;
-    }
     entry.Note = CheckRange(item, text);
     if (!entry.Note.isEmpty())
         import.OutOfRange.push_back(entry);
-    import.Changed.push_back(entry);
+    import.Changed.push_back(std::move(entry));
 }
 
 } // namespace
@@ -141,26 +214,32 @@ QString GgSection(const DataFlashTree& tree, const ItemPlace& at)
 GgImport ParseGg(const QByteArray& bytes, const DataFlashTree& tree, const QString& deviceName)
 {
     GgImport import;
-    const ProfileFile file(bytes);
-    import.DeviceName = file.String(kHeader, u"DeviceName", QStringLiteral("Unknown"));
+    const bool wide = bytes.startsWith("\xFF\xFE");
+    if (!wide && !bytes.endsWith('\n') && !bytes.endsWith('\r'))
+        import.Warnings << QStringLiteral("the last line has no end: the file may be cut, and its last value "
+                                          "with it");
+    Reading reading(tree, import);
+    reading.Read(bytes);
+    import.DeviceName = reading.DeviceName().value_or(QStringLiteral("Unknown"));
     // a device name can hold no more than its line in the file can
     import.OtherDevice = import.DeviceName != deviceName && import.DeviceName != CarriedBack(deviceName);
-    QSet<QString> known;
-    known.reserve(tree.ItemCount());
+    import.Changed.reserve(static_cast<std::size_t>(tree.ItemCount()));
+    std::optional<ProfileFile> backup;
+    if (reading.HasBytes())
+        backup.emplace(bytes);
     int found = 0;
-    const bool hasBytes = !file.SectionLines(kBytes).isEmpty();
+    auto section = reading.Sections().begin();
     for (ItemPlace at{}; at.Class < static_cast<int>(tree.Classes.size()); ++at.Class) {
         const DataClass& dataClass = tree.Classes[static_cast<std::size_t>(at.Class)];
-        for (at.SubClass = 0; at.SubClass < static_cast<int>(dataClass.SubClasses.size()); ++at.SubClass) {
-            const SubClass& subClass = dataClass.SubClasses[static_cast<std::size_t>(at.SubClass)];
-            const QString section = SectionName(subClass, dataClass);
-            const Bytes image = hasBytes ? GgBytes(file, subClass) : Bytes();
-            for (at.Item = 0; at.Item < static_cast<int>(subClass.Items.size()); ++at.Item) {
-                const DataItem& item = subClass.Items[static_cast<std::size_t>(at.Item)];
-                known.insert(QString(section + QLatin1Char('\n') + item.Name).toCaseFolded());
-                const std::optional<QString> text = ValueIn(file, section, item, image);
+        for (at.SubClass = 0; at.SubClass < static_cast<int>(dataClass.SubClasses.size());
+             ++at.SubClass, ++section) {
+            const Bytes image = backup ? GgBytes(*backup, *section->Sub) : Bytes();
+            for (at.Item = 0; at.Item < static_cast<int>(section->Texts.size()); ++at.Item) {
+                const auto index = static_cast<std::size_t>(at.Item);
+                const DataItem& item = section->Sub->Items[index];
+                const std::optional<QString> text = WithBytes(section->Texts[index], item, image);
                 if (!text) {
-                    import.Missing << QStringLiteral("Missing value: ") + section + QLatin1Char(' ')
+                    import.Missing << QStringLiteral("Missing value: ") + section->Name + QLatin1Char(' ')
                             + item.Name;
                     continue;
                 }
@@ -169,17 +248,11 @@ GgImport ParseGg(const QByteArray& bytes, const DataFlashTree& tree, const QStri
             }
         }
     }
-    if (found == 0 && !file.SectionNames().contains(kHeader, Qt::CaseInsensitive)) {
+    if (found == 0 && !reading.HasHeader()) {
         import = {};
         import.Error = QStringLiteral("it is no data flash file: it has no section [Header] and no value of "
                                       "this target");
-        return import;
     }
-    const bool wide = bytes.startsWith("\xFF\xFE");
-    if (!wide && !bytes.endsWith('\n') && !bytes.endsWith('\r'))
-        import.Warnings << QStringLiteral("the last line has no end: the file may be cut, and its last value "
-                                          "with it");
-    NoteTheRest(file, known, import);
     return import;
 }
 
@@ -264,16 +337,15 @@ QByteArray GgText(const DataFlashTree& tree, const QString& deviceName, const QS
         }
     }
     QByteArray bytes = text.toUtf8();
-    const ProfileFile again(bytes);
-    ForEachItem(
-        tree,
-        [&](const ItemPlace&, const DataClass& dataClass, const SubClass& subClass, const DataItem& item) {
-            const QString section = SectionName(subClass, dataClass);
-            if (!again.HasKey(section, item.Name) || again.String(section, item.Name) != item.Value)
+    GgImport rest;
+    Reading again(tree, rest);
+    again.Read(bytes);
+    for (const Reading::Section& section : again.Sections())
+        for (std::size_t i = 0; i < section.Texts.size(); ++i)
+            if (const DataItem& item = section.Sub->Items[i]; section.Texts[i] != item.Value)
                 warnings << QStringLiteral("%1 %2: the file cannot carry \"%3\" back, because %4")
-                                .arg(OneLine(section), OneLine(item.Name), OneLine(item.Value),
+                                .arg(OneLine(section.Name), OneLine(item.Name), OneLine(item.Value),
                                      WhyLost(item.Value));
-        });
     return bytes;
 }
 

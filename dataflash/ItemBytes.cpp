@@ -24,10 +24,10 @@ std::optional<Bytes> BytesOf(const DataItem& item, const QString& native, QStrin
 
 bool HasValue(const DataItem& item, const QString& native)
 {
-    if (!native.isEmpty())
-        return true;
+    if (!native.isEmpty() || native.isNull())
+        return !native.isNull();
     const std::optional<DataTypeForm> type = ParseDataType(item.DataType);
-    return !native.isNull() && type && type->What == DataTypeForm::Kind::Text;
+    return type && type->What == DataTypeForm::Kind::Text;
 }
 
 bool SameBytes(const DataItem& item, const QString& a, const QString& b)

@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr int kExactDigits = 15; ///< that a double holds
 constexpr int kLongestText = 256; ///< bytes of a counted string, its length byte included
 
 bool IsDigit(QChar c) { return c >= u'0' && c <= u'9'; }
@@ -45,6 +46,14 @@ std::optional<double> ParseDecimal(QStringView text)
     text = text.trimmed();
     if (!IsDecimal(text))
         return std::nullopt;
+    const bool negative = text.startsWith(u'-');
+    if (const QStringView digits = text.mid(negative ? 1 : 0);
+        digits.size() <= kExactDigits && std::ranges::all_of(digits, IsDigit)) { // most of them, and quick
+        std::int64_t number = 0;
+        for (const QChar digit : digits)
+            number = number * 10 + (digit.unicode() - u'0');
+        return static_cast<double>(negative ? -number : number);
+    }
     return QLocale::c().toDouble(text); // infinity or zero where the exponent is beyond a double
 }
 
@@ -200,6 +209,8 @@ QString NativeText(const DataTypeForm& type, double number)
         return QString::number(static_cast<qulonglong>(number), 16)
             .toUpper()
             .rightJustified(qsizetype{2} * type.Width, u'0');
+    if (std::abs(number) < 1e15 && number == std::floor(number))
+        return QString::number(static_cast<qlonglong>(number)); // most of them, and quick
     // All digits and no exponent: 15 of them would not lead back to the same float.
     QString text = QString::number(number, 'f', number == std::floor(number) ? 0 : 6);
     if (text.contains(u'.')) {

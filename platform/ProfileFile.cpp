@@ -93,6 +93,12 @@ struct ProfileFile::Line {
 
 ProfileFile::ProfileFile(const QByteArray& bytes)
 {
+    Decode(bytes);
+    Index();
+}
+
+void ProfileFile::Decode(const QByteArray& bytes)
+{
     if (bytes.startsWith(kUtf16Mark)) {
         m_encoding = Encoding::Utf16WithMark;
         const QByteArrayView rest = QByteArrayView(bytes).sliced(kUtf16Mark.size());
@@ -110,7 +116,6 @@ ProfileFile::ProfileFile(const QByteArray& bytes)
         m_encoding = Encoding::Windows1252;
         m_text = DecodeWindows1252(bytes);
     }
-    Index();
 }
 
 QByteArray ProfileFile::ToBytes() const
@@ -174,20 +179,18 @@ QStringList ProfileFile::SectionNames() const
     return names;
 }
 
-void ProfileFile::Walk(const std::function<void(const Met&)>& visit) const
+void ProfileFile::Walk(const QByteArray& bytes, const std::function<void(const Met&)>& visit)
 {
+    ProfileFile file;
+    file.Decode(bytes);
     QStringView section;
-    std::uint32_t owner = kNoOwner;
     int number = 1;
-    for (Line line = LineAt(0); line.start < m_text.size(); line = After(line), ++number) {
-        if (line.kind == Line::Kind::Header) {
+    for (Line line = file.LineAt(0); line.start < file.m_text.size(); line = file.After(line), ++number) {
+        if (line.kind == Line::Kind::Header)
             section = line.name;
-            const bool first = FindHeader(section) == line.start;
-            owner = first ? static_cast<std::uint32_t>(line.start) + 1 : kNoOwner;
-            visit({number, section, {}, first});
-        } else if (line.kind == Line::Kind::Key) {
-            visit({number, section, line.name, owner != kNoOwner && Find(owner, line.name) == line.start});
-        }
+        if (line.kind != Line::Kind::Other)
+            visit({number, section, line.kind == Line::Kind::Key ? line.name : QStringView(),
+                   Unquoted(line.value).left(kLongestValue)});
     }
 }
 

@@ -29,15 +29,17 @@ public:
     [[nodiscard]] QStringList SectionLines(QStringView section) const;
     [[nodiscard]] QStringList SectionNames() const;
 
-    /// A header or a "key=value" line, in file order.
+    /// A header or a "key=value" line.
     struct Met {
         int Line; ///< counting from 1
         QStringView Section; ///< the header's name, or that of the header above; empty above the first one
         QStringView Key; ///< empty for a header
-        bool Counts; ///< false: stands twice, or above the first header; reading never sees it
+        QStringView Value; ///< as String gives it
     };
-    /// Tells what stands in the file, the lines that reading passes over too. The views last for the call.
-    void Walk(const std::function<void(const Met&)>& visit) const;
+    /// Tells all headers and keys of a file in their order, also those that reading never sees since they
+    /// stand twice or above the first header. For readers that want everything: no index is made. The views
+    /// last for the call.
+    static void Walk(const QByteArray& bytes, const std::function<void(const Met&)>& visit);
 
     /// Whether a line can hold these: no line end anywhere, no blanks around names, no "]" in a section, and
     /// a key that is not taken for a comment, a header or a value.
@@ -69,6 +71,7 @@ private:
     /// At the end of the text: an empty line that starts there.
     [[nodiscard]] Line LineAt(qsizetype start) const;
     [[nodiscard]] Line After(const Line& line) const;
+    void Decode(const QByteArray& bytes);
     /// @return start of the line, or -1
     [[nodiscard]] qsizetype FindHeader(QStringView section) const { return Find(0, section); }
     [[nodiscard]] qsizetype FindKey(QStringView section, QStringView key) const;
