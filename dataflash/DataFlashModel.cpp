@@ -146,6 +146,8 @@ QString DataFlashPath(ProfileStore& profiles, const StartupState& state, QString
     const QString written = profiles.String(state.TargetConfigPath, u"DataFlash", key);
     if (written.isEmpty())
         return {};
-    const QString beside = ResolvePath(QFileInfo(state.TargetConfigPath).path(), written);
+    const QFileInfo target(
+        ResolvePath(state.ProgramFolder, state.TargetConfigPath)); // written with "\" perhaps
+    const QString beside = ResolvePath(target.path(), written);
     return QFileInfo::exists(beside) ? beside : ResolvePath(state.ProgramFolder, written);
 }
