@@ -1,6 +1,8 @@
 #include "app/Program.h"
 
+#include "comm/adapters/WatchedAdapter.h"
 #include "platform/ProgramFolder.h"
+#include "plugins/HostAdapter.h"
 #include "settings/ProgramSettings.h"
 
 #include <QFileInfo>
@@ -8,12 +10,15 @@
 /// One adapter in use, with all that belongs to it.
 struct Program::Session {
     Session(Program& program, std::unique_ptr<Pc61vRW> newDriver)
-        : driver(std::move(newDriver)),
+        : driver(std::make_unique<WatchedAdapter>(std::move(newDriver), program.m_time, program.m_watch)),
           usb(*driver, program.m_time, program.m_messages, program.m_state.ProgramFolder),
           link(usb, program.m_access, program.m_profiles, program.m_messages, program.m_state,
                program.m_target),
-          context{program.m_profiles, program.m_state,    program.m_target, usb, program.m_access, link,
-                  program.m_time,     program.m_messages, program.m_errors}
+          context{program.m_profiles, program.m_state,
+                  program.m_target,   usb,
+                  program.m_access,   link,
+                  program.m_time,     program.m_messages,
+                  program.m_errors,   &program.m_watch}
     {
     }
     std::unique_ptr<Pc61vRW> driver;
@@ -64,10 +69,21 @@ bool Program::OpenAdapterConnection()
     CloseAdapter();
     m_adapter = ResolveAdapter(m_profiles, m_state, m_device, {});
     m_adapter.PackOutrunsClock = true;
-    if (std::unique_ptr<Pc61vRW> driver = MakeAdapter(m_adapter, m_profiles, m_state, m_time))
+    const bool lent = EnvironmentNamesHost() && m_device.isEmpty(); // started by a plug-in
+    if (lent) {
+        m_adapter.Kind = AdapterKind::Host;
+        m_adapter.Error.clear();
+    }
+    if (std::unique_ptr<Pc61vRW> driver = lent ? HostAdapterFromEnvironment(m_time, m_adapter.TraceFile)
+                                               : MakeAdapter(m_adapter, m_profiles, m_state, m_time))
         m_session = std::make_unique<Session>(*this, std::move(driver));
-    if (m_session)
+    if (lent) {
+        m_session->usb.OpenFirstUsedDevice(m_open);
+        if (!m_open)
+            return false; // after its own message
+    } else if (m_session) {
         m_session->usb.OpenFirstFreeDevice(m_open);
+    }
     if (!m_open) {
         m_messages.Show(QStringLiteral(
             "The HX5100 connection could not be Initiated! Please close this program and try again."));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "comm/BusWatch.h"
 #include "comm/GaugeAccess.h"
 #include "comm/GaugeContext.h"
 #include "comm/GaugeLink.h"
@@ -55,6 +56,7 @@ public:
     [[nodiscard]] GaugeContext* Context(); ///< nothing while no adapter is open
     [[nodiscard]] frmUSB* Usb();
     [[nodiscard]] GaugeAccess& Access() { return m_access; }
+    [[nodiscard]] BusWatch& Watch() { return m_watch; }
     [[nodiscard]] TimeSource& Time() { return m_time; }
     [[nodiscard]] ProfileStore& Profiles() { return m_profiles; }
     [[nodiscard]] const StartupState& State() const { return m_state; }
@@ -72,6 +74,7 @@ private:
     StartupState m_state;
     TargetSettings m_target;
     GaugeAccess m_access;
+    BusWatch m_watch; ///< outlives the adapters that tell it
     AdapterSettings m_adapter;
     std::unique_ptr<Session> m_session;
     QString m_device; ///< adapter chosen in the window, empty: as the settings say

@@ -2,6 +2,7 @@
 
 #include "look/Icons.h"
 #include "look/Theme.h"
+#include "plugins/PluginCatalogue.h"
 
 #include <QKeySequence>
 #include <QPainter>
@@ -14,7 +15,8 @@ namespace {
 constexpr int kWidth = 104;
 constexpr int kCompactWidth = 48;
 
-QString IconOf(const QString& key)
+/// Of a view key, as ThemeIcon takes it.
+QString IconOf(const QString& key, const QStringList& pluginFolders)
 {
     if (key == QLatin1String("SBS"))
         return QStringLiteral("sbs");
@@ -24,16 +26,17 @@ QString IconOf(const QString& key)
         return QStringLiteral("cal");
     if (key == QLatin1String("Pro"))
         return QStringLiteral("pro");
-    return QStringLiteral("plugin");
+    const QString own = PluginIconFile(key, pluginFolders);
+    return own.isEmpty() ? QStringLiteral("plugin") : own;
 }
 
 /// One view button: icon over caption, with the skin's border at the left edge when it is selected.
 class SelectorButton final : public QAbstractButton {
 public:
-    SelectorButton(const QString& key, QWidget* parent) : QAbstractButton(parent)
+    SelectorButton(const QString& icon, QWidget* parent) : QAbstractButton(parent)
     {
         setCheckable(true);
-        setIcon(ThemeIcon(IconOf(key)));
+        setIcon(ThemeIcon(icon));
         setFocusPolicy(Qt::TabFocus);
         setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     }
@@ -149,7 +152,7 @@ void SelectorPane::Clear()
 
 void SelectorPane::LoadMDIButton(int index, const ViewButton& button)
 {
-    auto* widget = new SelectorButton(button.Key, FrameMDIButtons);
+    auto* widget = new SelectorButton(IconOf(button.Key, m_pluginFolders), FrameMDIButtons);
     widget->setObjectName(QStringLiteral("txtForm%1").arg(index));
     m_buttons.push_back({button, widget});
     SetCaption(index, button.Caption);

@@ -18,6 +18,8 @@ public:
     explicit SelectorPane(QWidget* parent = nullptr);
 
     void Clear();
+    /// Where the icons of plug-ins lie, for buttons loaded from now on.
+    void SetPluginFolders(const QStringList& folders) { m_pluginFolders = folders; }
     void LoadMDIButton(int index, const ViewButton& button);
     [[nodiscard]] int Count() const { return static_cast<int>(m_buttons.size()); }
     [[nodiscard]] const ViewButton& Button(int index) const
@@ -39,6 +41,7 @@ private:
         QAbstractButton* widget;
     };
     std::vector<Entry> m_buttons;
+    QStringList m_pluginFolders;
     int m_selected = -1;
     bool m_compact = false;
 

@@ -1,7 +1,16 @@
 #include "app/Views.h"
 
+#include "calibration/frmCal.h"
 #include "dataflash/frmDF.h"
+#include "engineering/frmBusHealth.h"
+#include "engineering/frmI2C.h"
+#include "engineering/frmPro.h"
+#include "flashimage/frmFlash.h"
 #include "look/Theme.h"
+#include "plugins/LoadedDataFlash.h"
+#include "plugins/PluginCatalogue.h"
+#include "plugins/frmPlugin.h"
+#include "sbs/clsSBSCfgRW.h"
 #include "sbs/frmLogViewer.h"
 #include "sbs/frmSBS.h"
 #include "sbs/frmTables.h"
@@ -13,26 +22,22 @@
 
 namespace {
 
-/// Stands in for a view that this version does not have.
+/// Stands in for a view that cannot be shown, and says why.
 class MissingView final : public ChildView {
 public:
-    MissingView(const QString& key, const QString& caption)
+    MissingView(const QString& title, const QString& text)
     {
         setObjectName(QStringLiteral("frmMissing"));
-        auto* title = new QLabel(tr("%1 is not part of this version").arg(caption), this);
-        title->setObjectName(QStringLiteral("lblMissingTitle"));
-        title->setFont(Theme::Current().Font(Type::State));
-        auto* text
-            = new QLabel(tr("The target asks for a view with the key \"%1\". This version of Tarnlo has no "
-                            "such view yet; the other views work without it.")
-                             .arg(key),
-                         this);
-        text->setWordWrap(true);
-        text->setAlignment(Qt::AlignHCenter);
+        auto* head = new QLabel(title, this);
+        head->setObjectName(QStringLiteral("lblMissingTitle"));
+        head->setFont(Theme::Current().Font(Type::State));
+        auto* why = new QLabel(text, this);
+        why->setWordWrap(true);
+        why->setAlignment(Qt::AlignHCenter);
         auto* column = new QVBoxLayout(this);
         column->addStretch(1);
-        column->addWidget(title, 0, Qt::AlignHCenter);
-        column->addWidget(text);
+        column->addWidget(head, 0, Qt::AlignHCenter);
+        column->addWidget(why);
         column->addStretch(2);
     }
 };
@@ -43,25 +48,58 @@ struct Factory {
 };
 
 constexpr std::array kFactories{
+    Factory{"Cal", [](GaugeContext& context) -> ChildView* { return new frmCal(context); }},
     Factory{"SBS", [](GaugeContext& context) -> ChildView* { return new frmSBS(context); }},
     Factory{"DF", [](GaugeContext& context) -> ChildView* { return new frmDF(context); }},
+    Factory{"Pro", [](GaugeContext& context) -> ChildView* { return new frmPro(context); }},
 };
+
+/// The flash-target table is the register view's reader's, whose room the image view does not know.
+QString LoadFlashTargets(const QString& path, std::vector<FlashTarget>& targets)
+{
+    TextGrid grid;
+    const QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
+    targets = FlashTargetsOf(grid.cells);
+    return problem;
+}
 
 constexpr std::array kTools{
     ToolView{"mnuToolsTables", QT_TRANSLATE_NOOP("frmMDI", "&Table editor"), "edit", "",
              [](const ToolContext& context) -> ChildView* {
                  return new frmTables(context.profiles, context.state, context.messages, context.gauge);
              }},
+    ToolView{"mnuToolsFlash", QT_TRANSLATE_NOOP("frmMDI", "&Flash image"), "image", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmFlash(context.profiles, context.state, context.messages, LoadFlashTargets,
+                                     context.gauge);
+             }},
+    ToolView{"mnuToolsI2C", QT_TRANSLATE_NOOP("frmMDI", "&I2C tool"), "bus", "",
+             [](const ToolContext& context) -> ChildView* {
+                 if (context.gauge)
+                     return new frmI2C(*context.gauge);
+                 return new MissingView(
+                     QObject::tr("The I2C tool needs an adapter"),
+                     QObject::tr("No adapter is open. Plug one in and choose File > Connect "
+                                 "again, then open the tool."));
+             }},
+    ToolView{"mnuToolsBusHealth", QT_TRANSLATE_NOOP("frmMDI", "&Bus health"), "verify", "",
+             [](const ToolContext& context) -> ChildView* {
+                 return new frmBusHealth(context.watch.Health, context.profiles, context.state,
+                                         context.messages);
+             }},
 };
 
 } // namespace
 
-ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& context)
+ChildView* MakeView(const QString& key, GaugeContext& context)
 {
     for (const Factory& factory : kFactories)
         if (key == QLatin1String(factory.key))
             return factory.make(context);
-    return new MissingView(key, caption);
+    auto* plugin = new frmPlugin(context, std::make_unique<LoadedDataFlash>(context),
+                                 PluginFolders(context.state.ProgramFolder));
+    plugin->Mode(key);
+    return plugin;
 }
 
 std::span<const ToolView> ToolViews() { return kTools; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "comm/BusWatch.h"
 #include "comm/GaugeContext.h"
 #include "look/ChildView.h"
 
@@ -13,13 +14,14 @@
 
 /// A new view for a view key, "SBS", "DF", "Cal", "Pro" or a plug-in's mode. A key that has no view yet gives
 /// a page that says so. This is the one place that knows every view.
-[[nodiscard]] ChildView* MakeView(const QString& key, const QString& caption, GaugeContext& context);
+[[nodiscard]] ChildView* MakeView(const QString& key, GaugeContext& context);
 
 /// What a view of the Tools menu is made with; it may open without adapter and target.
 struct ToolContext {
     ProfileStore& profiles;
     const StartupState& state;
     UserMessages& messages;
+    BusWatch& watch;
     GaugeContext* gauge; ///< nothing while no adapter is open
 };
 

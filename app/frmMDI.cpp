@@ -11,6 +11,7 @@
 #include "app/frmTargets.h"
 #include "look/Icons.h"
 #include "platform/ProgramFolder.h"
+#include "plugins/PluginCatalogue.h"
 #include "settings/TargetList.h"
 
 #include <QActionGroup>
@@ -135,6 +136,7 @@ void frmMDI::LoadTargetSpecificGUI()
     const QString file = ResolvePath(m_program.State().ProgramFolder, m_program.State().TargetConfigPath);
     setWindowTitle(TargetTitle(m_program.Profiles(), file));
     m_selector->Clear();
+    m_selector->SetPluginFolders(PluginFolders(m_program.State().ProgramFolder));
     int index = 0;
     for (const ViewButton& button : TargetButtons(m_program.Profiles(), file))
         LoadMDIButton(index++, button);
@@ -163,7 +165,7 @@ void frmMDI::ShowView(int index, const QString& key)
         }
         const QString caption
             = index >= 0 && index < m_selector->Count() ? m_selector->Button(index).Caption : key;
-        Host(MakeView(key, caption, *context), caption);
+        Host(MakeView(key, *context), caption);
         m_views[key] = mdiArea->subWindowList().constLast();
     }
     mdiArea->setActiveSubWindow(m_views[key]);
@@ -180,9 +182,12 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
     connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
     // a maximised child would put its own title behind the program's
-    const auto setTitle = [window, view, title] {
+    const auto setTitle = [this, window, view, title] {
         const QString own = view->windowTitle().isEmpty() ? title : view->windowTitle();
         window->setWindowTitle(window->isMaximized() ? QString() : own);
+        const QString tail = QStringLiteral(" - [%1]").arg(own); // an empty title does not take it away again
+        if (window->isMaximized() && windowTitle().endsWith(tail))
+            setWindowTitle(windowTitle().chopped(tail.size()));
     };
     // queued: Qt passes through other states on the way
     connect(window, &QMdiSubWindow::windowStateChanged, view, setTitle, Qt::QueuedConnection);
@@ -215,14 +220,23 @@ bool frmMDI::ViewBusy() const
 
 bool frmMDI::CloseViews()
 {
+    // a plug-in's window can close by itself whenever events run
+    QList<QPointer<ChildView>> views;
     for (ChildView* view : OpenViews()) {
         view->Abandon();
-        if (view->Busy() || !view->MayClose())
+        views << view;
+    }
+    for (const QPointer<ChildView>& view : std::as_const(views)) {
+        m_program.Access().TakeBack(); // no question opens while a plug-in has the bus
+        if (view && (view->Busy() || !view->MayClose()))
             return false;
     }
-    const QList<QMdiSubWindow*> windows = mdiArea->subWindowList();
-    for (QMdiSubWindow* window : windows) {
-        window->widget()->close();
+    QList<QPointer<QMdiSubWindow>> windows;
+    for (QMdiSubWindow* window : mdiArea->subWindowList())
+        windows << window;
+    for (const QPointer<QMdiSubWindow>& window : std::as_const(windows)) {
+        if (window && window->widget())
+            window->widget()->close();
         delete window; // and the view with it
     }
     m_views.clear();
@@ -375,7 +389,8 @@ void frmMDI::OpenTool(const ToolView& tool)
 {
     QPointer<QMdiSubWindow>& window = m_views[QLatin1String(tool.Name)];
     if (!window) {
-        Host(tool.Make({m_program.Profiles(), m_program.State(), m_messages, m_program.Context()}),
+        Host(tool.Make({m_program.Profiles(), m_program.State(), m_messages, m_program.Watch(),
+                        m_program.Context()}),
              tr(tool.Caption).remove(QLatin1Char('&')));
         window = mdiArea->subWindowList().constLast();
     }

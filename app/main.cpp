@@ -12,6 +12,9 @@
 
 #include <QApplication>
 
+#include <exception>
+#include <functional>
+
 namespace {
 
 /// Everything behind the program's own name, as one text.
@@ -23,12 +26,32 @@ QString CommandLine(int argc, char** argv)
     return words.join(QLatin1Char(' '));
 }
 
+/// A plug-in that throws in a handler of its own events (a timer, a click) must not end the program: what
+/// comes out of a handler is stopped here, before it reaches the event loop, which cannot carry it.
+class Application final : public QApplication {
+public:
+    using QApplication::QApplication;
+    std::function<void(const QString& what)> OnThrown;
+
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        try {
+            return QApplication::notify(receiver, event);
+        } catch (const std::exception& error) {
+            OnThrown(QString::fromLocal8Bit(error.what()));
+        } catch (...) {
+            OnThrown(QStringLiteral("something that is no std::exception"));
+        }
+        return true;
+    }
+};
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     const QString commandLine = CommandLine(argc, argv); // before Qt takes its own options out
-    QApplication application(argc, argv);
+    Application application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tarnlo"));
     QApplication::setApplicationVersion(QStringLiteral(TARNLO_VERSION));
 
@@ -42,6 +65,10 @@ int main(int argc, char** argv)
     QString folderProblem;
     Program program(time, messages, errors, ProgramFolder({}, &folderProblem));
     program.SetFolderProblem(folderProblem);
+    application.OnThrown = [&messages, &program](const QString& what) {
+        program.Access().TakeBack();
+        messages.Report(QStringLiteral("A plug-in threw while it handled an event: %1").arg(what));
+    };
 
     frmSplash splash;
     splash.show();

@@ -1,6 +1,7 @@
 #include "cli/CommandContext.h"
 
 #include "platform/ProgramFolder.h"
+#include "plugins/HostAdapter.h"
 #include "settings/ProgramSettings.h"
 
 #include <QFileInfo>
@@ -54,7 +55,12 @@ GaugeSession* CommandContext::Gauge(Outcome& failed)
     const StartupState* startup = Startup(failed);
     if (!startup)
         return nullptr;
-    const AdapterSettings adapter = ResolveAdapter(Profiles, *startup, Globals.Adapter, Globals.Trace);
+    AdapterSettings adapter = ResolveAdapter(Profiles, *startup, Globals.Adapter, Globals.Trace);
+    if (EnvironmentNamesHost() && Globals.Adapter.isEmpty()) {
+        // started by a plug-in: the adapter is the running program's
+        adapter.Kind = AdapterKind::Host;
+        adapter.Error.clear();
+    }
     if (!adapter.Error.isEmpty()) {
         failed = Globals.Adapter.isEmpty() ? Refused(adapter.Error) : WrongUsage(adapter.Error);
         return nullptr;

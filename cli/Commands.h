@@ -14,6 +14,7 @@
 [[nodiscard]] std::vector<CommandSpec> CycleCommands();
 [[nodiscard]] std::vector<CommandSpec> RegisterCommands();
 [[nodiscard]] std::vector<CommandSpec> BusCommands();
+[[nodiscard]] std::vector<CommandSpec> SequenceCommands();
 [[nodiscard]] std::vector<CommandSpec> IniCommands();
 [[nodiscard]] std::vector<CommandSpec> ConvertCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashCommands();
@@ -24,3 +25,6 @@
 [[nodiscard]] std::vector<CommandSpec> SkinCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashFileCommands();
 [[nodiscard]] std::vector<CommandSpec> DataFlashImportCommands();
+[[nodiscard]] std::vector<CommandSpec> SrecCommands();
+[[nodiscard]] std::vector<CommandSpec> FlashCommands();
+[[nodiscard]] std::vector<CommandSpec> CalibrationCommands();

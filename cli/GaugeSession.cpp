@@ -3,6 +3,7 @@
 #include "cli/Interrupt.h"
 #include "platform/SystemTime.h"
 #include "platform/VirtualTime.h"
+#include "plugins/HostAdapter.h"
 
 #include <QLocale>
 
@@ -14,18 +15,29 @@ constexpr std::int64_t kLongestSliceMs = 1000; // a turn of the clock; the pack'
 
 std::unique_ptr<TimeSource> MakeTime(AdapterKind kind, ProfileStore& profiles, const StartupState& startup)
 {
-    if (kind == AdapterKind::Linux)
+    if (kind == AdapterKind::Linux || kind == AdapterKind::Host)
         return std::make_unique<SystemTime>(&Interrupt::Flag());
     const QString speed
         = profiles.String(startup.ProgramSettingsFile, u"Simulator", u"Speed", QStringLiteral("1"));
     return std::make_unique<VirtualTime>(QLocale::c().toDouble(speed), &Interrupt::Flag());
 }
 
+namespace {
+
+std::unique_ptr<Pc61vRW> MakeDriver(const AdapterSettings& adapter, ProfileStore& profiles,
+                                    const StartupState& startup, TimeSource& time)
+{
+    return adapter.Kind == AdapterKind::Host ? HostAdapterFromEnvironment(time, adapter.TraceFile)
+                                             : MakeAdapter(adapter, profiles, startup, time);
+}
+
+} // namespace
+
 GaugeSession::GaugeSession(const AdapterSettings& adapter, ProfileStore& profiles, UserMessages& messages,
                            const StartupState& startup)
     : m_profiles(profiles), m_messages(messages), m_startup(startup),
-      m_time(MakeTime(adapter.Kind, profiles, startup)),
-      m_driver(MakeAdapter(adapter, profiles, startup, *m_time)),
+      m_lent(adapter.Kind == AdapterKind::Host), m_time(MakeTime(adapter.Kind, profiles, startup)),
+      m_driver(MakeDriver(adapter, profiles, startup, *m_time)),
       m_usb(*m_driver, *m_time, messages, startup.ProgramFolder), m_access(*m_time, messages)
 {
 }
@@ -38,6 +50,10 @@ GaugeSession::~GaugeSession()
 
 bool GaugeSession::Open()
 {
+    if (m_lent) {
+        m_usb.OpenFirstUsedDevice(m_open); // shows its own message
+        return m_open;
+    }
     m_usb.OpenFirstFreeDevice(m_open);
     if (!m_open) {
         m_messages.Show(QStringLiteral(

@@ -39,6 +39,7 @@ private:
     ProfileStore& m_profiles;
     UserMessages& m_messages;
     const StartupState& m_startup;
+    bool m_lent; ///< the adapter is that of a running Tarnlo, which a plug-in of it uses
     std::unique_ptr<TimeSource> m_time;
     std::unique_ptr<Pc61vRW> m_driver;
     frmUSB m_usb;

@@ -3,6 +3,7 @@
 #include "comm/Wait.h"
 
 #include <atomic>
+#include <utility>
 
 namespace {
 
@@ -28,12 +29,25 @@ bool GaugeAccess::AcquireUSBExclusiveAccess(std::int16_t& timeoutMs)
 void GaugeAccess::ReleaseUSBExclusiveAccess()
 {
     m_owner.clear();
+    m_giveBack = nullptr;
     if (g_held.exchange(0) == 0)
         m_messages.Show(QStringLiteral("USB Sync error! Access lock released without acquire!\r\n"
                                        "Please exit the application to prevent data corruption."));
 }
 
 bool GaugeAccess::Held() { return g_held.load() != 0; }
+
+void GaugeAccess::Lend(const QString& owner, std::function<void()> giveBack)
+{
+    m_owner = owner;
+    m_giveBack = std::move(giveBack);
+}
+
+void GaugeAccess::TakeBack()
+{
+    if (m_giveBack && !ExclusiveAccess::HeldBelow())
+        std::exchange(m_giveBack, nullptr)();
+}
 
 int ExclusiveAccess::s_scopes = 0;
 

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 
 /// Serialises bus sequences: one process-wide flag, changed only by atomic exchange. It is not re-entrant on
 /// purpose: who takes it twice waits for itself until the time is up.
@@ -23,8 +24,15 @@ public:
     [[nodiscard]] static bool Held();
     [[nodiscard]] const QString& Owner() const { return m_owner; } ///< for the status bar; empty when free
 
+    /// Names the holder, who acquired it and returns to the event loop between its calls: a plug-in.
+    /// @param giveBack  makes it release; what cannot wait for it calls this through TakeBack
+    void Lend(const QString& owner, std::function<void()> giveBack);
+    /// Frees the bus of a holder that is between its calls, at once and whatever it had in mind.
+    void TakeBack();
+
 private:
     friend class ExclusiveAccess;
+    std::function<void()> m_giveBack; // empty: the holder is on the stack, or nobody
     TimeSource& m_time;
     UserMessages& m_messages;
     QString m_owner;
@@ -48,7 +56,18 @@ public:
     [[nodiscard]] static bool HeldBelow() { return s_scopes > 0; }
 
 private:
+    friend class CallOfHolder;
     static int s_scopes; // the user-interface thread's alone
     GaugeAccess& m_access;
     bool m_acquired;
+};
+
+/// One call of a holder that acquired earlier and returned to the event loop: while it lasts, the holder is
+/// on the stack like any other.
+class CallOfHolder {
+public:
+    CallOfHolder() { ++ExclusiveAccess::s_scopes; }
+    ~CallOfHolder() { --ExclusiveAccess::s_scopes; }
+    CallOfHolder(const CallOfHolder&) = delete;
+    CallOfHolder& operator=(const CallOfHolder&) = delete;
 };

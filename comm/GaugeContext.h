@@ -1,5 +1,6 @@
 #pragma once
 
+#include "comm/BusWatch.h"
 #include "comm/GaugeAccess.h"
 #include "comm/GaugeLink.h"
 #include "comm/frmUSB.h"
@@ -21,4 +22,5 @@ struct GaugeContext {
     TimeSource& time;
     UserMessages& messages;
     ErrorList& errors;
+    BusWatch* watch = nullptr; ///< nothing where nobody counts, as in most tests
 };

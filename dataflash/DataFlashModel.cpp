@@ -146,8 +146,7 @@ QString DataFlashPath(ProfileStore& profiles, const StartupState& state, QString
     const QString written = profiles.String(state.TargetConfigPath, u"DataFlash", key);
     if (written.isEmpty())
         return {};
-    const QFileInfo target(
-        ResolvePath(state.ProgramFolder, state.TargetConfigPath)); // written with "\" perhaps
-    const QString beside = ResolvePath(target.path(), written);
+    const QString target = ResolvePath(state.ProgramFolder, state.TargetConfigPath); // may hold "\\"
+    const QString beside = ResolvePath(QFileInfo(target).path(), written);
     return QFileInfo::exists(beside) ? beside : ResolvePath(state.ProgramFolder, written);
 }

@@ -263,7 +263,7 @@ QByteArray GgText(const DataFlashTree& tree, const QString& deviceName, const QS
                     + QLatin1String("\r\n");
         }
     }
-    const QByteArray bytes = text.toUtf8();
+    QByteArray bytes = text.toUtf8();
     const ProfileFile again(bytes);
     ForEachItem(
         tree,
@@ -319,7 +319,7 @@ QString DefaultsPath(ProfileStore& profiles, const StartupState& state)
 
 GgImport UseDefaultsFile(const QString& path, DataFlashTree& tree, const QString& deviceName)
 {
-    const GgImport import = ReadGg(path, WithDefaults(tree), deviceName);
+    GgImport import = ReadGg(path, WithDefaults(tree), deviceName);
     for (const GgImport::Entry& entry : import.Changed)
         ItemAt(tree, entry.Place).DefValue = entry.New;
     return import;

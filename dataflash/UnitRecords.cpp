@@ -21,8 +21,6 @@ QString MakeRecordFolder(const QString& folder)
 
 QString AppendRecord(const QString& folder, const UnitRecord& record)
 {
-    if (QString problem = MakeRecordFolder(folder); !problem.isEmpty())
-        return problem;
     QJsonObject line{{QStringLiteral("time"), record.Time.toString(Qt::ISODate)},
                      {QStringLiteral("serial"), record.Serial},
                      {QStringLiteral("unit"), record.Unit},
@@ -38,8 +36,17 @@ QString AppendRecord(const QString& folder, const UnitRecord& record)
                      {QStringLiteral("backup"), record.Backup}};
     if (!record.Error.isEmpty())
         line[QStringLiteral("error")] = record.Error;
-    const QString name = record.Serial.isEmpty() ? QStringLiteral("unknown") : FileNamePart(record.Serial);
-    QFile file(QStringLiteral("%1/%2.jsonl").arg(folder, name));
+    QString path;
+    return AppendRecordLine(folder, record.Serial, line, path);
+}
+
+QString AppendRecordLine(const QString& folder, const QString& serial, const QJsonObject& line, QString& path)
+{
+    const QString name = serial.isEmpty() ? QStringLiteral("unknown") : FileNamePart(serial);
+    path = QStringLiteral("%1/%2.jsonl").arg(folder, name);
+    if (QString problem = MakeRecordFolder(folder); !problem.isEmpty())
+        return problem;
+    QFile file(path);
     const auto problem = [&file] {
         return QStringLiteral("%1 could not be written: %2").arg(file.fileName(), file.errorString());
     };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QJsonObject>
 #include <QString>
 
 #include <cstdint>
@@ -34,3 +35,8 @@ struct UnitRecord {
 /// @param folder  made when it is not there
 /// @return empty, or what went wrong
 [[nodiscard]] QString AppendRecord(const QString& folder, const UnitRecord& record);
+
+/// The same for records of another kind.
+/// @param file  where the line went, or should have gone
+[[nodiscard]] QString AppendRecordLine(const QString& folder, const QString& serial, const QJsonObject& line,
+                                       QString& file);

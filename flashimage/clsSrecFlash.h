@@ -1,7 +1,6 @@
 #pragma once
 
-#include "platform/Bytes.h"
-
+#include <QByteArray>
 #include <QString>
 
 #include <array>
@@ -16,17 +15,24 @@ class clsSrecFlash {
 public:
     static constexpr std::uint32_t kFirstInstructionAddress = 0x100000;
 
-    /// One region: bytes from a start address on. Grows cheaply at both ends.
+    /// One region: bytes from a start address on. Grows cheaply at both ends; a copy shares its bytes until
+    /// one of the two is changed.
     class Region {
     public:
-        [[nodiscard]] bool Empty() const { return m_first == m_end; }
+        [[nodiscard]] bool Empty() const { return m_bytes.isEmpty(); }
         [[nodiscard]] std::uint32_t Start() const { return m_start; } ///< 0 while empty
-        [[nodiscard]] std::size_t Size() const { return m_end - m_first; }
+        [[nodiscard]] std::size_t Size() const { return static_cast<std::size_t>(m_bytes.size()); }
+        /// Address behind the last byte: 2^32 at most, 0 while empty.
+        [[nodiscard]] std::uint64_t End() const { return m_start + std::uint64_t{Size()}; }
         [[nodiscard]] std::span<const std::uint8_t> View() const
         {
-            return {m_bytes.data() + m_first, Size()};
+            return {reinterpret_cast<const std::uint8_t*>(m_bytes.constData()), Size()};
         }
-        [[nodiscard]] std::span<std::uint8_t> View() { return {m_bytes.data() + m_first, Size()}; }
+        /// To be written into; a region shared with a copy is copied first.
+        [[nodiscard]] std::span<std::uint8_t> View()
+        {
+            return {reinterpret_cast<std::uint8_t*>(m_bytes.data()), Size()};
+        }
         /// Makes the region reach over the address; new bytes are FF.
         void Cover(std::uint32_t address);
         /// Stores bytes at an address, growing as needed. The last byte's address must not pass FFFFFFFF.
@@ -36,9 +42,7 @@ public:
         void Clear();
 
     private:
-        Bytes m_bytes; ///< room before m_first and behind m_end
-        std::size_t m_first = 0;
-        std::size_t m_end = 0;
+        QByteArray m_bytes; ///< keeps room at the end that grew last
         std::uint32_t m_start = 0;
     };
 

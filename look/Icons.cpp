@@ -11,6 +11,18 @@
 
 namespace {
 
+const QString kOwn = QStringLiteral(":/icons/%1.svg");
+
+QImage ReadIcon(const QString& file, int side)
+{
+    QImageReader reader(file);
+    reader.setScaledSize({side, side});
+    const QImage image = reader.read();
+    Q_ASSERT_X(!image.isNull() || !file.startsWith(QLatin1Char(':')), "IconPixmap",
+               qPrintable(file + reader.errorString()));
+    return image;
+}
+
 QColor InkColour(IconInk ink, QIcon::Mode mode)
 {
     const SkinColours& colours = Theme::Current().Colours();
@@ -71,10 +83,9 @@ QPixmap IconPixmap(const QString& name, int size, const QColor& colour, qreal de
     const QString key = QStringLiteral("icon/%1/%2/%3").arg(name).arg(side).arg(colour.rgba(), 0, 16);
     QPixmap pixmap;
     if (!QPixmapCache::find(key, &pixmap)) {
-        QImageReader reader(QStringLiteral(":/icons/%1.svg").arg(name));
-        reader.setScaledSize({side, side});
-        QImage image = reader.read();
-        Q_ASSERT_X(!image.isNull(), "IconPixmap", qPrintable(name + reader.errorString()));
+        QImage image = ReadIcon(name.endsWith(QLatin1String(".svg")) ? name : kOwn.arg(name), side);
+        if (image.isNull())
+            image = ReadIcon(kOwn.arg(QLatin1String("plugin")), side); // a file of somebody else's
         image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
         QPainter painter(&image);
         painter.setCompositionMode(QPainter::CompositionMode_SourceIn);

@@ -5,7 +5,8 @@
 #include <QPixmap>
 #include <QString>
 
-/// A line icon of the program in one colour, sharp at any device pixel ratio.
+/// A line icon in one colour, sharp at any device pixel ratio.
+/// @param name  of one of the program's, or the path of an *.svg; one that cannot be read shows the plug-in icon
 /// @param size  logical pixels
 [[nodiscard]] QPixmap IconPixmap(const QString& name, int size, const QColor& colour, qreal devicePixelRatio);
 

@@ -30,9 +30,21 @@ QString NoPlainFile(const QFileInfo& info)
     return {};
 }
 
+QString CouldNotBeRead(const QString& path, const QString& reason)
+{
+    return QStringLiteral("%1 could not be read: %2").arg(path, reason);
+}
+
 } // namespace
 
 QString SaveWhole(const QString& path, const QByteArray& bytes)
+{
+    return SaveWhole(path, [&](QIODevice& file) {
+        return file.write(bytes) == bytes.size() ? QString() : file.errorString();
+    });
+}
+
+QString SaveWhole(const QString& path, const std::function<QString(QIODevice&)>& fill)
 {
     const auto problem = [&](const QString& reason) {
         return QStringLiteral("%1 could not be saved: %2").arg(path, reason);
@@ -44,32 +56,35 @@ QString SaveWhole(const QString& path, const QByteArray& bytes)
     if (!info.absoluteDir().exists())
         return problem(QStringLiteral("the folder %1 does not exist").arg(info.absolutePath()));
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+    if (!file.open(QIODevice::WriteOnly))
+        return problem(file.errorString());
+    if (const QString reason = fill(file); !reason.isEmpty())
+        return problem(reason);
+    if (!file.commit())
         return problem(file.errorString());
     FlushFolder(info.absolutePath());
     return {};
 }
 
+QString OpenPlainFile(QFile& file)
+{
+    const QFileInfo info(file.fileName());
+    QString reason = info.exists() ? NoPlainFile(info) : QStringLiteral("there is no such file");
+    if (reason.isEmpty() && !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        reason = file.errorString();
+    return reason.isEmpty() ? QString() : CouldNotBeRead(file.fileName(), reason);
+}
+
 FileBytes ReadWhole(const QString& path, qint64 limit)
 {
-    const auto problem = [&](const QString& reason) {
-        return FileBytes{{}, QStringLiteral("%1 could not be read: %2").arg(path, reason)};
-    };
-    const QFileInfo info(path);
-    if (!info.exists())
-        return problem(QStringLiteral("there is no such file"));
-    if (const QString reason = NoPlainFile(info); !reason.isEmpty())
-        return problem(reason);
-    const QString tooLarge = QStringLiteral("it is larger than %1 bytes").arg(limit);
-    if (info.size() > limit)
-        return problem(tooLarge);
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return problem(file.errorString());
+    if (const QString problem = OpenPlainFile(file); !problem.isEmpty())
+        return {{}, problem};
+    FileBytes tooLarge{{}, CouldNotBeRead(path, QStringLiteral("it is larger than %1 bytes").arg(limit))};
+    if (file.size() > limit)
+        return tooLarge;
     FileBytes result{file.readAll(), {}};
     if (file.error() != QFileDevice::NoError)
-        return problem(file.errorString());
-    if (result.bytes.size() > limit)
-        return problem(tooLarge);
-    return result;
+        return {{}, CouldNotBeRead(path, file.errorString())};
+    return result.bytes.size() > limit ? tooLarge : result;
 }

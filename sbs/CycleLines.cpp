@@ -47,6 +47,7 @@ LineResult AdapterLines::Switch(Direction direction, const AutoCycleSettings& wi
 LineResult AdapterLines::BothOff(const AutoCycleSettings& wiring)
 {
     LineResult result;
+    m_access.TakeBack(); // off cannot wait until a plug-in is done with the bus
     const ExclusiveAccess access(m_access, Owner());
     if (!access) {
         result.Code = ErrorCode::BusBusy;

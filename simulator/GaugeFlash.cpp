@@ -1,19 +1,13 @@
 #include "simulator/GaugeFlash.h"
 
+#include "simulator/Firmware.h"
 #include "simulator/FlashDefaults.h"
-#include "simulator/Random.h"
 
 #include <QString>
 
 #include <algorithm>
 
-namespace {
-
-constexpr std::size_t kFirmwareBytes = 0x6000; // what lies behind it is erased
-
-} // namespace
-
-GaugeFlash::GaugeFlash() : m_data(kDataSize, 0xFF), m_program(kProgramSize, 0xFF)
+GaugeFlash::GaugeFlash() : m_data(kDataSize, 0xFF), m_program(Firmware::Factory())
 {
     for (const FactorySubClass& factory : FactoryDataFlash()) {
         m_places.push_back({factory.Id, factory.Start, factory.Length});
@@ -22,9 +16,6 @@ GaugeFlash::GaugeFlash() : m_data(kDataSize, 0xFF), m_program(kProgramSize, 0xFF
                   .value_or(Bytes());
         std::ranges::copy(bytes, m_data.begin() + factory.Start);
     }
-    // stands for a firmware: bytes that look like one and never change
-    for (std::size_t at = 0; at < kFirmwareBytes; ++at)
-        m_program[at] = static_cast<std::uint8_t>(Random::Mix(at) & 0xFFU);
 }
 
 const GaugeFlash::Place* GaugeFlash::Find(std::uint16_t id) const

@@ -64,8 +64,8 @@ constexpr int kManufacturerDataBytes = 8;
 
 GaugeModel::GaugeModel(const BatteryPack& pack, GaugeFlash& flash, const SimulatorSettings& settings)
     : m_pack(pack), m_flash(flash), m_port(flash, settings.DataFlashStyle, settings.FlashRowTime),
-      m_seed(settings.Seed), m_pec(settings.Pec),
-      m_gain(1 + 0.0005 * Random(Random::Mix(~settings.Seed)).Spread())
+      m_converters(flash, settings.Seed, settings.Uncalibrated, settings.FlashRowTime), m_seed(settings.Seed),
+      m_pec(settings.Pec), m_gain(1 + 0.0005 * Random(Random::Mix(~settings.Seed)).Spread())
 {
     m_flash.OnChange = [this] { TakeConstants(); };
     TakeConstants();
@@ -83,6 +83,7 @@ void GaugeModel::Reset()
 {
     m_control = 0;
     m_port.Reset();
+    m_converters.Reset();
     m_capacityAlarm = m_constants.CapacityAlarm;
     m_timeAlarm = m_constants.TimeAlarm;
     m_mode = 0;
@@ -95,6 +96,8 @@ void GaugeModel::Reset()
 void GaugeModel::Sample(int seconds)
 {
     m_seconds += seconds;
+    if (!m_running)
+        return;
     Measure();
     for (int i = 0; i < std::min(seconds, static_cast<int>(m_minute.size())); ++i) {
         m_minuteSum += m_currentMa - m_minute[m_minuteNext];
@@ -111,6 +114,7 @@ void GaugeModel::Sample(int seconds)
 
 void GaugeModel::TakeConstants()
 {
+    m_converters.TakeConstants();
     const auto positive
         = [this](std::uint16_t id, int offset) { return std::max(0, m_flash.Signed(id, offset, 2)); };
     const auto word = [this](std::uint16_t id, int offset) {
@@ -133,7 +137,7 @@ void GaugeModel::TakeConstants()
                    .TimeAlarm = word(kPackData, kTimeAlarmAt)};
 }
 
-GaugeModel::Sensed GaugeModel::Sense() const
+GaugeConverters::Values GaugeModel::Sense() const
 {
     // Noise depends on the second alone, so that how often somebody looks does not change what he sees.
     std::uint64_t noise = Random::Mix(m_seed ^ static_cast<std::uint64_t>(m_seconds) * 0x9E3779B97F4A7C15U);
@@ -141,7 +145,7 @@ GaugeModel::Sensed GaugeModel::Sense() const
         noise >>= 4U;
         return (static_cast<double>(noise & 15U) - 7.5) * 0.09; // up to 0.7 of a step
     };
-    Sensed sensed;
+    GaugeConverters::Values sensed;
     for (std::size_t cell = 0; cell < sensed.CellMv.size(); ++cell)
         sensed.CellMv[cell] = m_pack.CellVolts(cell) * 1000 + next();
     sensed.Milliamps = m_pack.Amps() * 1000 + next();
@@ -149,9 +153,11 @@ GaugeModel::Sensed GaugeModel::Sense() const
     return sensed;
 }
 
-/// The place for gains and offsets: from what the converters see to what the registers say.
-void GaugeModel::Convert(const Sensed& sensed)
+void GaugeModel::Measure()
 {
+    const GaugeConverters::Values there = Sense();
+    m_converters.See(there);
+    const GaugeConverters::Values sensed = m_converters.Convert(there);
     m_voltageMv = 0;
     m_lowestCellMv = 65535;
     m_highestCellMv = 0;
@@ -246,7 +252,8 @@ CommandShape GaugeModel::ShapeOf(std::uint8_t command) const
         return CommandShape::ReadWord;
     if (command >= 0x20 && command <= 0x23)
         return CommandShape::ReadBlock;
-    return m_port.ShapeOf(command);
+    const CommandShape shape = m_converters.ShapeOf(command);
+    return shape == CommandShape::None ? m_port.ShapeOf(command) : shape;
 }
 
 Bytes GaugeModel::Read(std::uint8_t command) const
@@ -261,6 +268,8 @@ Bytes GaugeModel::Read(std::uint8_t command) const
     case 0x23:
         return m_constants.ManufacturerData;
     default:
+        if (m_converters.ShapeOf(command) != CommandShape::None)
+            return m_converters.Read(command);
         if (command > 0x3F)
             return m_port.Read(command);
         const std::uint16_t word = Word(command);
@@ -345,6 +354,8 @@ void GaugeModel::WriteWord(std::uint8_t command, std::uint16_t word)
     switch (command) {
     case 0x00:
         m_control = word;
+        if (word == kBootRomWord && OnBootRom)
+            OnBootRom();
         break;
     case 0x01:
         m_capacityAlarm = word;
@@ -360,13 +371,23 @@ void GaugeModel::WriteWord(std::uint8_t command, std::uint16_t word)
         m_atRate = static_cast<std::int16_t>(word);
         break;
     default:
-        m_port.WriteWord(command, word);
+        if (m_converters.ShapeOf(command) != CommandShape::None) {
+            m_converters.WriteWord(command, word);
+            Measure(); // with the constants that are now in force
+        } else {
+            m_port.WriteWord(command, word);
+        }
         break;
     }
 }
 
 bool GaugeModel::WriteBlock(std::uint8_t command, std::span<const std::uint8_t> block)
 {
+    if (m_converters.ShapeOf(command) != CommandShape::None) {
+        const bool taken = m_converters.WriteBlock(command, block);
+        Measure();
+        return taken;
+    }
     return ShapeOf(command) == CommandShape::ReadWriteBlock && m_port.WriteBlock(command, block);
 }
 

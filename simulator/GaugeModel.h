@@ -3,10 +3,12 @@
 #include "platform/Bytes.h"
 #include "simulator/BatteryPack.h"
 #include "simulator/FlashPort.h"
+#include "simulator/GaugeConverters.h"
 #include "simulator/SimulatorSettings.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -49,8 +51,21 @@ public:
     bool WriteBlock(std::uint8_t command, std::span<const std::uint8_t> block);
 
     /// The milliseconds of its own clock; what it does in between takes time.
-    void SetNow(std::int64_t milliseconds) { m_port.SetNow(milliseconds); }
-    [[nodiscard]] bool Busy() const { return m_port.Busy(); } ///< programs its flash and answers nobody
+    void SetNow(std::int64_t milliseconds)
+    {
+        m_port.SetNow(milliseconds);
+        m_converters.SetNow(milliseconds);
+    }
+    [[nodiscard]] bool Busy() const
+    {
+        return m_port.Busy() || m_converters.Busy();
+    } ///< programs its flash and answers nobody
+
+    /// Without firmware the gauge measures and answers nothing; its boot ROM is there in its place.
+    void SetRunning(bool running) { m_running = running; }
+    [[nodiscard]] bool Running() const { return m_running; }
+    static constexpr std::uint16_t kBootRomWord = 0x0B07; ///< to the control register: calls OnBootRom
+    std::function<void()> OnBootRom;
 
     void SetError(GaugeError error) { m_error = error; }
     [[nodiscard]] bool Pec() const { return m_pec; }
@@ -63,12 +78,6 @@ public:
     [[nodiscard]] ChargeRequest Request() const { return m_request; }
 
 private:
-    /// What its converters see of the pack.
-    struct Sensed {
-        std::array<double, BatteryPack::kCells> CellMv{};
-        double Milliamps = 0;
-        double DeciKelvin = 0;
-    };
     /// What it takes from its data flash.
     struct Constants {
         Bytes Manufacturer, Device, Chemistry, ManufacturerData; ///< as their blocks answer
@@ -85,9 +94,8 @@ private:
         std::uint16_t TimeAlarm = 0;
     };
     void TakeConstants();
-    [[nodiscard]] Sensed Sense() const;
-    void Convert(const Sensed& sensed);
-    void Measure() { Convert(Sense()); }
+    [[nodiscard]] GaugeConverters::Values Sense() const;
+    void Measure();
     void Count(int seconds);
     void FindFull(int seconds);
     void FindEmpty(int seconds);
@@ -108,9 +116,11 @@ private:
     const BatteryPack& m_pack;
     GaugeFlash& m_flash;
     FlashPort m_port;
+    GaugeConverters m_converters;
     Constants m_constants;
     std::uint64_t m_seed;
     bool m_pec;
+    bool m_running = true;
     double m_gain; ///< of the coulomb counter, close to 1
 
     std::int64_t m_seconds = 0;

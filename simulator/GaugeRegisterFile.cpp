@@ -3,7 +3,7 @@
 bool GaugeRegisterFile::Start(std::uint8_t addressByte)
 {
     m_pointed = (addressByte & 1U) != 0;
-    return !m_gauge.Busy();
+    return m_gauge.Running() && !m_gauge.Busy();
 }
 
 bool GaugeRegisterFile::Write(std::uint8_t byte)
@@ -19,6 +19,8 @@ std::uint8_t GaugeRegisterFile::Read() { return Register(m_pointer++ % kRegister
 
 std::uint8_t GaugeRegisterFile::Register(std::uint8_t index)
 {
+    if (!m_gauge.Running())
+        return 0xFF;
     const std::uint8_t low = index & 0xFEU;
     if (index != low && m_heldHigh && m_lowIndex == low) {
         const std::uint8_t high = *m_heldHigh;
@@ -37,6 +39,8 @@ std::uint8_t GaugeRegisterFile::Register(std::uint8_t index)
 bool GaugeRegisterFile::SetRegister(std::uint8_t index, std::uint8_t byte)
 {
     const std::uint8_t command = index / 2;
+    if (!m_gauge.Running())
+        return false;
     if (m_gauge.ShapeOf(command) != CommandShape::ReadWriteWord) {
         m_gauge.SetError(GaugeError::AccessDenied);
         return false;

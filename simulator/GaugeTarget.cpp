@@ -18,7 +18,7 @@ bool TakesData(CommandShape shape)
 
 bool GaugeTarget::Start(std::uint8_t addressByte)
 {
-    if (m_gauge.Busy()) {
+    if (m_gauge.Busy() || !m_gauge.Running()) {
         m_dropped = true;
         return false;
     }

@@ -97,6 +97,7 @@ SimulatorSettings ReadSimulatorSettings(ProfileStore& profiles, const QString& f
     reader.Take(QLatin1String("ChargeCurrent"), settings.ChargeCurrent, 0, 10'000);
     reader.Take(QLatin1String("Ambient"), settings.Ambient, -40, 85);
     reader.Take(QLatin1String("Pec"), settings.Pec, 0, 1);
+    reader.Take(QLatin1String("Uncalibrated"), settings.Uncalibrated, 0, 1);
     reader.Take(QLatin1String("BusClock"), settings.BusClock, 10'000, 1'000'000);
     reader.Take(QLatin1String("DataFlashStyle"), settings.DataFlashStyle, 0, 6);
     reader.Take(QLatin1String("FlashRowTime"), settings.FlashRowTime, 0, 1000);

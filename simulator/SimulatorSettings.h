@@ -24,6 +24,7 @@ struct SimulatorSettings {
     int DataFlashStyle = 0; ///< 1 and 6: rows of 64 bytes; else styles 0 and 2 to 5, all of them
     int FlashRowTime = 40; ///< ms that a block write to the flash takes
     QString FlashFile{}; ///< keeps the flash across runs; empty: nothing is kept
+    bool Uncalibrated = false; ///< the gauge's converters have errors of their own
     FaultSettings Faults{};
     QStringList Problems{}; ///< values that were not taken, in plain words with file, section and key
 };

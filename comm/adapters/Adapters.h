@@ -10,7 +10,9 @@
 #include <memory>
 #include <vector>
 
-enum class AdapterKind { Linux, Simulated, Replay };
+/// Host: the adapter of a running Tarnlo that lends it to its plug-ins; who knows that socket makes the back
+/// end.
+enum class AdapterKind { Linux, Simulated, Replay, Host };
 
 /// Which adapter a run uses, settled once at start: nothing changes from real to simulated while running.
 struct AdapterSettings {

@@ -19,6 +19,16 @@ struct AdapterFacts {
     double BusHertz = 100'000;
 };
 
+/// What the flash operations take for their numbers.
+namespace FlashCall {
+inline constexpr std::int32_t kDataArea = 0;
+inline constexpr std::int32_t kInstructionArea = 1;
+inline constexpr std::int32_t kEnterRom
+    = 1; ///< flag: a gauge that runs its firmware goes into its boot ROM first
+inline constexpr std::int32_t kEraseRows = 2; ///< flag: the rows that the bytes touch are erased before
+inline constexpr std::int16_t kReadWhole = 0; ///< the second value that AdpReadSrec takes
+} // namespace FlashCall
+
 /// The adapter as the program sees it: one member per driver operation, same names, same order of arguments.
 /// "&" marks what the driver may write. Implementations hold no policy: no retry, no lock, no log; every
 /// operation lets pending events run at least once, so callers can be re-entered.
@@ -63,6 +73,9 @@ public:
                                             std::int16_t& addr)
         = 0;
     virtual ErrorCode AdpReadI2CBlockNoCmdOnSMB(Bytes& data, std::int16_t& length, std::int16_t& addr) = 0;
+    /// Programs a whole S-record file after a look at a configuration that says which gauge it is for.
+    /// @param third  device key of the data-flash configuration in use, such as "800.1.02"; empty: none
+    /// @return 0 or a code: 221 to 236 for what is wrong with a file or does not go together
     virtual std::int32_t AdpProgramFromSrecWithCfg(QString& srecPath, QString& configPath, QString& third)
         = 0;
     virtual void AdpDelay(std::int32_t time) = 0; ///< the adapter itself pauses, milliseconds
@@ -73,10 +86,16 @@ public:
                                        std::int16_t& length)
         = 0;
     virtual ErrorCode AdpGetVersion(std::int16_t& major, std::int16_t& minor) = 0;
+    /// Programs bytes of one area in the gauge's boot ROM; rows of FF alone are left as they are. Without
+    /// kEnterRom a gauge that runs its firmware answers DevGgMode (13) and nothing happens.
+    /// @param length   0: only what the flags ask for
+    /// @param options  sizes of a programmed and of an erased row, two bytes each, low byte first; or empty
+    /// @param status   out: DevGgMode or DevRomMode, the mode that the gauge was left in; 0: not known
     virtual std::int32_t AdpProgramFlash(std::int32_t area, std::int32_t address, const Bytes& data,
                                          std::int32_t length, const Bytes& options,
                                          std::int32_t optionsLength, std::int32_t flags, std::int16_t& status)
         = 0;
+    /// The same way round. Length 0 without flags asks for the mode alone, which changes nothing.
     virtual std::int32_t AdpReadFlash(std::int32_t area, std::int32_t address, Bytes& data,
                                       std::int32_t length, std::int32_t options, std::int32_t flags,
                                       std::int16_t& status)
@@ -84,7 +103,11 @@ public:
     /// first: line number, second: level
     virtual ErrorCode AdpGPIOWrite(std::int16_t& first, std::int16_t& second) = 0;
     virtual ErrorCode AdpGPIORead(std::int16_t& line, std::int16_t& level) = 0;
+    /// 1: the next programming run erases both areas first, once.
     virtual void AdpSetMassErase(std::int16_t flag) = 0;
+    /// Programs a file, compares, and leaves the gauge in its boot ROM.
+    /// @param status  out: as of AdpProgramFlash
+    /// @param detail  out: bytes programmed; of a file that is refused the line, counted from 1
     virtual std::int32_t AdpProgramSrec(QString& path, std::int16_t& status, std::int32_t& detail) = 0;
     virtual std::int32_t AdpReadSrec(QString& path, std::int16_t zero, std::int16_t& status,
                                      std::int32_t& detail)

@@ -24,6 +24,11 @@ bool Holds(const Bytes& data, std::int16_t length)
     return IsByte(length) && data.size() >= static_cast<std::size_t>(length);
 }
 
+bool HoldsAll(const Bytes& data, std::int32_t length)
+{
+    return length >= 0 && data.size() >= static_cast<std::size_t>(length);
+}
+
 std::uint8_t Low(std::int32_t value) { return static_cast<std::uint8_t>(value & 0xFF); }
 
 std::uint8_t High(std::int32_t value) { return static_cast<std::uint8_t>((value >> 8) & 0xFF); }
@@ -37,12 +42,22 @@ std::int32_t FrameOf(std::uint8_t byte) // as it came: start bit 0 first, data l
 
 SimulatedAdapter::SimulatedAdapter(TimeSource& time, const SimulatorSettings& settings)
     : m_time(time), m_settings(settings), m_startMs(time.MonotonicMs()), m_bench(settings),
-      m_gauge(m_bench.Gauge()), m_registers(m_bench.Gauge()), m_bus(settings.BusClock, m_chip, m_registers),
-      m_faults(m_bus, settings.Faults, settings.Seed, [this] { m_bench.Gauge().Reset(); }), m_host(m_faults)
+      m_gauge(m_bench.Gauge()), m_memory(m_gauge, m_bench.Gauge()), m_registers(m_bench.Gauge()),
+      m_meter(m_bench.Pack()), m_rom(m_bench.Flash(), m_bench.Gauge()),
+      m_bus(settings.BusClock, m_chip, m_registers), m_faults(m_bus, settings.Faults, settings.Seed,
+                                                              [this] {
+                                                                  m_rom.PowerUp();
+                                                                  m_memory.Reset();
+                                                              }),
+      m_host(m_faults), m_loader(m_host, GaugeTarget::kAddress)
 {
-    m_bus.Attach(GaugeTarget::kAddress, m_gauge);
+    m_bench.Gauge().OnBootRom = [this] { m_rom.Enter(); };
+    m_rom.PowerUp();
+    m_bus.Attach(GaugeTarget::kAddress, m_memory);
     m_bus.Attach(GaugeRegisterFile::kAddress, m_registers);
     m_bus.Attach(Eeprom::kAddress, m_eeprom);
+    m_bus.Attach(BootRom::kAddress, m_rom);
+    m_bus.Attach(BenchMeter::kAddress, m_meter);
 }
 
 ErrorCode SimulatedAdapter::Ready(bool understood)
@@ -68,6 +83,12 @@ ErrorCode SimulatedAdapter::Done(ErrorCode code)
     return code;
 }
 
+ErrorCode SimulatedAdapter::OrInRom(ErrorCode code, std::int16_t addr)
+{
+    const bool silent = code == ErrorCode::NoAcknowledge && addr == GaugeTarget::kAddress;
+    return silent && m_loader.RomAnswers() ? ErrorCode::DevRomMode : code;
+}
+
 ErrorCode SimulatedAdapter::Posted(ErrorCode code)
 {
     const bool late = code == ErrorCode::NoAcknowledge;
@@ -87,7 +108,7 @@ ErrorCode SimulatedAdapter::AdpReadSMBusWord(std::int16_t cmd, std::int16_t& wor
         err = m_host.ReadWord(Low(addr), Low(cmd), value);
     if (!Failed(err))
         word = static_cast<std::int16_t>(value);
-    return Done(err);
+    return Done(OrInRom(err, addr));
 }
 
 ErrorCode SimulatedAdapter::AdpReadSMBusBlock(std::int16_t cmd, Bytes& data, std::int16_t& length,
@@ -98,7 +119,7 @@ ErrorCode SimulatedAdapter::AdpReadSMBusBlock(std::int16_t cmd, Bytes& data, std
         err = m_host.ReadBlock(Low(addr), Low(cmd), data);
     if (!Failed(err))
         length = static_cast<std::int16_t>(data.size());
-    return Done(err);
+    return Done(OrInRom(err, addr));
 }
 
 ErrorCode SimulatedAdapter::WriteSMBus(std::int16_t cmd, std::int16_t addr,
@@ -107,7 +128,7 @@ ErrorCode SimulatedAdapter::WriteSMBus(std::int16_t cmd, std::int16_t addr,
     ErrorCode err = Ready(IsByte(cmd) && IsAddress(addr));
     if (!Failed(err))
         err = m_host.Write(Low(addr), Low(cmd), payload);
-    return Posted(err);
+    return Posted(OrInRom(err, addr));
 }
 
 ErrorCode SimulatedAdapter::AdpWriteSMBusWord(std::int16_t cmd, std::int16_t word, std::int16_t& addr)
@@ -363,7 +384,8 @@ AdapterFacts SimulatedAdapter::Facts() const
     facts.Name = kName;
     facts.Kind = QStringLiteral("simulated");
     facts.Free = !m_open;
-    for (const char* function : {"word", "block", "command", "pec", "i2c", "one-wire", "gpio", "power"})
+    for (const char* function :
+         {"word", "block", "command", "pec", "i2c", "one-wire", "gpio", "power", "flash"})
         facts.Functions << QString::fromLatin1(function);
     facts.Problem = m_problem;
     if (m_faults.Unplugged())
@@ -376,33 +398,63 @@ AdapterFacts SimulatedAdapter::Facts() const
     return facts;
 }
 
-// ---- flash: this adapter has none ----
+// ---- flash: decided by FlashLoader ----
 
-std::int32_t SimulatedAdapter::AdpProgramFromSrecWithCfg(QString&, QString&, QString&)
+std::int32_t SimulatedAdapter::AdpProgramFromSrecWithCfg(QString& srecPath, QString& configPath,
+                                                         QString& third)
 {
-    return Number(Done(ErrorCode::IncorrectParam));
+    ErrorCode err = Ready();
+    if (!Failed(err))
+        err = m_loader.ProgramWithConfiguration(srecPath, configPath, third);
+    return Number(Done(err));
 }
 
-std::int32_t SimulatedAdapter::AdpProgramFlash(std::int32_t, std::int32_t, const Bytes&, std::int32_t,
-                                               const Bytes&, std::int32_t, std::int32_t, std::int16_t&)
+std::int32_t SimulatedAdapter::AdpProgramFlash(std::int32_t area, std::int32_t address, const Bytes& data,
+                                               std::int32_t length, const Bytes& options,
+                                               std::int32_t optionsLength, std::int32_t flags,
+                                               std::int16_t& status)
 {
-    return Number(Done(ErrorCode::IncorrectParam));
+    status = 0;
+    ErrorCode err = Ready(HoldsAll(data, length) && HoldsAll(options, optionsLength));
+    if (!Failed(err))
+        err = m_loader.Program(area, static_cast<std::uint32_t>(address),
+                               std::span(data).first(static_cast<std::size_t>(length)),
+                               std::span(options).first(static_cast<std::size_t>(optionsLength)), flags,
+                               status);
+    return Number(Done(err));
 }
 
-std::int32_t SimulatedAdapter::AdpReadFlash(std::int32_t, std::int32_t, Bytes&, std::int32_t, std::int32_t,
-                                            std::int32_t, std::int16_t&)
+std::int32_t SimulatedAdapter::AdpReadFlash(std::int32_t area, std::int32_t address, Bytes& data,
+                                            std::int32_t length, std::int32_t options, std::int32_t flags,
+                                            std::int16_t& status)
 {
-    return Number(Done(ErrorCode::IncorrectParam));
+    status = 0;
+    ErrorCode err = Ready(length >= 0 && options == 0); // it knows no options
+    if (!Failed(err))
+        err = m_loader.Read(area, static_cast<std::uint32_t>(address), static_cast<std::size_t>(length),
+                            flags, data, status);
+    return Number(Done(err));
 }
 
-void SimulatedAdapter::AdpSetMassErase(std::int16_t) { m_time.ProcessEvents(0); }
-
-std::int32_t SimulatedAdapter::AdpProgramSrec(QString&, std::int16_t&, std::int32_t&)
+void SimulatedAdapter::AdpSetMassErase(std::int16_t flag)
 {
-    return Number(Done(ErrorCode::IncorrectParam));
+    m_loader.SetMassErase(flag != 0);
+    m_time.ProcessEvents(0);
 }
 
-std::int32_t SimulatedAdapter::AdpReadSrec(QString&, std::int16_t, std::int16_t&, std::int32_t&)
+std::int32_t SimulatedAdapter::AdpProgramSrec(QString& path, std::int16_t& status, std::int32_t& detail)
 {
-    return Number(Done(ErrorCode::IncorrectParam));
+    ErrorCode err = Ready();
+    if (!Failed(err))
+        err = m_loader.ProgramSrec(path, status, detail);
+    return Number(Done(err));
+}
+
+std::int32_t SimulatedAdapter::AdpReadSrec(QString& path, std::int16_t zero, std::int16_t& status,
+                                           std::int32_t& detail)
+{
+    ErrorCode err = Ready(zero == FlashCall::kReadWhole);
+    if (!Failed(err))
+        err = m_loader.ReadSrec(path, status, detail);
+    return Number(Done(err));
 }

@@ -2,9 +2,13 @@
 
 #include "comm/adapters/Pc61vRW.h"
 #include "platform/TimeSource.h"
+#include "simulator/BenchMeter.h"
+#include "simulator/BootRom.h"
 #include "simulator/BusHost.h"
 #include "simulator/Eeprom.h"
 #include "simulator/FaultyBus.h"
+#include "simulator/FlashLoader.h"
+#include "simulator/GaugeMemory.h"
 #include "simulator/GaugeRegisterFile.h"
 #include "simulator/GaugeTarget.h"
 #include "simulator/OneWireChip.h"
@@ -76,6 +80,8 @@ private:
     /// Open, plugged in and asked for something that can be; the pack's time then catches up.
     ErrorCode Ready(bool understood = true);
     ErrorCode Done(ErrorCode code); ///< lets events run
+    /// A gauge that does not answer because it is in its boot ROM answers so.
+    ErrorCode OrInRom(ErrorCode code, std::int16_t addr);
     ErrorCode Posted(ErrorCode code); ///< of a write: a missing acknowledge waits for the poll
     ErrorCode WriteSMBus(std::int16_t cmd, std::int16_t addr, std::span<const std::uint8_t> payload);
     ErrorCode WriteI2C(std::int16_t addr, std::int16_t reg, const Bytes& data, std::int16_t length);
@@ -87,12 +93,16 @@ private:
     std::int64_t m_startMs;
     SimulatedBench m_bench;
     GaugeTarget m_gauge;
+    GaugeMemory m_memory;
     GaugeRegisterFile m_registers;
     Eeprom m_eeprom;
+    BenchMeter m_meter;
     OneWireChip m_chip;
+    BootRom m_rom;
     SimulatedBus m_bus;
     FaultyBus m_faults;
     BusHost m_host;
+    FlashLoader m_loader;
 
     bool m_open = false;
     double m_openedMicroseconds = 0;

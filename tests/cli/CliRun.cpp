@@ -69,7 +69,8 @@ CliAnswer CliRun::Run(const QStringList& arguments, const QByteArray& input) con
 void CliRun::ShipHome() const
 {
     const QDir shipped(QStringLiteral(TARNLO_SHIPPED_HOME));
-    for (const QString& name : shipped.entryList({QStringLiteral("*.ini"), QStringLiteral("*.sbs")}))
+    for (const QString& name :
+         shipped.entryList({QStringLiteral("*.ini"), QStringLiteral("*.sbs"), QStringLiteral("*.tgt")}))
         EXPECT_TRUE(QFile::copy(shipped.filePath(name), Path(QStringLiteral("home/") + name)));
     for (const QString& target : {QStringLiteral("generic"), QStringLiteral("sim4s")}) {
         QDir(m_folder.path()).mkdir(QStringLiteral("home/") + target);

@@ -32,6 +32,9 @@ TEST_P(Answers, StatusAndOneObject)
     cli.Write(QStringLiteral("home/T.ini"),
               "[Device]\nName=Zed\n[Communication]\nTargetAddress=26\n[MDIButtons]\n1B=SBS.Regs\n");
     cli.Write(QStringLiteral("home/Config.ini"), "[Delay]\nLOAD_VI_SETTLE=7\n[D900]\nTgtAddr=99999\n");
+    cli.Write(QStringLiteral("a.srec"), "S00600004844521B\r\nS1044000AA11\r\nS205100000BB2F\r\n");
+    cli.Write(QStringLiteral("bad.srec"), "S1044000AC0F\n\nS1FF\nS1044001AA11\n");
+    cli.Write(QStringLiteral("far.srec"), "S1040001AA50\nS306050000000FE5\n");
     const CliAnswer answer = cli.Run(QStringList{QStringLiteral("--json")} + GetParam().arguments);
     EXPECT_EQ(answer.Status, GetParam().status) << answer.Err.toStdString();
     EXPECT_TRUE(Holds(answer.Object(), GetParam().answer)) << answer.Out.constData();
@@ -145,6 +148,48 @@ INSTANTIATE_TEST_SUITE_P(
                    R"({"name": "Zed", "address": 26, "buttons": [["SBS", "Regs"]]})"},
         AnswerCase{"TargetMissing", Words("target show none.ini"), 1, R"({"error": "~none.ini"})"}),
     [](const auto& row) { return row.param.name; });
+
+// the hashes are those of the single byte, as sha256sum gives them
+INSTANTIATE_TEST_SUITE_P(
+    FlashImages, Answers,
+    testing::Values(
+        AnswerCase{"Info", Words("srec info a.srec"), 0,
+                   R"({"comment": "HDR", "errors": [],
+                   "df": {"start": 16384, "size": 1,
+                          "sha256": "bceef655b5a034911f1c3718ce056531b45ef03b4c7b1f15629e867294011a7d"},
+                   "pf": {"start": 1048576, "size": 1,
+                          "sha256": "cbecda1c7d37d4c0aa5466243bb4a0018c31bf06d74fa7338290dd3068db4fed"}})"},
+        AnswerCase{"InfoWithBadLines", Words("srec info bad.srec"), 1,
+                   R"({"error": "~bad.srec has 3 bad lines", "messages": ["~Srec Parse error = 1"],
+                   "errors": [{"line": 2, "status": 1}, {"line": 3, "status": "overflow"},
+                              {"line": 4, "status": 2}]})"},
+        AnswerCase{"InfoOfNoFile", Words("srec info none.srec"), 1, R"({"error": "~none.srec could not"})"},
+        AnswerCase{"WriteWithBadLines", Words("srec write bad.srec b.srec"), 1, R"({"error": "~--force"})"},
+        AnswerCase{"WriteForced", Words("srec write bad.srec b.srec --force"), 0,
+                   R"({"df": {"start": 16384, "size": 1}})"},
+        AnswerCase{"WriteOntoAFolder", Words("srec write a.srec home"), 1, R"({"error": "~it is a folder"})"},
+        AnswerCase{"WriteEnciphered", Words("srec write a.srec b.senc"), 1, R"({"error": "~enciphered"})"},
+        AnswerCase{"DiffOfTheSame", Words("srec diff a.srec a.srec"), 0,
+                   R"({"ranges": [], "range_count": 0})"},
+        AnswerCase{"Diff", Words("srec diff a.srec far.srec"), 1,
+                   R"({"range_count": 4, "byte_count": 4, "ranges": [
+                   {"region": "df", "start": 1, "size": 1, "kind": "only_b"},
+                   {"region": "df", "start": 16384, "size": 1, "kind": "only_a"},
+                   {"region": "pf", "start": 1048576, "size": 1, "kind": "only_a"},
+                   {"region": "pf", "start": 83886080, "size": 1, "kind": "only_b"}]})"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(Srec, WriteRefusesFillerAboveTheLimitAndKeepsTheOldFile)
+{
+    const CliRun cli;
+    cli.Write(QStringLiteral("far.srec"), "S20510000000EA\nS306002000010FC9\n");
+    cli.Write(QStringLiteral("out.srec"), "old");
+    const QStringList words = Words("srec write far.srec out.srec --json --max-fill");
+    EXPECT_EQ(cli.Run(words + QStringList{QStringLiteral("0")}).Status, 1);
+    EXPECT_EQ(cli.Read(QStringLiteral("out.srec")), "old");
+    EXPECT_EQ(cli.Run(words + QStringList{QStringLiteral("1")}).Status, 0);
+    EXPECT_EQ(cli.Read(QStringLiteral("out.srec")).size(), 26 + 32'769 * 15 + 2 * 1'048'578);
+}
 
 TEST(Ini, SetAndUnsetChangeOneLineAndKeepEveryOtherByte)
 {

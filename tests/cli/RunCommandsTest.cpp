@@ -241,4 +241,46 @@ TEST(Skin, KeysThatTheFileLacksHaveTheirBuiltInValues)
     EXPECT_TRUE(Holds(colours, R"({"BitHigh": "#ff0000", "BitLow": "#00bf7f", "Background": "#000000"})"));
 }
 
+struct SequenceCase {
+    const char* name;
+    const char* file;
+    const char* options;
+    int status;
+    const char* last; ///< what the last line of the answer holds
+};
+
+class SequenceRun : public testing::TestWithParam<SequenceCase> { };
+
+TEST_P(SequenceRun, TellsAFailedCheckFromASilentGauge)
+{
+    const CliRun cli;
+    cli.ShipHome();
+    cli.Write(QStringLiteral("a.seq"), GetParam().file);
+    const CliAnswer answer
+        = cli.Run(Line("--json --adapter sim --target sim4s/Config.ini") + Line(GetParam().options));
+    EXPECT_EQ(answer.Status, GetParam().status) << answer.Out.constData() << answer.Err.toStdString();
+    const std::vector<QJsonObject> lines = answer.Lines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_TRUE(Holds(lines.back(), GetParam().last)) << answer.Out.constData();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ends, SequenceRun,
+    testing::Values(
+        SequenceCase{
+            "Done", "loop 2\ndelay 1000\nend\npeek 0x200 2 expect 0000\n", "sequence run a.seq", 0,
+            R"({"step": 3, "line": 4, "do": "peek 0x200 2 expect 0000", "bytes": "0000", "code": 0, "elapsed_ms": 2000})"},
+        SequenceCase{"Differs", "read-word 0x1A expect 1\nread-word 9\n", "sequence run a.seq", 1,
+                     R"({"error": "~Line 1, read-word 0x1A expect 1: answered 0x0031"})"},
+        SequenceCase{"GoesOn", "read-word 0x1A expect 1\nread-word 0x2F\n", "sequence run a.seq --go-on", 1,
+                     R"({"error": "~2 of 2 steps failed"})"},
+        SequenceCase{"Silent", "read-word 0x2F\n", "sequence run a.seq", 3,
+                     R"({"code": 772, "error": "~Line 1"})"},
+        SequenceCase{"Wrong", "read-word 9\n\nread-word\n", "sequence run a.seq", 1,
+                     R"({"problems": [{"line": 3, "error": "read-word lacks its command"}]})"},
+        SequenceCase{"Check", "loop 5\npoke 0x200 01\nend", "sequence check a.seq", 0,
+                     R"({"steps": 5, "writes": ["poke 0x200 01"]})"},
+        SequenceCase{"NoFile", "", "sequence check b.seq", 1, R"({"error": "~b.seq"})"}),
+    [](const auto& row) { return row.param.name; });
+
 } // namespace

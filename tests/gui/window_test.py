@@ -36,7 +36,7 @@ class WindowTest(unittest.TestCase):
             there = os.path.join(built, name)
             if os.path.isdir(there):
                 shutil.copytree(there, os.path.join(self.home, name))
-            elif name.endswith((".ini", ".sbs")):
+            elif name.endswith((".ini", ".sbs", ".tgt")):
                 shutil.copy(there, self.home)
         self.g = None
 

@@ -1,3 +1,4 @@
+#include "plugins/PluginHost.h"
 #include "simulator/Random.h"
 #include "tests/soak/CoreBench.h"
 #include "tests/support/FaultyAdapter.h"
@@ -105,7 +106,7 @@ public:
             m_time.Advance(m_random.Below(4000));
             Act();
             EXPECT_FALSE(ExclusiveAccess::HeldBelow());
-            EXPECT_EQ(GaugeAccess::Held(), m_pluginHolds) << "the lock is stuck";
+            EXPECT_EQ(GaugeAccess::Held(), m_plugin.Holds()) << "the lock is stuck";
             EXPECT_FALSE(m_bench.engine.Running());
         }
         Close();
@@ -128,9 +129,9 @@ private:
 
     void Act()
     {
-        if (m_pluginHolds && m_random.Below(m_pluginTurns) == 0)
-            return PluginReturns();
-        switch (m_random.Below(16)) {
+        if (m_plugin.Holds() && m_random.Below(m_pluginTurns) == 0)
+            return m_plugin.ReleaseUSBExclAccess();
+        switch (m_random.Below(17)) {
         case 0:
         case 1:
         case 2:
@@ -164,6 +165,8 @@ private:
             return PluginTakes();
         case 14:
             return TurnFile();
+        case 15:
+            return PluginCalls();
         default:
             if (m_random.Below(8) == 0) { // asked to close in the middle of its own sequence
                 m_closing = true;
@@ -194,15 +197,16 @@ private:
     /// A plug-in returns to the event loop with the bus in its hands.
     void PluginTakes()
     {
-        if (GaugeAccess::Held())
-            return;
-        std::int16_t timeoutMs = 0;
-        m_pluginHolds = m_bench.access.AcquireUSBExclusiveAccess(timeoutMs);
+        auto timeoutMs = static_cast<std::int16_t>(m_random.Below(500));
+        m_plugin.AcquireUSBExclAccess(timeoutMs);
     }
-    void PluginReturns()
+    void PluginCalls()
     {
-        m_pluginHolds = false;
-        m_bench.access.ReleaseUSBExclusiveAccess();
+        if (m_closing)
+            return;
+        std::int16_t word = 0;
+        std::int16_t err = 0;
+        m_plugin.ReadSMBusWord_(9, word, 22, err);
     }
 
     /// Somebody puts a folder where the log file stands, or takes it away again.
@@ -220,9 +224,8 @@ private:
     void Close()
     {
         m_time.onEvents = nullptr;
-        if (m_pluginHolds)
-            PluginReturns();
-        m_bench.cycle.LeaveProgram();
+        m_bench.cycle.LeaveProgram(); // whatever the plug-in holds
+        m_plugin.GiveBack();
         EXPECT_FALSE(m_bench.cycle.Facts().Running);
         EXPECT_TRUE(m_messages.toldOfDoubt || !(LineIsHigh(0) || LineIsHigh(1)))
             << "a line is on and nobody was told";
@@ -263,10 +266,10 @@ private:
     Witness m_witness{m_faulty};
     const Tables& m_tables;
     CoreBench m_bench;
+    PluginHost m_plugin{{m_bench.usb, m_bench.access, m_time, m_messages, {}}, QStringLiteral("Plug-in")};
     AutoCycleSettings m_cycle;
     QString m_logPath;
     std::uint32_t m_pluginTurns; ///< how long a plug-in keeps the bus, about; waits time out at 40
-    bool m_pluginHolds = false;
     bool m_closing = false;
     bool m_fileTouched = false;
 };

@@ -1,0 +1,7 @@
+#include "engineering/Consent.h"
+
+Consent& Consent::OfThisRun()
+{
+    static Consent consent;
+    return consent;
+}
