@@ -4,6 +4,7 @@
 #include "look/Icons.h"
 #include "look/Theme.h"
 
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -141,7 +142,8 @@ void WritePlanPane::Show(const Plan& plan, bool verify)
             grdPlan->setItem(i, kPreserved, preserved);
         }
     }
-    lblBackup->setText(plan.Backup);
+    lblBackup->setText(tr("Backup first, to the folder %1").arg(QFileInfo(plan.BackupFolder).fileName()));
+    lblBackup->setToolTip(plan.BackupFolder);
     Count();
     cmdWritePlan->setFocus();
 }
@@ -201,8 +203,7 @@ void WritePlanPane::Count()
                                 .arg(seconds, 0, 'f', seconds < 10 ? 1 : 0));
     cmdWritePlan->setText(subClasses == 1 ? tr("Write 1 subclass")
                                           : tr("Write %1 subclasses").arg(subClasses));
-    cmdWritePlan->setEnabled(subClasses > 0 && m_plan.BackupWorks && !m_locked);
-    m_backupIcon->setPixmap((m_plan.BackupWorks ? ThemeIcon(QStringLiteral("ok"), IconInk::Good)
-                                                : ThemeIcon(QStringLiteral("error"), IconInk::Failed))
-                                .pixmap(QSize(16, 16), devicePixelRatioF()));
+    cmdWritePlan->setEnabled(subClasses > 0 && !m_locked);
+    m_backupIcon->setPixmap(
+        ThemeIcon(QStringLiteral("ok"), IconInk::Good).pixmap(QSize(16, 16), devicePixelRatioF()));
 }

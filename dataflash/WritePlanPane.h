@@ -34,8 +34,7 @@ public:
         std::vector<Row> Rows;
         bool Ticks = false; ///< subclasses can be left out
         double Seconds = 0; ///< of all rows
-        QString Backup; ///< where it goes, or why there is none
-        bool BackupWorks = true;
+        QString BackupFolder; ///< where the backup goes
     };
 
     explicit WritePlanPane(QWidget* parent);

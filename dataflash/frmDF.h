@@ -133,6 +133,8 @@ private:
     /// would hold it, and perhaps the bus, until it closes.
     void WhenFree(const std::function<void()>& command, const std::function<void()>& orElse,
                   int triesLeft = kTries);
+    /// Whether a dialog has to wait: it is then opened later, by itself.
+    bool PutOff(void (frmDF::*dialog)());
     /// Runs a sequence when it is free to; a second call meanwhile does nothing.
     void Run(const QString& what, const Sequence& sequence, const Then& then);
     void RunNow();

@@ -41,6 +41,8 @@ QString frmDF::AskForGg(bool save, const QString& title)
 
 void frmDF::AskExport()
 {
+    if (PutOff(&frmDF::AskExport))
+        return;
     const QString path = AskForGg(true, QStringLiteral("Export Data Flash to *.gg file"));
     if (!path.isEmpty())
         ExportTo(path);
@@ -78,6 +80,8 @@ void frmDF::NoteExport(const QString& path, const QString& problem, QStringList 
 
 void frmDF::AskSpecialExport()
 {
+    if (PutOff(&frmDF::AskSpecialExport))
+        return;
     const QString path = AskForGg(true, tr("Special export of the data flash"));
     if (path.isEmpty())
         return;
@@ -89,6 +93,8 @@ void frmDF::AskSpecialExport()
 
 void frmDF::AskImport()
 {
+    if (PutOff(&frmDF::AskImport))
+        return;
     const QString path = AskForGg(false, QStringLiteral("Import Data Flash from *.gg file"));
     if (!path.isEmpty())
         ImportDF(path);
@@ -108,6 +114,8 @@ void frmDF::ImportDF(const QString& path)
 
 void frmDF::AskCompare()
 {
+    if (PutOff(&frmDF::AskCompare))
+        return;
     const QString path = AskForGg(false, tr("Compare with a *.gg file"));
     if (!path.isEmpty())
         CompareWith(path);
@@ -163,6 +171,8 @@ void frmDF::TakeOffers()
 
 void frmDF::OpenConfiguration()
 {
+    if (PutOff(&frmDF::OpenConfiguration))
+        return;
     const QString path = QFileDialog::getOpenFileName(
         this, tr("Open a data-flash configuration"), m_context.state.ProgramFolder,
         QStringLiteral("Data-flash configurations(*.toml);;All Files(*.*)"));
@@ -172,6 +182,8 @@ void frmDF::OpenConfiguration()
 
 void frmDF::SetAutoExportInterval()
 {
+    if (PutOff(&frmDF::SetAutoExportInterval))
+        return;
     bool ok = false;
     const QString typed
         = QInputDialog::getText(this, QStringLiteral("Tarnlo - AutoExport Interval"),
@@ -188,6 +200,8 @@ void frmDF::SetAutoExportInterval()
 
 void frmDF::SetAutoExportFile()
 {
+    if (PutOff(&frmDF::SetAutoExportFile))
+        return;
     QString path = AskForGg(true, tr("Base of the automatic exports' file names"));
     if (path.isEmpty())
         return;
@@ -200,6 +214,8 @@ void frmDF::SetAutoExportFile()
 
 void frmDF::ToggleAutoExport()
 {
+    if (PutOff(&frmDF::ToggleAutoExport))
+        return;
     const bool on = mnuOptionsAutoExport->isChecked();
     if (on && m_form.AutoExportFile.isEmpty())
         SetAutoExportFile();

@@ -47,8 +47,7 @@ QPushButton* frmDF::Command(const char* name, const char* icon, const QString& t
     button->setToolTip(tip);
     button->setAccessibleName(text);
     if (does)
-        connect(button, &QPushButton::clicked, this,
-                [this, does] { WhenFree([this, does] { (this->*does)(); }, [] {}); });
+        connect(button, &QPushButton::clicked, this, [this, does] { (this->*does)(); });
     m_commands.emplace_back(button, text);
     return button;
 }
@@ -199,7 +198,7 @@ QWidget* frmDF::MakeEmptyPage()
     auto* open
         = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open a configuration..."), page),
                 "cmdOpenConfiguration");
-    connect(open, &QPushButton::clicked, this, [this] { WhenFree([this] { OpenConfiguration(); }, [] {}); });
+    connect(open, &QPushButton::clicked, this, [this] { OpenConfiguration(); });
     auto* column = new QVBoxLayout(page);
     column->addStretch(1);
     column->addWidget(title, 0, Qt::AlignHCenter);
@@ -277,15 +276,14 @@ void frmDF::ConnectPanes()
     connect(m_classTabs, &DataFlashTabs::ClassChosen, this, &frmDF::ShowRows);
     connect(m_details, &ItemDetailsPane::Revert, this, &frmDF::RevertItems);
     connect(m_details, &ItemDetailsPane::SetDefault, this, &frmDF::SetItemDefaults);
-    connect(m_plan, &WritePlanPane::Write, this, [this] { WhenFree([this] { StartWrite(true); }, [] {}); });
+    connect(m_plan, &WritePlanPane::Write, this, [this] { StartWrite(true); });
     connect(m_plan, &WritePlanPane::Cancelled, this, [this] { ShowBottom(Bottom::Nothing); });
     connect(m_compare, &ComparePane::Take, this, &frmDF::TakeOffers);
     connect(m_compare, &ComparePane::Closed, this, [this] { ShowBottom(Bottom::Nothing); });
     connect(m_compare, &ComparePane::ItemChosen, this, &frmDF::GoTo);
     connect(m_pending, &PendingWritePane::Finish, this, &frmDF::FinishPending);
     connect(m_pending, &PendingWritePane::RollBack, this, &frmDF::RollBackPending);
-    connect(m_pending, &PendingWritePane::Forget, this,
-            [this] { WhenFree([this] { ForgetPending(); }, [] {}); });
+    connect(m_pending, &PendingWritePane::Forget, this, [this] { ForgetPending(); });
 }
 
 QAction* frmDF::Add(QMenu* menu, const char* name, const QString& text, const char* icon,
@@ -299,8 +297,7 @@ QAction* frmDF::Add(QMenu* menu, const char* name, const QString& text, const ch
     addAction(action); // the shortcut works while the view is in front, wherever the entry stands
     if (menu)
         menu->addAction(action);
-    connect(action, &QAction::triggered, this,
-            [this, does] { WhenFree([this, does] { (this->*does)(); }, [] {}); });
+    connect(action, &QAction::triggered, this, [this, does] { (this->*does)(); });
     return action;
 }
 
@@ -400,8 +397,7 @@ void frmDF::MakePreserveMenu()
     for (int set = 1; set <= names.size(); ++set) {
         QAction* action = mnuDataFlashWrPreserve->addAction(names[set - 1]);
         action->setObjectName(QStringLiteral("mnuDataFlashWrPreserveArr%1").arg(set));
-        connect(action, &QAction::triggered, this,
-                [this, set] { WhenFree([this, set] { WritePreserve(set); }, [] {}); });
+        connect(action, &QAction::triggered, this, [this, set] { WritePreserve(set); });
         mnuDataFlashWrPreserveArr << action;
     }
     if (names.isEmpty()) {

@@ -6,6 +6,7 @@
 #include "dataflash/WritePlanPane.h"
 #include "dataflash/frmDF.h"
 
+#include <QFileInfo>
 #include <QMdiSubWindow>
 #include <QMenu>
 
@@ -207,7 +208,7 @@ void frmDF::ShowPlan(Write what, int set)
             row.Caution = tr("%1 items have no value: read first").arg(unknown);
         plan.Rows.push_back(row);
     }
-    plan.Backup = tr("Backup first, to the folder\n%1").arg(BackupFolder(m_context.state.ProgramFolder));
+    plan.BackupFolder = BackupFolder(m_context.state.ProgramFolder);
     m_write = what;
     m_preserveSet = set;
     m_plan->Show(plan, mnuOptionsVerifyWrite->isChecked());
@@ -258,9 +259,11 @@ void frmDF::AfterWrite(const TransferReport& report)
     const QString time = m_context.time.Now().toString(QStringLiteral("hh:mm:ss"));
     const int done = Count(report, Done);
     const int unverified = Count(report, NotVerified);
-    const QString backup = m_backup.isEmpty()
-        ? QString()
-        : QLatin1Char(' ') + tr("What the gauge held before is in %1.").arg(m_backup);
+    const QString backup = m_backup.isEmpty() ? QString()
+                                              : QLatin1Char(' ')
+            + tr("What the gauge held before is in %1.")
+                  .arg(QFileInfo(BackupFolder(m_context.state.ProgramFolder)).fileName() + QLatin1Char('/')
+                       + QFileInfo(m_backup).fileName());
     if (report.Result == 0 && !report.Cancelled && unverified == 0) {
         m_notice->Show(
             NoticeBar::Kind::Good,
@@ -336,8 +339,18 @@ void frmDF::AfterPending(const TransferReport& report)
     LookForPendingWrite();
 }
 
+bool frmDF::PutOff(void (frmDF::*dialog)())
+{
+    if (!BusSequence::Running() && !ExclusiveAccess::HeldBelow())
+        return false;
+    WhenFree([this, dialog] { (this->*dialog)(); }, [] {});
+    return true;
+}
+
 void frmDF::ForgetPending()
 {
+    if (PutOff(&frmDF::ForgetPending))
+        return;
     const Answer answer
         = m_context.messages.Choose(tr("The gauge stays as it is, and the old and the new bytes that were "
                                        "kept for its repair are dropped."),

@@ -32,7 +32,8 @@ struct Editor {
         home.Put(QStringLiteral("t/Config.ini"),
                  "[Device]\nName=Pack\n[DataFlash]\nRowDelay=50\nConfigFile=" + configuration
                      + "\n[DFWrPreserve1]\nName=Calibration\nS1=45\nD1=1/0,4\n");
-        home.state.TargetConfigPath = home.state.ProgramFolder + QStringLiteral("/t/Config.ini");
+        home.state.TargetConfigPath
+            = home.state.ProgramFolder + QStringLiteral("/t\\Config.ini"); // as target lists write it
         bool open = false;
         usb.OpenFirstFreeDevice(open);
         window = new frmDF(context);
