@@ -65,7 +65,7 @@ PluginObject* MakePluginObject(const QString& className, const QStringList& fold
 QString PluginIconFile(const QString& className, const QStringList& folders)
 {
     for (const QString& folder : folders) {
-        const QString file = folder + QLatin1Char('/') + className + QStringLiteral(".svg");
+        QString file = folder + QLatin1Char('/') + className + QStringLiteral(".svg");
         if (IsClassName(className) && QFileInfo(file).isFile())
             return file;
     }
