@@ -125,6 +125,8 @@ QWidget* frmCal::MakeGuidePane()
     connect(txtReference, &QLineEdit::textEdited, this, [this] {
         txtReference->setProperty("refused", false);
         txtReference->update();
+        if (m_canStore)
+            ShowStep(); // what was measured with another reference no longer counts
     });
     lblUnit = Named(new QLabel(pane), "lblUnit");
     cmdMeter = Command("cmdMeter", "sim", {}, tr("Take over what the simulated bench's meter shows"),
