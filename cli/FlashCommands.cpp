@@ -143,7 +143,7 @@ Outcome FlashRead(CommandContext& context, const Arguments& arguments)
     clsSrecFlash image;
     const FlashOutcome ended = desk.At->Read(image);
     outcome = Ended(ended);
-    if (!ended.Ok())
+    if (ended.Bytes == 0) // else it was read, whatever the firmware did afterwards
         return outcome;
     clsSrecRW writer(context.Messages);
     const QString problem = writer.WriteSrec(arguments.Text(QStringLiteral("file")), image);
