@@ -23,6 +23,7 @@ public:
 
     /// @param document  what is programmed or verified; outlives the pane's being shown
     void Open(Kind kind, ImageDocument* document);
+    void PlanAgain(); ///< the document is another one: a plan that is on the screen follows it
     void StartFirmware(); ///< without a plan: the caller's button says it
     void RememberVerify(bool verify) { chkVerify->setChecked(verify); }
     [[nodiscard]] bool Verifies() const { return chkVerify->isChecked(); }
@@ -46,6 +47,7 @@ private:
     void LayOut();
     void FillTargets();
     void ShowPlan();
+    [[nodiscard]] std::vector<FlashFinding> Check() const; ///< of a document
     void FillFindings(const std::vector<FlashFinding>& findings);
     void FillPlan(const FlashPlan& plan);
     void FillRead();
@@ -61,6 +63,7 @@ private:
     Kind m_kind = Kind::Program;
     clsSrecFlash m_read;
     bool m_running = false;
+    bool m_planned = false; ///< a plan is on the screen, not an outcome
 
     QLabel* lblFlashTitle;
     QComboBox* cboFlashTarget;
