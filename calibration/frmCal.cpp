@@ -95,6 +95,8 @@ QWidget* frmCal::MakeStepPane()
     lstSteps = Named(new QListWidget(this), "lstSteps");
     lstSteps->setAccessibleName(tr("Steps"));
     lstSteps->setFixedWidth(kStepsWidth);
+    lstSteps->setIconSize({kIcon, kIcon});
+    lstSteps->setSpacing(2);
     for (const CalibrationStep step : kCalibrationSteps)
         lstSteps->addItem(FactsOf(step).Name);
     return lstSteps;
@@ -383,7 +385,9 @@ void frmCal::ShowStep()
     lblPlan->clear();
     ShowNote({}, false);
     cmdStore->setEnabled(false);
-    ShowMeter();
+    // later: it asks the bench, which lets events run, and the next key must not move the list in the middle
+    // of this one
+    QTimer::singleShot(0, this, &frmCal::ShowMeter);
 }
 
 void frmCal::ShowPack(const Calibration::Status& status)
