@@ -303,8 +303,12 @@ void FlashRunPane::RunIt()
     m_desk.Look(); // the gauge may be another one than that of the plan
     FillTargets();
     ShowPlan();
-    if (!cmdRunFlash->isEnabled())
-        return;
+    if (cmdRunFlash->isEnabled())
+        Execute();
+}
+
+void FlashRunPane::Execute()
+{
     ShowRunning(true);
     lblFlashIcon->clear();
     FlashProgrammer& programmer = m_desk.Programmer();
@@ -327,6 +331,9 @@ void FlashRunPane::RunIt()
     case Kind::ReadToCompare:
         outcome = m_desk.Read(m_read);
         break;
+    case Kind::Start:
+        outcome = programmer.StartFirmware();
+        break;
     }
     programmer.OnProgress = nullptr;
     ShowRunning(false);
@@ -340,6 +347,7 @@ void FlashRunPane::StartFirmware()
 {
     if (m_running)
         return;
+    m_kind = Kind::Start;
     m_desk.Look();
     FillTargets();
     for (QCheckBox* box : {chkData, chkInstruction, chkMassErase, chkVerify})
@@ -349,11 +357,7 @@ void FlashRunPane::StartFirmware()
     lblFlashTitle->setText(tr("Start the gauge's firmware"));
     lblFlashPlan->clear();
     show();
-    ShowRunning(true);
-    const FlashOutcome outcome = m_desk.Programmer().StartFirmware();
-    ShowRunning(false);
-    ShowOutcome(outcome);
-    emit Ended();
+    Execute();
 }
 
 void FlashRunPane::ShowOutcome(const FlashOutcome& outcome)
@@ -367,6 +371,18 @@ void FlashRunPane::ShowOutcome(const FlashOutcome& outcome)
     cmdRunFlash->hide(); // the plan has run; a second run is planned anew
     cmdStopFlash->setFocus();
     emit Progress(0, 0);
+}
+
+void FlashRunPane::SayThatItGoesOn()
+{
+    const QString text
+        = tr("Programming goes on. Closed in the middle of it, the gauge would be left without a "
+             "firmware that runs: press Stop if that is what you want.");
+    if (lstFindings->findItems(text, Qt::MatchExactly).isEmpty())
+        lstFindings->insertItem(
+            0, new QListWidgetItem(ThemeIcon(QStringLiteral("warn"), IconInk::Caution), text));
+    lstFindings->scrollToTop();
+    cmdStopFlash->setFocus();
 }
 
 void FlashRunPane::Stop()

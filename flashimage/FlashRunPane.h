@@ -17,7 +17,7 @@
 class FlashRunPane final : public QFrame {
     Q_OBJECT
 public:
-    enum class Kind { Program, Verify, Read, ReadToCompare };
+    enum class Kind { Program, Verify, Read, ReadToCompare, Start };
 
     FlashRunPane(FlashDesk& desk, QWidget* parent);
 
@@ -28,6 +28,8 @@ public:
     void RememberVerify(bool verify) { chkVerify->setChecked(verify); }
     [[nodiscard]] bool Verifies() const { return chkVerify->isChecked(); }
     [[nodiscard]] bool Running() const { return m_running; }
+    [[nodiscard]] bool Programming() const { return m_running && m_kind == Kind::Program; }
+    void SayThatItGoesOn(); ///< to somebody who would leave in the middle of it
     void Stop();
     [[nodiscard]] clsSrecFlash TakeImage() { return std::move(m_read); } ///< what was read
 
@@ -53,7 +55,8 @@ private:
     void FillRead();
     void AddRow(const QString& region, std::uint32_t start, std::size_t size, const QString& erased,
                 const QString& moved);
-    void RunIt();
+    void RunIt(); ///< as planned
+    void Execute();
     void ShowRunning(bool running);
     void ShowOutcome(const FlashOutcome& outcome);
     [[nodiscard]] FlashOptions Options() const;

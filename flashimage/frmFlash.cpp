@@ -64,11 +64,11 @@ frmFlash::frmFlash(ProfileStore& profiles, const StartupState& state, UserMessag
         m_run = new FlashRunPane(*m_desk, this);
     LayOut();
     Connect();
-    setFocusProxy(m_first);
     if (m_run)
         m_run->RememberVerify(m_memory.Verify);
     tmrMode->setInterval(kModeMs);
     ShowAll();
+    setFocus(); // else the first field of the toolbar has it once the view shows
 }
 
 void frmFlash::Connect()
@@ -269,6 +269,14 @@ bool frmFlash::MayClose()
     return m_asked;
 }
 
+bool frmFlash::MayLeave()
+{
+    if (!m_run || !m_run->Programming())
+        return true;
+    m_run->SayThatItGoesOn();
+    return false;
+}
+
 void frmFlash::Abandon()
 {
     m_cancelReading = true;
@@ -278,10 +286,13 @@ void frmFlash::Abandon()
 
 void frmFlash::closeEvent(QCloseEvent* event)
 {
-    Abandon();
-    event->setAccepted(!Busy() && (m_asked || MayClose()));
-    if (!event->isAccepted())
+    event->ignore();
+    if (!MayLeave())
         return;
+    Abandon();
+    if (Busy() || !(m_asked || MayClose()))
+        return;
+    event->accept();
     m_memory.Verify = !m_run || m_run->Verifies();
     if (const QString problem = WriteFlashMemory(m_profiles, m_state, m_memory); !problem.isEmpty())
         m_messages.Show(problem);
@@ -293,6 +304,7 @@ void frmFlash::ShowAll()
 {
     const bool any = !m_first->Document().Empty() || Comparing();
     m_pages->setCurrentIndex(any ? 1 : 0);
+    setFocusProxy(any ? m_first : m_pages->widget(0));
     const ImageArea before = m_first->Hex()->Area();
     cboRegion->clear();
     for (const ImageArea area : {ImageArea::Data, ImageArea::Program}) {

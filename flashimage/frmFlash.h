@@ -34,6 +34,7 @@ public:
     QList<QMenu*> Menus() const override { return {mnuEdit, mnuImage}; }
     QList<QAction*> FileActions() const override { return {actOpen, actSave, actSaveAs}; }
     bool MayClose() override;
+    bool MayLeave() override;
     bool Busy() const override { return m_reading || m_looking || (m_run && m_run->Running()); }
     void Abandon() override;
 

@@ -225,6 +225,20 @@ QWidget* frmFlash::MakeEmptyPage()
     auto* open = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open image"), page),
                        "cmdOpenFirstImage");
     connect(open, &QPushButton::clicked, actOpen, &QAction::trigger);
+    auto* read = Named(new QPushButton(ThemeIcon(QStringLiteral("read")), tr("Read from gauge"), page),
+                       "cmdReadFirstImage");
+    connect(read, &QPushButton::clicked, actRead, &QAction::trigger);
+    connect(actRead, &QAction::changed, read, [this, read] {
+        read->setEnabled(actRead->isEnabled());
+        read->setToolTip(actRead->toolTip());
+    });
+    page->setFocusProxy(open);
+    auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(8);
+    buttons->addStretch(1);
+    buttons->addWidget(open);
+    buttons->addWidget(read);
+    buttons->addStretch(1);
     auto* column = new QVBoxLayout(page);
     column->addStretch(1);
     column->addWidget(title, 0, Qt::AlignHCenter);
@@ -233,7 +247,7 @@ QWidget* frmFlash::MakeEmptyPage()
     row->addWidget(text, 8);
     row->addStretch(1);
     column->addLayout(row);
-    column->addWidget(open, 0, Qt::AlignHCenter);
+    column->addLayout(buttons);
     column->addStretch(2);
     return page;
 }

@@ -237,9 +237,10 @@ TEST_F(FlashWindow, RecoversAGaugeThatAStopLeftWithoutFirmware)
     Do("mnuImageProgram");
     auto* bar = Find<QProgressBar>("pbFlash");
     const auto stop = QObject::connect(bar, &QProgressBar::valueChanged, bar, [this](int value) {
+        EXPECT_FALSE(window->close()) << "the gauge would be left without firmware unasked";
+        EXPECT_TRUE(window->Busy());
         if (value > 4096)
             Click("cmdStopFlash");
-        EXPECT_TRUE(window->Busy());
     });
     Click("cmdRunFlash");
     QObject::disconnect(stop);
