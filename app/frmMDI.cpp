@@ -194,7 +194,7 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(view, &QWidget::windowTitleChanged, window, setTitle, Qt::QueuedConnection);
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
-    view->Applyskin();
+    Dress(view);
 }
 
 QList<ChildView*> frmMDI::OpenViews() const
@@ -462,6 +462,12 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event)
 
 void frmMDI::closeEvent(QCloseEvent* event)
 {
+    for (ChildView* view : OpenViews())
+        if (!view->MayLeave()) {
+            mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(view->parentWidget()));
+            event->ignore();
+            return;
+        }
     if (!CloseViews()) {
         // a sequence of a view is under way further down the stack: it ends after its present step, then we
         // close
@@ -504,8 +510,15 @@ void frmMDI::Applyskin()
     m_status->Applyskin();
     m_empty->Applyskin();
     for (ChildView* view : OpenViews())
-        view->Applyskin();
+        Dress(view);
     SetFont();
+}
+
+void frmMDI::Dress(ChildView* view)
+{
+    view->setAutoFillBackground(true);
+    view->setPalette(WindowPalette(m_theme.Colours()));
+    view->Applyskin();
 }
 
 void frmMDI::SaveWindowPlace()

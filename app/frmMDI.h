@@ -83,6 +83,7 @@ private:
     void UpdateLink();
     void ApplyRoom();
     void Applyskin();
+    void Dress(ChildView* view); ///< in the skin: a view is lighter than the frame around it
     void SaveWindowPlace();
     void RestoreWindowPlace();
 

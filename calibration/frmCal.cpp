@@ -95,6 +95,8 @@ QWidget* frmCal::MakeStepPane()
     lstSteps = Named(new QListWidget(this), "lstSteps");
     lstSteps->setAccessibleName(tr("Steps"));
     lstSteps->setFixedWidth(kStepsWidth);
+    lstSteps->setIconSize({kIcon, kIcon});
+    lstSteps->setSpacing(2);
     for (const CalibrationStep step : kCalibrationSteps)
         lstSteps->addItem(FactsOf(step).Name);
     return lstSteps;
@@ -125,6 +127,8 @@ QWidget* frmCal::MakeGuidePane()
     connect(txtReference, &QLineEdit::textEdited, this, [this] {
         txtReference->setProperty("refused", false);
         txtReference->update();
+        if (m_canStore)
+            ShowStep(); // what was measured with another reference no longer counts
     });
     lblUnit = Named(new QLabel(pane), "lblUnit");
     cmdMeter = Command("cmdMeter", "sim", {}, tr("Take over what the simulated bench's meter shows"),
@@ -219,7 +223,7 @@ QWidget* frmCal::MakeProblemPage()
     lblProblem = Wrapped(page, "lblProblem");
     cmdRetry = Command("cmdRetry", "refresh", tr("Try again"), tr("Read the gauge's calibration again"),
                        &frmCal::ReadStatus);
-    LayOutEmptyState(page, title, lblProblem, cmdRetry);
+    LayOutEmptyState(page, title, lblProblem, {cmdRetry});
     return page;
 }
 
@@ -372,7 +376,9 @@ void frmCal::ShowStep()
     lblPlan->clear();
     ShowNote({}, false);
     cmdStore->setEnabled(false);
-    ShowMeter();
+    // later: it asks the bench, which lets events run, and the next key must not move the list in the middle
+    // of this one
+    QTimer::singleShot(0, this, &frmCal::ShowMeter);
 }
 
 void frmCal::ShowPack(const Calibration::Status& status)

@@ -195,7 +195,7 @@ QWidget* frmDF::MakeEmptyPage()
         = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open a configuration..."), page),
                 "cmdOpenConfiguration");
     connect(open, &QPushButton::clicked, this, [this] { OpenConfiguration(); });
-    LayOutEmptyState(page, title, lblEmptyText, open);
+    LayOutEmptyState(page, title, lblEmptyText, {open});
     return page;
 }
 

@@ -211,7 +211,15 @@ QWidget* frmFlash::MakeEmptyPage()
     auto* open = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open image"), page),
                        "cmdOpenFirstImage");
     connect(open, &QPushButton::clicked, actOpen, &QAction::trigger);
-    LayOutEmptyState(page, title, text, open);
+    auto* read = Named(new QPushButton(ThemeIcon(QStringLiteral("read")), tr("Read from gauge"), page),
+                       "cmdReadFirstImage");
+    connect(read, &QPushButton::clicked, actRead, &QAction::trigger);
+    connect(actRead, &QAction::changed, read, [this, read] {
+        read->setEnabled(actRead->isEnabled());
+        read->setToolTip(actRead->toolTip());
+    });
+    page->setFocusProxy(open);
+    LayOutEmptyState(page, title, text, {open, read});
     return page;
 }
 

@@ -22,6 +22,9 @@ public:
     [[nodiscard]] virtual QList<QAction*> ViewActions() const { return {}; }
     /// Asks about what would be lost. False keeps the view open.
     virtual bool MayClose() { return true; }
+    /// False while leaving the program would do harm, and nobody can be asked because the bus is held: the
+    /// view then shows why, and how to end it.
+    virtual bool MayLeave() { return true; }
     /// A bus sequence of this view is under way, further down the stack.
     [[nodiscard]] virtual bool Busy() const { return false; }
     /// Lets a running sequence end after its present step; timers start nothing more.

@@ -14,6 +14,7 @@ namespace {
 // a line length that reads well, and one that a small window still has
 constexpr int kWidestText = 520;
 constexpr int kNarrowestText = 280;
+constexpr int kBetweenButtons = 8;
 
 } // namespace
 
@@ -35,7 +36,7 @@ QAction* ViewAction(QWidget* view, const char* name, const QString& text, const 
     return action;
 }
 
-void LayOutEmptyState(QWidget* page, QLabel* title, QLabel* text, QPushButton* next)
+void LayOutEmptyState(QWidget* page, QLabel* title, QLabel* text, std::initializer_list<QPushButton*> next)
 {
     title->setFont(Theme::Current().Font(Type::State));
     text->setWordWrap(true);
@@ -50,7 +51,12 @@ void LayOutEmptyState(QWidget* page, QLabel* title, QLabel* text, QPushButton* n
     row->addWidget(text, 8);
     row->addStretch(1);
     column->addLayout(row);
-    if (next)
-        column->addWidget(next, 0, Qt::AlignHCenter);
+    auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(kBetweenButtons);
+    buttons->addStretch(1);
+    for (QPushButton* button : next)
+        buttons->addWidget(button);
+    buttons->addStretch(1);
+    column->addLayout(buttons);
     column->addStretch(2);
 }

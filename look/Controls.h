@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <initializer_list>
+
 class QAction;
 class QKeySequence;
 class QLabel;
@@ -25,7 +27,7 @@ void MakeSecondary(QLabel* label);
 [[nodiscard]] QAction* ViewAction(QWidget* view, const char* name, const QString& text, const char* icon,
                                   const QKeySequence& shortcut);
 
-/// Fills the page of a view that has nothing to show: what is missing, why or what to do, and the button that
-/// does it.
-/// @param next  may be null
-void LayOutEmptyState(QWidget* page, QLabel* title, QLabel* text, QPushButton* next = nullptr);
+/// Fills the page of a view that has nothing to show: what is missing, why or what to do, and the buttons
+/// that do it.
+void LayOutEmptyState(QWidget* page, QLabel* title, QLabel* text,
+                      std::initializer_list<QPushButton*> next = {});

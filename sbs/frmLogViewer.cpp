@@ -142,7 +142,7 @@ QWidget* frmLogViewer::MakeEmptyPage()
     auto* open
         = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open log"), page), "cmdOpenFirstLog");
     connect(open, &QPushButton::clicked, this, &frmLogViewer::AskOpen);
-    LayOutEmptyState(page, title, text, open);
+    LayOutEmptyState(page, title, text, {open});
     return page;
 }
 
