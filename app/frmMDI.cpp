@@ -10,6 +10,7 @@
 #include "app/frmSplash.h"
 #include "app/frmTargets.h"
 #include "look/Icons.h"
+#include "platform/Interrupt.h"
 #include "platform/ProgramFolder.h"
 #include "plugins/PluginCatalogue.h"
 #include "settings/TargetList.h"
@@ -22,8 +23,12 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QMenuBar>
+#include <QScopedValueRollback>
 #include <QScreen>
 #include <QUrl>
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -73,6 +78,7 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     connect(&m_theme, &Theme::Changed, this, &frmMDI::Applyskin);
     m_linkTimer->setInterval(kLinkMs);
     connect(m_linkTimer, &QTimer::timeout, this, &frmMDI::UpdateLink);
+    connect(m_linkTimer, &QTimer::timeout, this, &frmMDI::EndIfTold);
     m_linkTimer->start();
     RestoreWindowPlace();
     UpdateEmptyPage();
@@ -97,13 +103,14 @@ void frmMDI::Load()
 
 void frmMDI::Restart()
 {
-    if (!CloseViews())
+    if (m_restarting || !CloseViews())
         return;
+    const QScopedValueRollback restarting(m_restarting, true);
     m_selector->Clear();
     const bool open = m_program.OpenAdapterConnection();
     const bool detect = m_program.State().TargetConfigPath.isEmpty() && m_program.State().AutoDetectMode != 0;
     if (open && detect)
-        (void)m_program.AutoDetectTarget([this] { return AskForTarget(); });
+        (void)m_program.AutoDetectTarget([this] { return m_closing ? QString() : AskForTarget(); });
     if (open && m_program.HasTarget())
         LoadTarget();
     DebugTesting();
@@ -212,10 +219,11 @@ ChildView* frmMDI::FrontView() const
     return window ? qobject_cast<ChildView*>(window->widget()) : nullptr;
 }
 
-bool frmMDI::ViewBusy() const
+bool frmMDI::Busy() const
 {
     const QList<ChildView*> views = OpenViews();
-    return std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
+    return m_restarting || ExclusiveAccess::HeldBelow()
+        || std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
 }
 
 bool frmMDI::CloseViews()
@@ -228,7 +236,7 @@ bool frmMDI::CloseViews()
     }
     for (const QPointer<ChildView>& view : std::as_const(views)) {
         m_program.Access().TakeBack(); // no question opens while a plug-in has the bus
-        if (view && (view->Busy() || !view->MayClose()))
+        if (view && (view->Busy() || !view->AskToClose()))
             return false;
     }
     QList<QPointer<QMdiSubWindow>> windows;
@@ -334,6 +342,20 @@ void frmMDI::UpdateLink()
     m_status->SetLink(facts);
     if (m_program.Usb())
         mnuErrorLogOn->setChecked(!m_program.Usb()->ErrorLogPath().isEmpty());
+}
+
+void frmMDI::EndIfTold()
+{
+    if (!Interrupt::Asked() || std::exchange(m_told, true))
+        return;
+    StopAllLines(); // whatever a view still asks before it goes, no charger stays on behind a dead program
+    close();
+}
+
+void frmMDI::StopAllLines()
+{
+    for (ChildView* view : OpenViews())
+        view->StopLines();
 }
 
 QString frmMDI::AskForTarget()
@@ -452,8 +474,7 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::KeyPress) {
         const auto* key = static_cast<const QKeyEvent*>(event);
         if (key->key() == Qt::Key_X && key->modifiers() == (Qt::ControlModifier | Qt::ShiftModifier)) {
-            for (ChildView* view : OpenViews())
-                view->StopLines(); // in every window of the program, whatever box is open
+            StopAllLines(); // in every window of the program, whatever box is open
             return true;
         }
     }
@@ -462,11 +483,10 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event)
 
 void frmMDI::closeEvent(QCloseEvent* event)
 {
-    if (!CloseViews()) {
-        // a sequence of a view is under way further down the stack: it ends after its present step, then we
-        // close
+    // what is under way further down the stack ends after its present step, then we close
+    if (m_restarting || ExclusiveAccess::HeldBelow() || !CloseViews()) {
         event->ignore();
-        if (ViewBusy() && !m_closing) {
+        if (Busy() && !m_closing) {
             m_closing = true;
             QTimer::singleShot(kRetryMs, this, [this] {
                 m_closing = false;

@@ -72,8 +72,8 @@ private:
     void OpenDocument(const QString& name);
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
     void ArrangeIcons();
+    [[nodiscard]] bool Busy() const; ///< the load, or a bus sequence, is under way further down the stack
     /// @return false when a view stays open
-    [[nodiscard]] bool ViewBusy() const; ///< a sequence of a view is under way further down the stack
     bool CloseViews();
     [[nodiscard]] QList<ChildView*> OpenViews() const;
     [[nodiscard]] ChildView* FrontView() const;
@@ -81,6 +81,8 @@ private:
     void ViewActivated();
     void UpdateEmptyPage();
     void UpdateLink();
+    void EndIfTold(); ///< by a signal: a terminal that closes, a session that ends
+    void StopAllLines();
     void ApplyRoom();
     void Applyskin();
     void SaveWindowPlace();
@@ -103,7 +105,9 @@ private:
     double m_busMicroseconds = 0;
     double m_busLoad = 0;
     bool m_loaded = false;
-    bool m_closing = false;
+    bool m_told = false;
+    bool m_restarting = false;
+    bool m_closing = false; ///< as soon as nothing is under way
 
     QMenu* mnuFile = nullptr;
     QMenu* mnuView = nullptr;

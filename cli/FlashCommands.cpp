@@ -1,9 +1,9 @@
 #include "cli/Arguments.h"
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
-#include "cli/Interrupt.h"
 #include "flashimage/FlashDesk.h"
 #include "flashimage/clsSrecRW.h"
+#include "platform/Interrupt.h"
 #include "sbs/clsSBSCfgRW.h"
 
 #include <QJsonArray>

@@ -1,10 +1,10 @@
 #include "cli/Arguments.h"
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
-#include "cli/Interrupt.h"
 #include "cli/TextTable.h"
 #include "flashimage/ImageDiff.h"
 #include "flashimage/clsSrecRW.h"
+#include "platform/Interrupt.h"
 #include "platform/Sha256.h"
 
 #include <QJsonArray>

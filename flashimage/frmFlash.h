@@ -43,7 +43,7 @@ public:
     bool SaveTo(const QString& path);
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
+    bool Leave() override;
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
@@ -109,7 +109,6 @@ private:
     bool m_reading = false; ///< a file; its progress lets events run
     bool m_cancelReading = false;
     bool m_looking = false; ///< at the gauge's mode; events run meanwhile, and the bus is held
-    bool m_asked = false;
 
     ImagePane* m_first;
     ImagePane* m_second;
