@@ -10,6 +10,7 @@
 #include "app/frmSplash.h"
 #include "app/frmTargets.h"
 #include "look/Icons.h"
+#include "look/frmText.h"
 #include "platform/Interrupt.h"
 #include "platform/ProgramFolder.h"
 #include "plugins/PluginCatalogue.h"
@@ -18,7 +19,7 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDesktopServices>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -433,13 +434,35 @@ void frmMDI::OpenRegisterLog()
 
 void frmMDI::ShowErrorLog()
 {
-    OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/CommErr.log"));
+    constexpr qint64 kMostShown = 256 * 1024; // the newest lines of a log of months
+    const QString name = QStringLiteral("CommErr.log");
+    QFile file(m_program.State().ProgramFolder + QLatin1Char('/') + name);
+    QString text = tr("No failed bus operation is recorded. File > Communication error log > On records "
+                      "those that come.");
+    if (file.open(QIODevice::ReadOnly)) {
+        const bool all = file.size() <= kMostShown || !file.seek(file.size() - kMostShown);
+        QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        if (!all && !lines.isEmpty())
+            lines.removeFirst(); // cut in its middle
+        std::reverse(lines.begin(), lines.end());
+        if (!lines.isEmpty())
+            text = lines.join(QLatin1Char('\n'));
+    } else if (file.exists()) {
+        return m_messages.Show(QStringLiteral("Error opening file ") + name);
+    }
+    (new frmText(tr("Tarnlo - %1, newest first").arg(name), text, this))->show();
 }
 
-void frmMDI::OpenDocument(const QString& name)
+void frmMDI::ShowHelp()
 {
-    if (!QFileInfo::exists(name) || !QDesktopServices::openUrl(QUrl::fromLocalFile(name)))
-        m_messages.Show(QStringLiteral("Error opening file ") + name);
+    const QString name = m_program.State().ProgramFolder + QStringLiteral("/Documentation/Help.html");
+    if (!QFileInfo(name).isReadable())
+        return m_messages.Show(QStringLiteral("Error opening file ") + name);
+    if (!m_help)
+        m_help = new frmText(tr("Tarnlo - Help"), QUrl::fromLocalFile(name), this);
+    m_help->show();
+    m_help->raise();
+    m_help->activateWindow();
 }
 
 void frmMDI::Tile(Qt::Orientation rows)

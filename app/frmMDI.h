@@ -17,6 +17,7 @@
 #include <QTimer>
 
 class EmptyPage;
+class frmText;
 struct ToolView;
 class SelectorPane;
 class StatusPane;
@@ -69,7 +70,7 @@ private:
     void ShowErrorLog();
     void OpenTool(const ToolView& tool);
     void OpenRegisterLog();
-    void OpenDocument(const QString& name);
+    void ShowHelp();
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
     void ArrangeIcons();
     [[nodiscard]] bool Busy() const; ///< the load, or a bus sequence, is under way further down the stack
@@ -100,6 +101,7 @@ private:
     QMdiArea* mdiArea;
     EmptyPage* m_empty;
     QMap<QString, QPointer<QMdiSubWindow>> m_views; ///< by view key
+    QPointer<frmText> m_help;
     QTimer* m_linkTimer;
     QElapsedTimer m_busClock;
     double m_busMicroseconds = 0;

@@ -151,10 +151,7 @@ void frmMDI::Dispatch(const QString& menuEntry)
         {QStringLiteral("mnuWindowTileV"), [this] { Tile(Qt::Vertical); }},
         {QStringLiteral("mnuWindowArrange"), [this] { ArrangeIcons(); }},
         {QStringLiteral("mnuWindowNext"), [this] { mdiArea->activateNextSubWindow(); }},
-        {QStringLiteral("mnuHelpContents"),
-         [this] {
-             OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/Documentation/Help.html"));
-         }},
+        {QStringLiteral("mnuHelpContents"), [this] { ShowHelp(); }},
         {QStringLiteral("mnuHelpLegend"),
          [this] {
              auto* legend = new frmLegend(this);
