@@ -8,6 +8,7 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QScopedValueRollback>
 #include <QScrollArea>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -474,6 +475,7 @@ void frmCal::ShowNote(const QString& text, bool failed)
 
 void frmCal::ShowMeter()
 {
+    const QScopedValueRollback running(m_running, true);
     const StepFacts& facts = FactsOf(Step());
     const std::optional<double> shown = BusSequence::Running() || ExclusiveAccess::HeldBelow()
         ? std::nullopt
@@ -487,6 +489,7 @@ void frmCal::ShowMeter()
 
 void frmCal::SetRunning(bool running, const QString& what)
 {
+    m_running = running;
     for (QWidget* control :
          std::initializer_list<QWidget*>{lstSteps, cmdMeasure, cmdRead, cmdRestore, cmdMeter, cmdRetry,
                                          txtReference, cboSensor, numReadings})

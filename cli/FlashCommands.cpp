@@ -2,9 +2,9 @@
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
 #include "cli/ImageFile.h"
-#include "cli/Interrupt.h"
 #include "flashimage/FlashDesk.h"
 #include "flashimage/clsSrecRW.h"
+#include "platform/Interrupt.h"
 #include "sbs/clsSBSCfgRW.h"
 
 #include <QJsonArray>

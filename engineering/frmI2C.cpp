@@ -9,7 +9,6 @@
 #include "platform/WholeFile.h"
 
 #include <QCheckBox>
-#include <QCloseEvent>
 #include <QComboBox>
 #include <QFileInfo>
 #include <QGroupBox>
@@ -22,7 +21,6 @@
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTableWidget>
-#include <QTimer>
 
 #include <utility>
 
@@ -464,11 +462,6 @@ void frmI2C::SetRunning(bool running)
     pbI2C->setVisible(running);
     pbI2C->setValue(0);
     emit ProgressChanged(0, 0, objectName());
-    if (!running && m_closing) {
-        m_closing = false;
-        QWidget* window = parentWidget() ? parentWidget() : this;
-        QTimer::singleShot(0, window, &QWidget::close);
-    }
 }
 
 bool frmI2C::ShowProgress(int done, int of, const QString& what)
@@ -498,25 +491,7 @@ void frmI2C::Refuse(QLineEdit* field, const QString& problem)
     ShowState(problem, true);
 }
 
-bool frmI2C::MayClose()
-{
-    RememberState();
-    return true;
-}
-
-void frmI2C::closeEvent(QCloseEvent* event)
-{
-    Abandon();
-    if (m_running) {
-        m_closing = true; // the step that is under way ends first
-        event->ignore();
-        return;
-    }
-    RememberState();
-    event->accept();
-}
-
-void frmI2C::RememberState()
+bool frmI2C::Leave()
 {
     ViewState state(m_context.profiles, m_context.state.ProgramSettingsFile, QStringLiteral("I2CTool"));
     state.Keep(u"Address", txtI2CAddress->text());
@@ -529,8 +504,9 @@ void frmI2C::RememberState()
     state.Keep(u"EepromWriteMs", spnWriteMs->value());
     if (!m_narrow)
         state.Keep(u"Splitter", QString::fromLatin1(m_across->saveState().toBase64()));
-    if (!state.Problem().isEmpty())
-        m_context.messages.Show(state.Problem());
+    if (const QString problem = state.Save(); !problem.isEmpty())
+        m_context.messages.Show(problem);
+    return true;
 }
 
 void frmI2C::Applyskin()
