@@ -219,19 +219,10 @@ QWidget* frmCal::MakeProblemPage()
 {
     auto* page = new QWidget(this);
     auto* title = new QLabel(tr("This gauge cannot be calibrated now"), page);
-    title->setFont(Theme::Current().Font(Type::State));
     lblProblem = Wrapped(page, "lblProblem");
-    lblProblem->setAlignment(Qt::AlignHCenter);
-    lblProblem->setMaximumWidth(kGuideWidth);
-    lblProblem->setMinimumWidth(kGuideWidth / 2);
     cmdRetry = Command("cmdRetry", "refresh", tr("Try again"), tr("Read the gauge's calibration again"),
                        &frmCal::ReadStatus);
-    auto* column = new QVBoxLayout(page);
-    column->addStretch(1);
-    column->addWidget(title, 0, Qt::AlignHCenter);
-    column->addWidget(lblProblem, 0, Qt::AlignHCenter);
-    column->addWidget(cmdRetry, 0, Qt::AlignHCenter);
-    column->addStretch(2);
+    LayOutEmptyState(page, title, lblProblem, {cmdRetry});
     return page;
 }
 
