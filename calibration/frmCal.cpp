@@ -9,7 +9,6 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QScopedValueRollback>
-#include <QScrollArea>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -210,11 +209,11 @@ QWidget* frmCal::MakeGuidePane()
     for (QLabel* label : {lblGuide, lblChange, lblPlan})
         label->setMaximumWidth(kGuideWidth);
 
-    auto* scroll = new QScrollArea(this); // of a low window
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setWidget(pane);
-    return scroll;
+    m_scroll = new QScrollArea(this); // of a low window
+    m_scroll->setWidgetResizable(true);
+    m_scroll->setFrameShape(QFrame::NoFrame);
+    m_scroll->setWidget(pane);
+    return m_scroll;
 }
 
 QWidget* frmCal::MakeProblemPage()
@@ -471,6 +470,8 @@ void frmCal::ShowNote(const QString& text, bool failed)
         text.isEmpty() ? QPixmap()
                        : IconPixmap(failed ? QStringLiteral("warn") : QStringLiteral("ok"), kIcon,
                                     ToColour(failed ? colours.Failed : colours.Good), devicePixelRatioF()));
+    if (!text.isEmpty()) // once it has its place
+        QTimer::singleShot(0, this, [this] { m_scroll->ensureWidgetVisible(lblNote, 0, 0); });
 }
 
 void frmCal::ShowMeter()

@@ -65,6 +65,8 @@ void FlashRunPane::LayOut()
     grdFlashPlan->setSelectionMode(QAbstractItemView::NoSelection);
     grdFlashPlan->setFocusPolicy(Qt::NoFocus);
     grdFlashPlan->setShowGrid(false);
+    grdFlashPlan->setSizeAdjustPolicy(QAbstractScrollArea::AdjustToContents);
+    grdFlashPlan->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
     grdFlashPlan->verticalHeader()->hide();
     grdFlashPlan->verticalHeader()->setMinimumSectionSize(kRowHeight);
     grdFlashPlan->verticalHeader()->setDefaultSectionSize(kRowHeight);
@@ -94,8 +96,8 @@ void FlashRunPane::LayOut()
     head->addWidget(lblFlashTitle, 1);
     head->addWidget(cboFlashTarget);
     auto* middle = new QHBoxLayout;
-    middle->addWidget(grdFlashPlan, 5);
-    middle->addWidget(lstFindings, 6);
+    middle->addWidget(grdFlashPlan);
+    middle->addWidget(lstFindings, 1);
     const int height = fontMetrics().lineSpacing() * 7;
     for (QWidget* list : std::initializer_list<QWidget*>{grdFlashPlan, lstFindings}) {
         list->setMinimumHeight(height / 2);

@@ -105,7 +105,7 @@ void frmFlash::Connect()
     connect(m_run, &FlashRunPane::ImageRead, this, &frmFlash::TakeFromGauge);
     connect(m_run, &FlashRunPane::Began, this, [this] {
         m_pages->setEnabled(false); // what is being programmed stays as it is
-        ShowActions();
+        ShowMode();
     });
     connect(m_run, &FlashRunPane::Ended, this, [this] {
         m_pages->setEnabled(true);

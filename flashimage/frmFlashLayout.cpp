@@ -93,6 +93,8 @@ QToolButton* frmFlash::Button(QAction* action, bool withText)
 QWidget* frmFlash::MakeToolbar()
 {
     auto* bar = new QWidget(this);
+    // with its words it must not keep the view wide, which loses them only once it is narrow
+    bar->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* row = new QHBoxLayout(bar);
     row->setContentsMargins(8, 6, 8, 2);
     row->setSpacing(4);
