@@ -203,6 +203,10 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
     Dress(view);
+    QTimer::singleShot(0, window, [this, window] { // a view that folded itself up needs less than at first
+        if (window->isMaximized())
+            window->setGeometry(mdiArea->viewport()->rect());
+    });
 }
 
 QList<ChildView*> frmMDI::OpenViews() const
