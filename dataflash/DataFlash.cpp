@@ -80,6 +80,7 @@ DataFlash::Operation::~Operation()
     if (!m_first)
         return;
     m_flash.m_running = false;
+    m_flash.m_journal.Release();
     if (m_shows)
         m_flash.ShowMessages();
 }
@@ -87,8 +88,7 @@ DataFlash::Operation::~Operation()
 DataFlash::DataFlash(const Links& links)
     : m_links(links),
       m_ownJournals(links.journals ? nullptr
-                                   : std::make_unique<JournalFolder>(links.state.ProgramFolder
-                                                                     + QStringLiteral("/Journal"))),
+                                   : std::make_unique<JournalFolder>(JournalPath(links.state.ProgramFolder))),
       m_journal(links.journals ? *links.journals : *m_ownJournals)
 {
 }
