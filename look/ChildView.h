@@ -33,4 +33,5 @@ signals:
     void RemainingCapacityChanged(int value);
     void ProgressChanged(int done, int of, const QString& owner);
     void StatusText(const QString& text);
+    void WantsFront(); ///< it has something to say that should not wait until somebody opens it
 };
