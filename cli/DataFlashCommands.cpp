@@ -2,7 +2,6 @@
 #include "cli/Commands.h"
 #include "cli/DataFlashSource.h"
 #include "cli/DataFlashValues.h"
-#include "cli/Interrupt.h"
 #include "cli/PendingWriteReport.h"
 #include "cli/TextTable.h"
 #include "dataflash/DataFlashDiff.h"
@@ -10,6 +9,7 @@
 #include "dataflash/GgFile.h"
 #include "dataflash/ItemText.h"
 #include "dataflash/ValueEncoding.h"
+#include "platform/Interrupt.h"
 
 #include <QJsonArray>
 

@@ -7,7 +7,6 @@
 #include "dataflash/frmDF.h"
 
 #include <QFileInfo>
-#include <QMdiSubWindow>
 #include <QMenu>
 
 #include <algorithm>
@@ -93,14 +92,6 @@ void frmDF::RunNow()
     if (m_filter.Narrows())
         ShowRows();
     ShowLocked();
-    if (m_closeAfter) {
-        m_closeAfter = false;
-        QTimer::singleShot(0, this, [this] {
-            auto* window = qobject_cast<QMdiSubWindow*>(parentWidget());
-            window ? window->close() : close();
-        });
-        return;
-    }
     order.Afterwards(report, replaced);
 }
 

@@ -117,10 +117,10 @@ FlashProgrammer& FlashDesk::Programmer()
 
 FlashOutcome FlashDesk::Read(clsSrecFlash& image)
 {
+    image.Clear();
     FlashOutcome outcome = Programmer().Read(image);
-    if (!image.DF.Empty() || !image.PF.Empty())
-        if (outcome.Ok() && m_subject.Gauge)
-            image.S0Comment = IdentityText(*m_subject.Gauge);
+    if (outcome.Bytes > 0 && m_subject.Gauge)
+        image.S0Comment = IdentityText(*m_subject.Gauge);
     return outcome;
 }
 
@@ -147,6 +147,8 @@ FlashMemory ReadFlashMemory(ProfileStore& profiles, const StartupState& state)
 QString WriteFlashMemory(ProfileStore& profiles, const StartupState& state, const FlashMemory& memory)
 {
     const QString file = state.ProgramFolder + kMemoryFile;
-    const QString problem = profiles.Write(file, kProgram, u"Verify", QString::number(memory.Verify ? 1 : 0));
-    return problem.isEmpty() ? profiles.Write(file, kFiles, u"Folder", memory.Folder) : problem;
+    const ProfileChange changes[]{
+        {QString::fromUtf16(kProgram), QStringLiteral("Verify"), QString::number(memory.Verify ? 1 : 0)},
+        {QString::fromUtf16(kFiles), QStringLiteral("Folder"), memory.Folder}};
+    return profiles.Write(file, changes);
 }

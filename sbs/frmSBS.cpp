@@ -1,5 +1,6 @@
 #include "sbs/frmSBS.h"
 
+#include "comm/BusTurn.h"
 #include "look/Controls.h"
 #include "look/Icons.h"
 #include "look/Theme.h"
@@ -15,7 +16,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
@@ -99,8 +99,17 @@ void frmSBS::Refresh()
     const std::int64_t started = m_context.time.MonotonicMs();
     const PassReport report = m_scan.ReadValues();
     m_lastPassMs = m_context.time.MonotonicMs() - started;
-    if (report.End != PassEnd::Dropped)
+    if (report.End != PassEnd::Dropped) {
         AfterPass(report);
+    } else if (ExclusiveAccess::HeldBelow()) { // by a call of somebody who may be at it again at once
+        BusTurn::Ask();
+        if (!std::exchange(m_passWaits, true))
+            QTimer::singleShot(kRetryMs, this, [this] {
+                m_passWaits = false;
+                if (!m_commandWaits)
+                    Refresh();
+            });
+    }
 }
 
 void frmSBS::AfterPass(const PassReport& report)
@@ -458,20 +467,14 @@ bool frmSBS::MayClose()
         == Answer::Yes;
 }
 
-void frmSBS::closeEvent(QCloseEvent* event)
+bool frmSBS::Leave()
 {
-    if (Busy()) {
-        Abandon();
-        event->ignore();
-        return;
-    }
-    if (!m_closing) {
-        m_closing = true;
-        tmrScan->stop();
-        StopLogging();
-        m_watch->stop();
-        m_cycle.LeaveProgram();
-        SaveFormState();
-    }
-    event->accept();
+    m_closing = true;
+    tmrScan->stop();
+    if (!m_cycle.LeaveProgram())
+        return false; // the lines do not stay on behind the view
+    StopLogging();
+    m_watch->stop();
+    SaveFormState();
+    return true;
 }
