@@ -9,6 +9,7 @@
 #include "app/frmLegend.h"
 #include "app/frmSplash.h"
 #include "app/frmTargets.h"
+#include "dataflash/JournalFiles.h"
 #include "look/Icons.h"
 #include "look/frmText.h"
 #include "platform/Interrupt.h"
@@ -124,6 +125,11 @@ void frmMDI::LoadTarget()
     LoadTargetSpecificGUI();
     m_program.ReadTargetAddress(
         ResolvePath(m_program.State().ProgramFolder, m_program.State().TargetConfigPath));
+    // a write that never ended is told of now, and not when somebody opens the editor: it comes to the front
+    if (!JournalFolder(JournalPath(m_program.State().ProgramFolder)).Names().isEmpty())
+        for (int i = 1; i < m_selector->Count(); ++i)
+            if (m_selector->Button(i).Key == QLatin1String("DF"))
+                ShowView(i, QStringLiteral("DF"));
     if (m_selector->Count() > 0)
         ShowView(0, m_selector->Button(0).Key);
 }
@@ -189,6 +195,7 @@ void frmMDI::Host(ChildView* view, const QString& title)
             [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
     connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
+    connect(view, &ChildView::WantsFront, window, [this, window] { mdiArea->setActiveSubWindow(window); });
     // a maximised child would put its own title behind the program's
     const auto setTitle = [this, window, view, title] {
         const QString own = view->windowTitle().isEmpty() ? title : view->windowTitle();
