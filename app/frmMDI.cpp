@@ -9,7 +9,10 @@
 #include "app/frmLegend.h"
 #include "app/frmSplash.h"
 #include "app/frmTargets.h"
+#include "dataflash/JournalFiles.h"
 #include "look/Icons.h"
+#include "look/frmText.h"
+#include "platform/Interrupt.h"
 #include "platform/ProgramFolder.h"
 #include "plugins/PluginCatalogue.h"
 #include "settings/TargetList.h"
@@ -17,13 +20,17 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDesktopServices>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QMenuBar>
+#include <QScopedValueRollback>
 #include <QScreen>
 #include <QUrl>
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -73,6 +80,7 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     connect(&m_theme, &Theme::Changed, this, &frmMDI::Applyskin);
     m_linkTimer->setInterval(kLinkMs);
     connect(m_linkTimer, &QTimer::timeout, this, &frmMDI::UpdateLink);
+    connect(m_linkTimer, &QTimer::timeout, this, &frmMDI::EndIfTold);
     m_linkTimer->start();
     RestoreWindowPlace();
     UpdateEmptyPage();
@@ -97,13 +105,14 @@ void frmMDI::Load()
 
 void frmMDI::Restart()
 {
-    if (!CloseViews())
+    if (m_restarting || !CloseViews())
         return;
+    const QScopedValueRollback restarting(m_restarting, true);
     m_selector->Clear();
     const bool open = m_program.OpenAdapterConnection();
     const bool detect = m_program.State().TargetConfigPath.isEmpty() && m_program.State().AutoDetectMode != 0;
     if (open && detect)
-        (void)m_program.AutoDetectTarget([this] { return AskForTarget(); });
+        (void)m_program.AutoDetectTarget([this] { return m_closing ? QString() : AskForTarget(); });
     if (open && m_program.HasTarget())
         LoadTarget();
     DebugTesting();
@@ -116,6 +125,11 @@ void frmMDI::LoadTarget()
     LoadTargetSpecificGUI();
     m_program.ReadTargetAddress(
         ResolvePath(m_program.State().ProgramFolder, m_program.State().TargetConfigPath));
+    // a write that never ended is told of now, and not when somebody opens the editor: it comes to the front
+    if (!JournalFolder(JournalPath(m_program.State().ProgramFolder)).Names().isEmpty())
+        for (int i = 1; i < m_selector->Count(); ++i)
+            if (m_selector->Button(i).Key == QLatin1String("DF"))
+                ShowView(i, QStringLiteral("DF"));
     if (m_selector->Count() > 0)
         ShowView(0, m_selector->Button(0).Key);
 }
@@ -181,6 +195,7 @@ void frmMDI::Host(ChildView* view, const QString& title)
             [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
     connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
+    connect(view, &ChildView::WantsFront, window, [this, window] { mdiArea->setActiveSubWindow(window); });
     // a maximised child would put its own title behind the program's
     const auto setTitle = [this, window, view, title] {
         const QString own = view->windowTitle().isEmpty() ? title : view->windowTitle();
@@ -195,6 +210,10 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
     Dress(view);
+    QTimer::singleShot(0, window, [this, window] { // a view that folded itself up needs less than at first
+        if (window->isMaximized())
+            window->setGeometry(mdiArea->viewport()->rect());
+    });
 }
 
 QList<ChildView*> frmMDI::OpenViews() const
@@ -212,10 +231,21 @@ ChildView* frmMDI::FrontView() const
     return window ? qobject_cast<ChildView*>(window->widget()) : nullptr;
 }
 
-bool frmMDI::ViewBusy() const
+bool frmMDI::Busy() const
 {
     const QList<ChildView*> views = OpenViews();
-    return std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
+    return m_restarting || ExclusiveAccess::HeldBelow()
+        || std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
+}
+
+bool frmMDI::MayAbandonAll()
+{
+    for (ChildView* view : OpenViews())
+        if (!view->MayAbandon()) {
+            mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(view->parentWidget()));
+            return false;
+        }
+    return true;
 }
 
 bool frmMDI::CloseViews()
@@ -228,7 +258,7 @@ bool frmMDI::CloseViews()
     }
     for (const QPointer<ChildView>& view : std::as_const(views)) {
         m_program.Access().TakeBack(); // no question opens while a plug-in has the bus
-        if (view && (view->Busy() || !view->MayClose()))
+        if (view && (view->Busy() || !view->AskToClose()))
             return false;
     }
     QList<QPointer<QMdiSubWindow>> windows;
@@ -336,6 +366,20 @@ void frmMDI::UpdateLink()
         mnuErrorLogOn->setChecked(!m_program.Usb()->ErrorLogPath().isEmpty());
 }
 
+void frmMDI::EndIfTold()
+{
+    if (!Interrupt::Asked() || std::exchange(m_told, true))
+        return;
+    StopAllLines(); // whatever a view still asks before it goes, no charger stays on behind a dead program
+    close();
+}
+
+void frmMDI::StopAllLines()
+{
+    for (ChildView* view : OpenViews())
+        view->StopLines();
+}
+
 QString frmMDI::AskForTarget()
 {
     TargetList targets(m_program.Profiles(), m_messages, m_program.State());
@@ -411,13 +455,35 @@ void frmMDI::OpenRegisterLog()
 
 void frmMDI::ShowErrorLog()
 {
-    OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/CommErr.log"));
+    constexpr qint64 kMostShown = 256 * 1024; // the newest lines of a log of months
+    const QString name = QStringLiteral("CommErr.log");
+    QFile file(m_program.State().ProgramFolder + QLatin1Char('/') + name);
+    QString text = tr("No failed bus operation is recorded. File > Communication error log > On records "
+                      "those that come.");
+    if (file.open(QIODevice::ReadOnly)) {
+        const bool all = file.size() <= kMostShown || !file.seek(file.size() - kMostShown);
+        QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        if (!all && !lines.isEmpty())
+            lines.removeFirst(); // cut in its middle
+        std::reverse(lines.begin(), lines.end());
+        if (!lines.isEmpty())
+            text = lines.join(QLatin1Char('\n'));
+    } else if (file.exists()) {
+        return m_messages.Show(QStringLiteral("Error opening file ") + name);
+    }
+    (new frmText(tr("Tarnlo - %1, newest first").arg(name), text, this))->show();
 }
 
-void frmMDI::OpenDocument(const QString& name)
+void frmMDI::ShowHelp()
 {
-    if (!QFileInfo::exists(name) || !QDesktopServices::openUrl(QUrl::fromLocalFile(name)))
-        m_messages.Show(QStringLiteral("Error opening file ") + name);
+    const QString name = m_program.State().ProgramFolder + QStringLiteral("/Documentation/Help.html");
+    if (!QFileInfo(name).isReadable())
+        return m_messages.Show(QStringLiteral("Error opening file ") + name);
+    if (!m_help)
+        m_help = new frmText(tr("Tarnlo - Help"), QUrl::fromLocalFile(name), this);
+    m_help->show();
+    m_help->raise();
+    m_help->activateWindow();
 }
 
 void frmMDI::Tile(Qt::Orientation rows)
@@ -452,8 +518,7 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::KeyPress) {
         const auto* key = static_cast<const QKeyEvent*>(event);
         if (key->key() == Qt::Key_X && key->modifiers() == (Qt::ControlModifier | Qt::ShiftModifier)) {
-            for (ChildView* view : OpenViews())
-                view->StopLines(); // in every window of the program, whatever box is open
+            StopAllLines(); // in every window of the program, whatever box is open
             return true;
         }
     }
@@ -462,17 +527,11 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event)
 
 void frmMDI::closeEvent(QCloseEvent* event)
 {
-    for (ChildView* view : OpenViews())
-        if (!view->MayLeave()) {
-            mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(view->parentWidget()));
-            event->ignore();
-            return;
-        }
-    if (!CloseViews()) {
-        // a sequence of a view is under way further down the stack: it ends after its present step, then we
-        // close
+    const bool refused = !MayAbandonAll();
+    // what is under way further down the stack ends after its present step, then we close
+    if (refused || m_restarting || ExclusiveAccess::HeldBelow() || !CloseViews()) {
         event->ignore();
-        if (ViewBusy() && !m_closing) {
+        if (Busy() && !m_closing && (!refused || m_told)) {
             m_closing = true;
             QTimer::singleShot(kRetryMs, this, [this] {
                 m_closing = false;

@@ -17,6 +17,7 @@
 #include <QTimer>
 
 class EmptyPage;
+class frmText;
 struct ToolView;
 class SelectorPane;
 class StatusPane;
@@ -69,11 +70,12 @@ private:
     void ShowErrorLog();
     void OpenTool(const ToolView& tool);
     void OpenRegisterLog();
-    void OpenDocument(const QString& name);
+    void ShowHelp();
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
     void ArrangeIcons();
+    [[nodiscard]] bool Busy() const; ///< the load, or a bus sequence, is under way further down the stack
+    [[nodiscard]] bool MayAbandonAll(); ///< else the view that must not be disturbed comes to the front
     /// @return false when a view stays open
-    [[nodiscard]] bool ViewBusy() const; ///< a sequence of a view is under way further down the stack
     bool CloseViews();
     [[nodiscard]] QList<ChildView*> OpenViews() const;
     [[nodiscard]] ChildView* FrontView() const;
@@ -81,6 +83,8 @@ private:
     void ViewActivated();
     void UpdateEmptyPage();
     void UpdateLink();
+    void EndIfTold(); ///< by a signal: a terminal that closes, a session that ends
+    void StopAllLines();
     void ApplyRoom();
     void Applyskin();
     void Dress(ChildView* view); ///< in the skin: a view is lighter than the frame around it
@@ -99,12 +103,15 @@ private:
     QMdiArea* mdiArea;
     EmptyPage* m_empty;
     QMap<QString, QPointer<QMdiSubWindow>> m_views; ///< by view key
+    QPointer<frmText> m_help;
     QTimer* m_linkTimer;
     QElapsedTimer m_busClock;
     double m_busMicroseconds = 0;
     double m_busLoad = 0;
     bool m_loaded = false;
-    bool m_closing = false;
+    bool m_told = false;
+    bool m_restarting = false;
+    bool m_closing = false; ///< as soon as nothing is under way
 
     QMenu* mnuFile = nullptr;
     QMenu* mnuView = nullptr;

@@ -107,7 +107,7 @@ void frmMDI::Dispatch(const QString& menuEntry)
 {
     // a dialog that opened in the middle of a pass would hold the pass until it closes; leaving ends the pass
     // itself
-    if (ViewBusy() && menuEntry != QLatin1String("mnuFileExit")) {
+    if (Busy() && menuEntry != QLatin1String("mnuFileExit")) {
         QTimer::singleShot(kRetryMs, this, [this, menuEntry] { Dispatch(menuEntry); });
         return;
     }
@@ -151,10 +151,7 @@ void frmMDI::Dispatch(const QString& menuEntry)
         {QStringLiteral("mnuWindowTileV"), [this] { Tile(Qt::Vertical); }},
         {QStringLiteral("mnuWindowArrange"), [this] { ArrangeIcons(); }},
         {QStringLiteral("mnuWindowNext"), [this] { mdiArea->activateNextSubWindow(); }},
-        {QStringLiteral("mnuHelpContents"),
-         [this] {
-             OpenDocument(m_program.State().ProgramFolder + QStringLiteral("/Documentation/Help.html"));
-         }},
+        {QStringLiteral("mnuHelpContents"), [this] { ShowHelp(); }},
         {QStringLiteral("mnuHelpLegend"),
          [this] {
              auto* legend = new frmLegend(this);

@@ -7,6 +7,7 @@
 #include "look/Icons.h"
 #include "look/Theme.h"
 #include "platform/ErrorList.h"
+#include "platform/Interrupt.h"
 #include "platform/ProgramFolder.h"
 #include "platform/SystemTime.h"
 
@@ -55,6 +56,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("Tarnlo"));
     QApplication::setApplicationVersion(QStringLiteral(TARNLO_VERSION));
 
+    Interrupt::Install();
     SystemTime time;
     Theme theme;
     QApplication::setWindowIcon(ThemeIcon(QStringLiteral("chip")));

@@ -9,6 +9,7 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QScopedValueRollback>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -478,6 +479,7 @@ void frmCal::ShowNote(const QString& text, bool failed)
 
 void frmCal::ShowMeter()
 {
+    const QScopedValueRollback running(m_running, true);
     const StepFacts& facts = FactsOf(Step());
     const std::optional<double> shown = BusSequence::Running() || ExclusiveAccess::HeldBelow()
         ? std::nullopt
@@ -491,6 +493,7 @@ void frmCal::ShowMeter()
 
 void frmCal::SetRunning(bool running, const QString& what)
 {
+    m_running = running;
     for (QWidget* control :
          std::initializer_list<QWidget*>{lstSteps, cmdMeasure, cmdRead, cmdRestore, cmdMeter, cmdRetry,
                                          txtReference, cboSensor, numReadings})

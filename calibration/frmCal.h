@@ -25,7 +25,7 @@ public:
     explicit frmCal(GaugeContext& context);
 
     void Applyskin() override;
-    bool Busy() const override { return m_calibration.Running(); }
+    bool Busy() const override { return m_running; }
     void Abandon() override { m_calibration.Cancel(); }
 
 private:
@@ -58,6 +58,7 @@ private:
 
     GaugeContext& m_context;
     Calibration m_calibration;
+    bool m_running = false; ///< a sequence, further down the stack
     CalibrationResult m_measured; ///< what Store would store
     bool m_canStore = false;
     std::array<Mark, kCalibrationSteps.size()> m_marks{};

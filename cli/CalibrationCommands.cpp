@@ -3,8 +3,8 @@
 #include "cli/Arguments.h"
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
-#include "cli/Interrupt.h"
 #include "cli/TextTable.h"
+#include "platform/Interrupt.h"
 
 #include <QJsonArray>
 

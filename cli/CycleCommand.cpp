@@ -2,9 +2,9 @@
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
 #include "cli/InputLines.h"
-#include "cli/Interrupt.h"
 #include "cli/RegisterSession.h"
 #include "cli/ScanReport.h"
+#include "platform/Interrupt.h"
 #include "sbs/AutoCycle.h"
 #include "sbs/AutoCycleReplay.h"
 #include "sbs/CycleRows.h"
@@ -158,7 +158,7 @@ Outcome RunCycle(CommandContext& context, const Arguments& arguments)
             break;
     }
     const CycleFacts before = cycle.Facts();
-    cycle.LeaveProgram();
+    (void)cycle.LeaveProgram(); // nothing stands in its way here
     CycleFacts facts = cycle.Facts();
     if (!before.StopReason.isEmpty())
         facts.StopReason = before.StopReason; // not that the program was left, too

@@ -2,7 +2,6 @@
 #include "cli/Commands.h"
 #include "cli/DataFlashSource.h"
 #include "cli/DataFlashValues.h"
-#include "cli/Interrupt.h"
 #include "cli/TextTable.h"
 #include "dataflash/AutoExport.h"
 #include "dataflash/DataFlashDiff.h"
@@ -10,6 +9,7 @@
 #include "dataflash/GgFile.h"
 #include "dataflash/ItemBytes.h"
 #include "dataflash/SpecialExport.h"
+#include "platform/Interrupt.h"
 #include "platform/ProgramFolder.h"
 #include "platform/SystemTime.h"
 
@@ -292,7 +292,7 @@ Outcome Automatic(CommandContext& context, const Arguments& arguments)
         }
     }
     if (done == 0 && !problem.isEmpty()) {
-        outcome.Status = ExitStatus::kNoAnswer;
+        outcome.Status = source->Flash().LastReadAllOK() ? ExitStatus::kRefused : ExitStatus::kNoAnswer;
         outcome.Error = QStringLiteral("no file was written: ") + problem;
     } else if (!problem.isEmpty()) {
         outcome.Status = ExitStatus::kRefused;

@@ -1,8 +1,8 @@
 #include "cli/DataFlashSource.h"
 
-#include "cli/Interrupt.h"
 #include "cli/PendingWriteReport.h"
 #include "dataflash/bCfgReader.h"
+#include "platform/Interrupt.h"
 #include "platform/ProgramFolder.h"
 
 #include <QFileInfo>

@@ -2,9 +2,9 @@
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
 #include "cli/ImageFile.h"
-#include "cli/Interrupt.h"
 #include "flashimage/FlashDesk.h"
 #include "flashimage/clsSrecRW.h"
+#include "platform/Interrupt.h"
 #include "sbs/clsSBSCfgRW.h"
 
 #include <QJsonArray>
@@ -47,7 +47,7 @@ bool Prepare(CommandContext& context, const Arguments& arguments, Desk& desk, Ou
                                     desk.Gauge->Access(), desk.Gauge->Time(),
                                     [](const QString& path, std::vector<FlashTarget>& targets) {
                                         TextGrid grid;
-                                        const QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
+                                        QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
                                         targets = FlashTargetsOf(grid.cells);
                                         return problem;
                                     });

@@ -1,6 +1,6 @@
 #include "cli/GaugeSession.h"
 
-#include "cli/Interrupt.h"
+#include "platform/Interrupt.h"
 #include "platform/SystemTime.h"
 #include "platform/VirtualTime.h"
 #include "plugins/HostAdapter.h"

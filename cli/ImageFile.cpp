@@ -1,7 +1,7 @@
 #include "cli/ImageFile.h"
 
 #include "cli/CommandContext.h"
-#include "cli/Interrupt.h"
+#include "platform/Interrupt.h"
 
 ReadImage ReadImageFile(CommandContext& context, const QString& path, std::uint64_t maxFill)
 {

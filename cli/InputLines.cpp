@@ -1,6 +1,6 @@
 #include "cli/InputLines.h"
 
-#include "cli/Interrupt.h"
+#include "platform/Interrupt.h"
 
 #include <QFileInfo>
 

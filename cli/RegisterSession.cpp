@@ -1,6 +1,6 @@
 #include "cli/RegisterSession.h"
 
-#include "cli/Interrupt.h"
+#include "platform/Interrupt.h"
 
 namespace {
 constexpr int kWatchMs = 50; // how long a pass over a silent bus goes on after Ctrl+C, beside the row in hand

@@ -1,9 +1,9 @@
 #include "cli/Arguments.h"
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
-#include "cli/Interrupt.h"
 #include "cli/RegisterSession.h"
 #include "cli/ScanReport.h"
+#include "platform/Interrupt.h"
 
 #include <QJsonArray>
 

@@ -1,9 +1,9 @@
 #include "cli/Arguments.h"
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
-#include "cli/Interrupt.h"
 #include "engineering/ProSettings.h"
 #include "engineering/SequenceRunner.h"
+#include "platform/Interrupt.h"
 #include "platform/WholeFile.h"
 
 #include <QJsonArray>

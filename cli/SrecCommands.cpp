@@ -2,10 +2,10 @@
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
 #include "cli/ImageFile.h"
-#include "cli/Interrupt.h"
 #include "cli/TextTable.h"
 #include "flashimage/ImageDiff.h"
 #include "flashimage/clsSrecRW.h"
+#include "platform/Interrupt.h"
 #include "platform/Sha256.h"
 
 #include <QJsonArray>

@@ -2,8 +2,8 @@
 #include "cli/CommandContext.h"
 #include "cli/CommandLine.h"
 #include "cli/Commands.h"
-#include "cli/Interrupt.h"
 #include "cli/Output.h"
+#include "platform/Interrupt.h"
 
 #include <QCoreApplication>
 

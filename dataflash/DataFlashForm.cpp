@@ -58,14 +58,11 @@ DataFlashForm LoadDataFlashForm(const TableSettings& settings)
 QString SaveDataFlashForm(TableSettings& settings, const DataFlashForm& form)
 {
     const DataFlashForm fresh;
-    QStringList problems;
+    std::vector<ProfileChange> changes;
     for (const Key& key : kKeys) {
         const QString value = key.Get(form);
-        if (settings.String(kSection, key.Name, key.Get(fresh)) == value)
-            continue;
-        const QString problem = settings.Write(kSection, key.Name, value);
-        if (!problem.isEmpty() && !problems.contains(problem))
-            problems << problem;
+        if (settings.String(kSection, key.Name, key.Get(fresh)) != value)
+            changes.push_back({kSection.toString(), QString::fromUtf16(key.Name), value});
     }
-    return problems.join(QLatin1Char('\n'));
+    return settings.Write(changes);
 }

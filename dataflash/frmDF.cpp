@@ -13,9 +13,7 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QCloseEvent>
 #include <QFileInfo>
-#include <QMdiSubWindow>
 #include <QMenu>
 
 namespace {
@@ -131,6 +129,8 @@ void frmDF::ShowMarks()
     m_tally = CountMarks(m_flash.Tree(), m_filter.Private);
     m_model->RefreshValues();
     m_classTabs->ShowMarks(m_tally);
+    if (m_bottom == Bottom::Compare)
+        m_compare->ShowMine(m_flash.Tree());
     const auto count = [this](QToolButton* button, const QString& words, int items) {
         button->setText(m_folded ? QString::number(items) : QStringLiteral("%1  %2").arg(words).arg(items));
         button->setAccessibleName(QStringLiteral("%1: %2").arg(words).arg(items));
@@ -274,7 +274,8 @@ void frmDF::SetDefaults(std::optional<int> classIndex)
     const QString where
         = classIndex ? m_flash.Tree().Classes[static_cast<std::size_t>(*classIndex)].Name : tr("all classes");
     const int changed = m_history.Do(tr("defaults of %1").arg(where), values);
-    Changed(tr("%1 defaults set in %2").arg(changed).arg(where));
+    Changed(changed == 1 ? tr("1 default set in %1").arg(where)
+                         : tr("%1 defaults set in %2").arg(changed).arg(where));
 }
 
 void frmDF::CopyItems()
@@ -330,37 +331,24 @@ void frmDF::ToggleDetails()
 bool frmDF::MayClose()
 {
     const int edits = CountMarks(m_flash.Tree(), true).All.Edited;
-    m_asked = edits == 0
+    return edits == 0
         || m_context.messages.Choose(
                (edits == 1 ? tr("1 edit of the data flash is not written to the gauge and not saved.")
                            : tr("%1 edits of the data flash are not written to the gauge and not saved.")
                                  .arg(edits)),
                {{Answer::Yes, edits == 1 ? tr("Discard 1 edit") : tr("Discard %1 edits").arg(edits)},
                 {Answer::Cancel, tr("Keep editing")}})
-            == Answer::Yes;
-    if (m_asked) // whoever asked closes at once, without a second question
-        QTimer::singleShot(0, this, [this] { m_asked = false; });
-    return m_asked;
+        == Answer::Yes;
 }
 
 void frmDF::Abandon() { CancelTransfer(); }
 
-void frmDF::closeEvent(QCloseEvent* event)
+bool frmDF::Leave()
 {
-    Abandon();
-    if (Busy()) { // ends after its present step, then the view goes
-        m_closeAfter = true;
-        event->ignore();
-        return;
-    }
-    if (!m_asked && !MayClose()) {
-        event->ignore();
-        return;
-    }
     tmrExport->stop();
     m_watch->stop();
     SaveForm();
-    event->accept();
+    return true;
 }
 
 void frmDF::Applyskin()

@@ -64,7 +64,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
+    bool Leave() override;
 
 private:
     enum class Write { Changed, All, Preserve };
@@ -189,8 +189,7 @@ private:
     };
     std::optional<Order> m_order; ///< waits for the bus, or runs
     bool m_working = false; ///< m_order runs further down the stack
-    bool m_closeAfter = false; ///< somebody closed the view in mid-sequence
-    bool m_asked = false; ///< whether edits may be lost, in this turn of the event loop
+    bool m_exportStuck = false; ///< the last automatic one wrote nothing, and a notice says so
     bool m_lookDue = false; ///< for a write that never ended, once the bus is free
     bool m_answered = false; ///< the gauge did when WatchLink last looked
     bool m_folded = false;

@@ -7,7 +7,6 @@
 #include "dataflash/frmDF.h"
 
 #include <QFileInfo>
-#include <QMdiSubWindow>
 #include <QMenu>
 
 #include <algorithm>
@@ -93,14 +92,6 @@ void frmDF::RunNow()
     if (m_filter.Narrows())
         ShowRows();
     ShowLocked();
-    if (m_closeAfter) {
-        m_closeAfter = false;
-        QTimer::singleShot(0, this, [this] {
-            auto* window = qobject_cast<QMdiSubWindow*>(parentWidget());
-            window ? window->close() : close();
-        });
-        return;
-    }
     order.Afterwards(report, replaced);
 }
 
@@ -309,7 +300,10 @@ void frmDF::LookForPendingWrite()
                 m_pending->Show(*pending);
             return TransferReport{};
         },
-        [](const TransferReport& /*report*/, int /*replaced*/) {});
+        [this](const TransferReport& /*report*/, int /*replaced*/) {
+            if (m_pending->isVisibleTo(this))
+                emit WantsFront();
+        });
 }
 
 void frmDF::FinishPending()
@@ -357,8 +351,8 @@ void frmDF::ForgetPending()
                                     {{Answer::Yes, tr("Forget the write")}, {Answer::Cancel, tr("Keep it")}});
     if (answer != Answer::Yes)
         return;
-    m_flash.ForgetPendingWrite();
-    m_pending->hide();
+    if (m_flash.ForgetPendingWrite())
+        m_pending->hide();
 }
 
 void frmDF::WatchLink()

@@ -20,9 +20,8 @@ int ViewState::Number(QStringView key, int fallback, int min, int max) const
 
 void ViewState::Keep(QStringView key, const QString& value)
 {
-    if (Text(key) == value)
-        return;
-    const QString problem = m_profiles.Write(m_file, m_section, key, value);
-    if (!problem.isEmpty())
-        m_problem = problem;
+    if (Text(key) != value)
+        m_changes.push_back({m_section, key.toString(), value});
 }
+
+QString ViewState::Save() { return m_profiles.Write(m_file, std::exchange(m_changes, {})); }

@@ -3,10 +3,10 @@
 #include "platform/ProfileFile.h"
 
 #include <QString>
-#include <QStringList>
 
-/// What a view remembers from one time to the next: keys of one section of the program settings. A value is
-/// written only where it differs from what stands there.
+#include <vector>
+
+/// What a view remembers from one time to the next: keys of one section of the program settings.
 class ViewState {
 public:
     ViewState(ProfileStore& profiles, QString file, QString section);
@@ -20,14 +20,13 @@ public:
 
     void Keep(QStringView key, const QString& value);
     void Keep(QStringView key, int value) { Keep(key, QString::number(value)); }
-    [[nodiscard]] QString Problem() const
-    {
-        return m_problem;
-    } ///< of the writes, in plain words; empty without
+    /// Writes what was kept and differs from what stands there, all at once.
+    /// @return empty, or what went wrong in plain words
+    [[nodiscard]] QString Save();
 
 private:
     ProfileStore& m_profiles;
     QString m_file;
     QString m_section;
-    QString m_problem;
+    std::vector<ProfileChange> m_changes;
 };

@@ -11,7 +11,6 @@
 #include <QApplication>
 #include <QBoxLayout>
 #include <QClipboard>
-#include <QCloseEvent>
 #include <QComboBox>
 #include <QFileInfo>
 #include <QHeaderView>
@@ -228,7 +227,7 @@ bool frmBusHealth::SaveCsv(const QString& path)
     return problem.isEmpty();
 }
 
-void frmBusHealth::RememberState()
+bool frmBusHealth::Leave()
 {
     ViewState state(m_profiles, m_state.ProgramSettingsFile, QStringLiteral("BusHealth"));
     state.Keep(u"Plot", cboPlot->currentIndex());
@@ -236,20 +235,9 @@ void frmBusHealth::RememberState()
     state.Keep(u"SortDown",
                grdHealth->horizontalHeader()->sortIndicatorOrder() == Qt::DescendingOrder ? 1 : 0);
     state.Keep(u"Splitter", QString::fromLatin1(m_down->saveState().toBase64()));
-    if (!state.Problem().isEmpty())
-        m_messages.Show(state.Problem());
-}
-
-bool frmBusHealth::MayClose()
-{
-    RememberState();
+    if (const QString problem = state.Save(); !problem.isEmpty())
+        m_messages.Show(problem);
     return true;
-}
-
-void frmBusHealth::closeEvent(QCloseEvent* event)
-{
-    RememberState();
-    event->accept();
 }
 
 void frmBusHealth::Applyskin()

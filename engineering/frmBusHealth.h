@@ -29,11 +29,10 @@ public:
     ~frmBusHealth() override;
 
     void Applyskin() override;
-    bool MayClose() override;
     bool SaveCsv(const QString& path); ///< false after a message
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
+    bool Leave() override;
 
 private:
     void LayOut();
@@ -42,7 +41,6 @@ private:
     void ShowPlot();
     void ResetCounts();
     void Copy(QChar separator);
-    void RememberState();
 
     BusHealth& m_health;
     ProfileStore& m_profiles;

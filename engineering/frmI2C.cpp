@@ -9,7 +9,6 @@
 #include "platform/WholeFile.h"
 
 #include <QCheckBox>
-#include <QCloseEvent>
 #include <QComboBox>
 #include <QFileInfo>
 #include <QGroupBox>
@@ -22,7 +21,6 @@
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTableWidget>
-#include <QTimer>
 
 #include <utility>
 
@@ -300,7 +298,8 @@ void frmI2C::SendTransfer(const Transaction& transaction)
         return;
     }
     if (sent.Kind == TransactionKind::I2CRead)
-        ShowBytes(result.Data, tr("%1, from %2 on").arg(HexNumber(*sent.Address), HexNumber(sent.Place)));
+        ShowBytes(result.Data, tr("%1, from %2 on").arg(HexNumber(*sent.Address), HexNumber(sent.Place)),
+                  static_cast<std::size_t>(sent.Place));
     ShowState(sent.Kind == TransactionKind::I2CRead
                   ? tr("%1 bytes read in %2 ms.").arg(result.Data.size()).arg(result.TookMs)
                   : tr("%1 bytes acknowledged in %2 ms. Read them back to be sure.")
@@ -464,11 +463,6 @@ void frmI2C::SetRunning(bool running)
     pbI2C->setVisible(running);
     pbI2C->setValue(0);
     emit ProgressChanged(0, 0, objectName());
-    if (!running && m_closing) {
-        m_closing = false;
-        QWidget* window = parentWidget() ? parentWidget() : this;
-        QTimer::singleShot(0, window, &QWidget::close);
-    }
 }
 
 bool frmI2C::ShowProgress(int done, int of, const QString& what)
@@ -481,12 +475,12 @@ bool frmI2C::ShowProgress(int done, int of, const QString& what)
 
 void frmI2C::ShowState(const QString& text, bool failed) { ShowNote(lblI2CState, text, failed); }
 
-void frmI2C::ShowBytes(const Bytes& bytes, const QString& from)
+void frmI2C::ShowBytes(const Bytes& bytes, const QString& from, std::size_t first)
 {
     lblDump->setText(tr("%1 bytes, %2, at %3")
                          .arg(bytes.size())
                          .arg(from, m_context.time.Now().toString(QStringLiteral("hh:mm:ss"))));
-    txtDump->setPlainText(HexDump(bytes));
+    txtDump->setPlainText(HexDump(bytes, first));
 }
 
 void frmI2C::Refuse(QLineEdit* field, const QString& problem)
@@ -498,25 +492,7 @@ void frmI2C::Refuse(QLineEdit* field, const QString& problem)
     ShowState(problem, true);
 }
 
-bool frmI2C::MayClose()
-{
-    RememberState();
-    return true;
-}
-
-void frmI2C::closeEvent(QCloseEvent* event)
-{
-    Abandon();
-    if (m_running) {
-        m_closing = true; // the step that is under way ends first
-        event->ignore();
-        return;
-    }
-    RememberState();
-    event->accept();
-}
-
-void frmI2C::RememberState()
+bool frmI2C::Leave()
 {
     ViewState state(m_context.profiles, m_context.state.ProgramSettingsFile, QStringLiteral("I2CTool"));
     state.Keep(u"Address", txtI2CAddress->text());
@@ -529,8 +505,9 @@ void frmI2C::RememberState()
     state.Keep(u"EepromWriteMs", spnWriteMs->value());
     if (!m_narrow)
         state.Keep(u"Splitter", QString::fromLatin1(m_across->saveState().toBase64()));
-    if (!state.Problem().isEmpty())
-        m_context.messages.Show(state.Problem());
+    if (const QString problem = state.Save(); !problem.isEmpty())
+        m_context.messages.Show(problem);
+    return true;
 }
 
 void frmI2C::Applyskin()

@@ -29,7 +29,6 @@ public:
     ~frmI2C() override;
 
     void Applyskin() override;
-    bool MayClose() override;
     bool Busy() const override { return m_running; }
     void Abandon() override { m_cancelled = true; }
 
@@ -40,7 +39,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
+    bool Leave() override;
 
 private:
     void LayOut();
@@ -66,14 +65,12 @@ private:
     void SetRunning(bool running);
     bool ShowProgress(int done, int of, const QString& what); ///< @return false when it was cancelled
     void ShowState(const QString& text, bool failed);
-    void ShowBytes(const Bytes& bytes, const QString& from);
+    void ShowBytes(const Bytes& bytes, const QString& from, std::size_t first = 0);
     void Refuse(QLineEdit* field, const QString& problem);
-    void RememberState();
 
     GaugeContext& m_context;
     bool m_running = false;
     bool m_cancelled = false;
-    bool m_closing = false;
     bool m_narrow = false;
 
     QPushButton* cmdScan;

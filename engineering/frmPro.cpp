@@ -10,7 +10,6 @@
 #include "platform/WholeFile.h"
 
 #include <QBoxLayout>
-#include <QCloseEvent>
 #include <QFileInfo>
 #include <QShortcut>
 #include <QSplitter>
@@ -181,7 +180,6 @@ void frmPro::NextTurn()
     }
     m_transactions->ShowState(text, m_repeat.Failures() > 0);
     ShowBusy();
-    CloseIfWanted();
 }
 
 void frmPro::AskRunSequence()
@@ -279,7 +277,6 @@ void frmPro::Run(Sequence asked, Source source, const QString& name)
                             end.Ended != SequenceEnd::How::Done);
     }
     ShowBusy();
-    CloseIfWanted();
 }
 
 void frmPro::ShowBusy()
@@ -306,37 +303,9 @@ void frmPro::Abandon()
     }
 }
 
-bool frmPro::MayClose()
-{
-    m_asked = m_sequence->LeaveChanges();
-    if (m_asked) { // whoever asked closes at once, without a second question
-        RememberState();
-        QTimer::singleShot(0, this, [this] { m_asked = false; });
-    }
-    return m_asked;
-}
+bool frmPro::MayClose() { return m_sequence->LeaveChanges(); }
 
-void frmPro::closeEvent(QCloseEvent* event)
-{
-    Abandon();
-    if (Busy()) {
-        m_closing = true; // the step that is under way ends first
-        event->ignore();
-        return;
-    }
-    event->setAccepted(m_asked || MayClose());
-}
-
-void frmPro::CloseIfWanted()
-{
-    if (m_closing && !Busy()) {
-        m_closing = false;
-        QWidget* window = parentWidget() ? parentWidget() : this;
-        QTimer::singleShot(0, window, &QWidget::close);
-    }
-}
-
-void frmPro::RememberState()
+bool frmPro::Leave()
 {
     ViewState state(m_context.profiles, m_context.state.ProgramSettingsFile, QStringLiteral("ProMode"));
     m_transactions->Remember(state);
@@ -347,8 +316,9 @@ void frmPro::RememberState()
         state.Keep(u"Splitter", QString::fromLatin1(m_across->saveState().toBase64()));
         state.Keep(u"Tab", m_tabs->currentIndex());
     }
-    if (!state.Problem().isEmpty())
-        m_context.messages.Show(state.Problem());
+    if (const QString problem = state.Save(); !problem.isEmpty())
+        m_context.messages.Show(problem);
+    return true;
 }
 
 void frmPro::SaveCsv(const QString& csv)

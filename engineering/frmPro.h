@@ -36,7 +36,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
+    bool Leave() override;
 
 private:
     enum class Source { Sequence, Access };
@@ -52,8 +52,6 @@ private:
     void ShowBusy();
     void SaveCsv(const QString& csv);
     void SaveTrace(const QByteArray& trace);
-    void RememberState();
-    void CloseIfWanted();
     [[nodiscard]] QString AddressText(const Transaction& transaction) const;
 
     GaugeContext& m_context;
@@ -64,8 +62,6 @@ private:
     SequenceRunner m_runner;
     bool m_running = false; ///< a sequence, further down the stack
     bool m_cancelled = false;
-    bool m_closing = false; ///< as soon as what runs has ended
-    bool m_asked = false; ///< whether changes may be lost, in this turn of the event loop
     bool m_narrow = false;
 
     QTimer* tmrSend;

@@ -147,6 +147,8 @@ FlashMemory ReadFlashMemory(ProfileStore& profiles, const StartupState& state)
 QString WriteFlashMemory(ProfileStore& profiles, const StartupState& state, const FlashMemory& memory)
 {
     const QString file = state.ProgramFolder + kMemoryFile;
-    const QString problem = profiles.Write(file, kProgram, u"Verify", QString::number(memory.Verify ? 1 : 0));
-    return problem.isEmpty() ? profiles.Write(file, kFiles, u"Folder", memory.Folder) : problem;
+    const ProfileChange changes[]{
+        {QString::fromUtf16(kProgram), QStringLiteral("Verify"), QString::number(memory.Verify ? 1 : 0)},
+        {QString::fromUtf16(kFiles), QStringLiteral("Folder"), memory.Folder}};
+    return profiles.Write(file, changes);
 }

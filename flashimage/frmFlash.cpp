@@ -5,7 +5,6 @@
 #include "look/Controls.h"
 
 #include <QAction>
-#include <QCloseEvent>
 #include <QCoreApplication>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -261,15 +260,9 @@ bool frmFlash::SaveFirst()
     return answer == Answer::No || (answer == Answer::Yes && m_first->Document().EditedCount() == 0);
 }
 
-bool frmFlash::MayClose()
-{
-    m_asked = SaveFirst();
-    if (m_asked) // whoever asked closes at once, without a second question
-        QTimer::singleShot(0, this, [this] { m_asked = false; });
-    return m_asked;
-}
+bool frmFlash::MayClose() { return SaveFirst(); }
 
-bool frmFlash::MayLeave()
+bool frmFlash::MayAbandon()
 {
     if (!m_run || !m_run->Programming())
         return true;
@@ -284,18 +277,12 @@ void frmFlash::Abandon()
         m_run->Stop();
 }
 
-void frmFlash::closeEvent(QCloseEvent* event)
+bool frmFlash::Leave()
 {
-    event->ignore();
-    if (!MayLeave())
-        return;
-    Abandon();
-    if (Busy() || !(m_asked || MayClose()))
-        return;
-    event->accept();
     m_memory.Verify = !m_run || m_run->Verifies();
     if (const QString problem = WriteFlashMemory(m_profiles, m_state, m_memory); !problem.isEmpty())
         m_messages.Show(problem);
+    return true;
 }
 
 // ---- what is on the screen ----

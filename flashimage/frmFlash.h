@@ -34,7 +34,7 @@ public:
     QList<QMenu*> Menus() const override { return {mnuEdit, mnuImage}; }
     QList<QAction*> FileActions() const override { return {actOpen, actSave, actSaveAs}; }
     bool MayClose() override;
-    bool MayLeave() override;
+    bool MayAbandon() override;
     bool Busy() const override { return m_reading || m_looking || (m_run && m_run->Running()); }
     void Abandon() override;
 
@@ -44,7 +44,7 @@ public:
     bool SaveTo(const QString& path);
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
+    bool Leave() override;
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
@@ -111,7 +111,6 @@ private:
     bool m_reading = false; ///< a file; its progress lets events run
     bool m_cancelReading = false;
     bool m_looking = false; ///< at the gauge's mode; events run meanwhile, and the bus is held
-    bool m_asked = false;
 
     ImagePane* m_first;
     ImagePane* m_second;

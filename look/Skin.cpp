@@ -116,13 +116,10 @@ Skin LoadSkinColours(ProfileStore& profiles, const QString& skinFile, const QStr
 
 QString SaveSkin(ProfileStore& profiles, const QString& skinFile, const QString& skinName, const Skin& skin)
 {
-    for (const SkinKey& key : kSkinKeys) {
-        const QString problem = profiles.Write(skinFile, skinName, QString::fromLatin1(key.name),
-                                               QString::number(skin.*key.value));
-        if (!problem.isEmpty())
-            return problem;
-    }
-    return {};
+    std::vector<ProfileChange> changes;
+    for (const SkinKey& key : kSkinKeys)
+        changes.push_back({skinName, QString::fromLatin1(key.name), QString::number(skin.*key.value)});
+    return profiles.Write(skinFile, changes);
 }
 
 Rgb SkinColour(const Skin& skin, const SkinKey& key)

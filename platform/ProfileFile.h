@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
@@ -91,6 +92,13 @@ private:
     std::size_t m_used = 0;
 };
 
+/// A key and what it becomes.
+struct ProfileChange {
+    QString Section;
+    QString Key;
+    QString Value;
+};
+
 /// All settings files of a run: each is parsed once, and again only when it changed on disk. Paths may be as
 /// written in a settings file: "\" and other letter case are mapped when the path itself is not there.
 class ProfileStore {
@@ -109,6 +117,8 @@ public:
     /// @return empty, or what went wrong in plain words with the file's name
     [[nodiscard]] QString Write(const QString& path, QStringView section, QStringView key,
                                 const QString& value);
+    /// The same for several keys of one file: all of them, or none.
+    [[nodiscard]] QString Write(const QString& path, std::span<const ProfileChange> changes);
     [[nodiscard]] QString Remove(const QString& path, QStringView section,
                                  QStringView key); ///< empty key: section
 

@@ -100,15 +100,24 @@ std::int32_t ProfileStore::Integer(const QString& path, QStringView section, QSt
 
 QString ProfileStore::Write(const QString& path, QStringView section, QStringView key, const QString& value)
 {
-    if (!ProfileFile::CanHold(section, key, value))
-        return QStringLiteral(
-                   "%1 cannot hold key \"%2\" of section \"%3\": names and values stand on one line, "
-                   "and names have no blanks around them, no \"]\" or \"=\" inside and no \";\" or \"[\" in "
-                   "front")
-            .arg(path, key, section);
+    const ProfileChange change{section.toString(), key.toString(), value};
+    return Write(path, std::span(&change, 1));
+}
+
+QString ProfileStore::Write(const QString& path, std::span<const ProfileChange> changes)
+{
     Entry& entry = Fresh(path);
     ProfileFile changed = entry.file;
-    changed.Set(section, key, value);
+    for (const ProfileChange& change : changes) {
+        if (!ProfileFile::CanHold(change.Section, change.Key, change.Value))
+            return QStringLiteral(
+                       "%1 cannot hold key \"%2\" of section \"%3\": names and values stand on one line, "
+                       "and names have no blanks around them, no \"]\" or \"=\" inside and no \";\" or \"[\" "
+                       "in "
+                       "front")
+                .arg(path, change.Key, change.Section);
+        changed.Set(change.Section, change.Key, change.Value);
+    }
     return Save(entry, std::move(changed));
 }
 

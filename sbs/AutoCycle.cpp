@@ -151,10 +151,11 @@ void AutoCycle::StopAndSwitchOff(const QString& reason)
     SwitchOffIfWanted();
 }
 
-void AutoCycle::LeaveProgram()
+bool AutoCycle::LeaveProgram()
 {
-    if (m_running || LinesOn() || m_linesInDoubt)
+    if (m_running || LinesOn() || m_linesInDoubt || m_offWanted)
         StopAndSwitchOff(QStringLiteral("The program was left."));
+    return !m_offWanted && !Working();
 }
 
 void AutoCycle::SetRelaxState(Direction towards)

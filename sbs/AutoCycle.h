@@ -67,7 +67,9 @@ public:
     /// Ends the run and switches both lines off, now or as soon as the bus sequence further down ends.
     void StopAndSwitchOff(const QString& reason);
     /// Switches off what may be on. Call before the adapter is closed.
-    void LeaveProgram();
+    /// @return false while a line operation or a bus sequence further down the stack is in the way: call
+    /// again when that has ended
+    [[nodiscard]] bool LeaveProgram();
 
     /// The pack rests, and goes towards the direction after that direction's relaxation time.
     void SetRelaxState(Direction towards);

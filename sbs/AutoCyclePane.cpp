@@ -3,13 +3,13 @@
 #include "look/Controls.h"
 #include "look/Icons.h"
 #include "look/Theme.h"
+#include "look/frmText.h"
 #include "platform/ProgramFolder.h"
 #include "platform/WholeFile.h"
 #include "sbs/CycleRows.h"
 #include "sbs/PhaseStrip.h"
 #include "sbs/RowTexts.h"
 #include "sbs/frmAutoCycle.h"
-#include "sbs/frmText.h"
 
 #include <QPainter>
 #include <QTimer>

@@ -1,6 +1,7 @@
 #include "sbs/AutoCycleSettings.h"
 
 #include <array>
+#include <vector>
 
 namespace {
 
@@ -48,13 +49,10 @@ AutoCycleSettings LoadAutoCycleSettings(const TableSettings& settings, std::int3
 QString SaveAutoCycleSettings(TableSettings& settings, const AutoCycleSettings& before,
                               const AutoCycleSettings& now)
 {
-    for (const Key& key : kKeys) {
-        if (before.*key.field == now.*key.field)
-            continue;
-        QString problem
-            = settings.Write(kSection, QString::fromLatin1(key.name), QString::number(now.*key.field));
-        if (!problem.isEmpty())
-            return problem;
-    }
-    return {};
+    std::vector<ProfileChange> changes;
+    for (const Key& key : kKeys)
+        if (before.*key.field != now.*key.field)
+            changes.push_back(
+                {kSection.toString(), QString::fromLatin1(key.name), QString::number(now.*key.field)});
+    return settings.Write(changes);
 }

@@ -39,33 +39,31 @@ QString ScanKey(std::size_t row) { return QStringLiteral("%1ScanRow").arg(row); 
 
 QString LogKey(std::size_t row) { return QStringLiteral("%1LogRow").arg(row); }
 
-/// Writes only what differs from what stands there: each write saves a file whole.
+/// Collects what differs from what stands there, so that a file is saved once whatever has changed.
 class Saver {
 public:
-    explicit Saver(TableSettings& settings) : m_settings(settings) { }
+    explicit Saver(const TableSettings& settings) : m_settings(settings) { }
 
     void Integer(QStringView section, QStringView key, std::int32_t fallback, std::int32_t value)
     {
         if (m_settings.Integer(section, key, fallback) != value)
-            Write(section, key, value);
+            Change(section, key, value);
     }
     void Switch(QStringView section, QStringView key, bool fallback, bool on)
     {
         if ((m_settings.Integer(section, key, fallback ? 1 : 0) != 0) != on)
-            Write(section, key, on ? 1 : 0);
+            Change(section, key, on ? 1 : 0);
     }
-    [[nodiscard]] QString Problems() const { return m_problems.join(u'\n'); }
+    [[nodiscard]] const std::vector<ProfileChange>& Changes() const { return m_changes; }
 
 private:
-    void Write(QStringView section, QStringView key, std::int32_t value)
+    void Change(QStringView section, QStringView key, std::int32_t value)
     {
-        const QString problem = m_settings.Write(section, key, QString::number(value));
-        if (!problem.isEmpty() && !m_problems.contains(problem))
-            m_problems << problem;
+        m_changes.push_back({section.toString(), key.toString(), QString::number(value)});
     }
 
-    TableSettings& m_settings;
-    QStringList m_problems;
+    const TableSettings& m_settings;
+    std::vector<ProfileChange> m_changes;
 };
 
 } // namespace
@@ -95,7 +93,7 @@ QString SaveFormState(TableSettings& settings, const FormState& form)
         saver.Switch(kScanSection, ScanKey(row), true, form.Scan[row]);
     for (std::size_t row = 0; row < form.Log.size(); ++row)
         saver.Switch(kLogSection, LogKey(row), true, form.Log[row]);
-    return saver.Problems();
+    return settings.Write(saver.Changes());
 }
 
 QString GetSBSCfgFilename(const TableSettings& settings)

@@ -16,7 +16,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
@@ -468,20 +467,14 @@ bool frmSBS::MayClose()
         == Answer::Yes;
 }
 
-void frmSBS::closeEvent(QCloseEvent* event)
+bool frmSBS::Leave()
 {
-    if (Busy()) {
-        Abandon();
-        event->ignore();
-        return;
-    }
-    if (!m_closing) {
-        m_closing = true;
-        tmrScan->stop();
-        StopLogging();
-        m_watch->stop();
-        m_cycle.LeaveProgram();
-        SaveFormState();
-    }
-    event->accept();
+    m_closing = true;
+    tmrScan->stop();
+    if (!m_cycle.LeaveProgram())
+        return false; // the lines do not stay on behind the view
+    StopLogging();
+    m_watch->stop();
+    SaveFormState();
+    return true;
 }

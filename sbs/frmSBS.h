@@ -57,7 +57,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
+    bool Leave() override;
 
 private:
     void Pause() override;

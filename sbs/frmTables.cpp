@@ -15,7 +15,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QTimer>
@@ -86,24 +85,12 @@ bool frmTables::LeaveChanges()
     return answer == Answer::No || (answer == Answer::Yes && Save());
 }
 
-bool frmTables::MayClose()
-{
-    m_asked = LeaveChanges();
-    if (m_asked) // whoever asked closes at once, without a second question
-        QTimer::singleShot(0, this, [this] { m_asked = false; });
-    return m_asked;
-}
+bool frmTables::MayClose() { return LeaveChanges(); }
 
 void frmTables::Abandon()
 {
     if (m_waiting)
         EndReading();
-}
-
-void frmTables::closeEvent(QCloseEvent* event)
-{
-    Abandon();
-    event->setAccepted(!m_reading && (m_asked || MayClose()));
 }
 
 void frmTables::AskOpen()

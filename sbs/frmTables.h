@@ -40,7 +40,6 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
 
 private:
     void LayOut();
@@ -107,7 +106,6 @@ private:
     int m_column = 0; ///< current one, kept while rows come and go
     bool m_reading = false;
     bool m_waiting = false; ///< for the bus, between two tries of a read
-    bool m_asked = false; ///< whether changes may be lost, in this turn of the event loop
 
     QWidget* m_toolbar = nullptr;
     QComboBox* cboKind;

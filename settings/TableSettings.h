@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <span>
 
 /// The keys of the register view and the auto-cycle ([SBS], [SBSScan], [SBSLog], [SBSGUI], [SBSFlags],
 /// [FuelGauge], [CustomMod], [AutoCycle]) in their two files: a key is looked up in the target's file when a
@@ -20,6 +21,8 @@ public:
     [[nodiscard]] std::int32_t Integer(QStringView section, QStringView key, std::int32_t fallback) const;
     /// @return empty, or what went wrong in plain words with the file's name
     [[nodiscard]] QString Write(QStringView section, QStringView key, const QString& value);
+    /// The same for several keys; each file that they go to is saved once.
+    [[nodiscard]] QString Write(std::span<const ProfileChange> changes);
     /// Where the tables and the documents that go with them lie.
     [[nodiscard]] const QString& ProgramFolder() const { return m_state.ProgramFolder; }
 

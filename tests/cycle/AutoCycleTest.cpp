@@ -250,7 +250,7 @@ TEST_P(LineFaults, LeaveNoLineOnThatIsBelievedOff)
     for (const int rem : {0, 100, 50})
         StepAfter(2000, Pack(rem));
     EXPECT_EQ(cycle.Facts().Running, !forGood || failAt == 5);
-    cycle.LeaveProgram();
+    EXPECT_TRUE(cycle.LeaveProgram());
     EXPECT_EQ(lines.On() && !cycle.Facts().LinesInDoubt, false);
     EXPECT_EQ(cycle.Facts().LinesInDoubt, forGood && failAt > 1);
     EXPECT_EQ(messages.texts.value(0).contains(QStringLiteral("may still be on")), forGood && failAt > 1);
@@ -286,6 +286,17 @@ TEST_F(AutoCycleTest, StopWhileTheBusIsHeldWaitsForItsEnd)
     lines.busy = false;
     cycle.Watch();
     EXPECT_FALSE(lines.charger);
+}
+
+TEST_F(AutoCycleTest, LeavingIsNotDoneWhileALineMayBeOn)
+{
+    ChargeFirst();
+    lines.busy = true;
+    EXPECT_FALSE(cycle.LeaveProgram());
+    lines.busy = false;
+    lines.onCall = [&] { EXPECT_FALSE(cycle.LeaveProgram()); };
+    EXPECT_TRUE(cycle.LeaveProgram());
+    EXPECT_FALSE(lines.On());
 }
 
 TEST_F(AutoCycleTest, LineLevelSwitchesOffAndRelaxes)

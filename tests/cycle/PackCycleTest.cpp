@@ -45,7 +45,7 @@ TEST_P(PackCycle, ChargesAndDischargesTheSimulatedPack)
         ASSERT_TRUE(cycle.Facts().Running) << cycle.Facts().StopReason.toStdString();
     }
     EXPECT_EQ(cycle.History().Cycles(), 2) << cycle.Facts().Why.toStdString();
-    cycle.LeaveProgram();
+    EXPECT_TRUE(cycle.LeaveProgram());
     std::int16_t level = 1;
     for (const std::int16_t line : std::array<std::int16_t, 2>{0, 1}) {
         ErrorCode err = ErrorCode::Ok;

@@ -196,6 +196,8 @@ TEST_F(ProfileStoreTest, KeepsTheOldFileWhenAWriteIsRefused)
     for (const auto& key : {Q(""), Q("a=b"), Q(";a"), Q("[a"), Q(" a")})
         EXPECT_NE(store.Write(ansi, u"s", key, Q("1")), QString());
     EXPECT_NE(store.Write(ansi, u"s]", u"k", Q("1")), QString());
+    const ProfileChange oneOfThemBad[]{{Q("s"), Q("k"), Q("1")}, {Q("s"), Q("a=b"), Q("1")}};
+    EXPECT_NE(store.Write(ansi, oneOfThemBad), QString());
     EXPECT_EQ(ReadWhole(ansi).bytes, "[s]\nk=\xE4\n");
 
     EXPECT_NE(store.Write(Path("missing/folder.ini"), u"s", u"k", Q("1")), QString());

@@ -224,7 +224,7 @@ private:
     void Close()
     {
         m_time.onEvents = nullptr;
-        m_bench.cycle.LeaveProgram(); // whatever the plug-in holds
+        EXPECT_TRUE(m_bench.cycle.LeaveProgram()); // whatever the plug-in holds
         m_plugin.GiveBack();
         EXPECT_FALSE(m_bench.cycle.Facts().Running);
         EXPECT_TRUE(m_messages.toldOfDoubt || !(LineIsHigh(0) || LineIsHigh(1)))

@@ -103,7 +103,7 @@ private:
     void Close()
     {
         m_view->Abandon();
-        if (m_view->Busy() || !m_view->MayClose() || !m_view)
+        if (m_view->Busy() || !m_view->AskToClose() || !m_view)
             return QCoreApplication::processEvents();
         m_view->close();
         delete m_view;

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-/// SIGINT, SIGTERM and SIGHUP ask the running command to end; the second one ends the program at once.
+/// SIGINT, SIGTERM and SIGHUP ask the running command or program to end; the second one ends it at once.
 namespace Interrupt {
 void Install();
 [[nodiscard]] const std::atomic<bool>& Flag();
