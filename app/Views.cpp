@@ -6,7 +6,7 @@
 #include "engineering/frmI2C.h"
 #include "engineering/frmPro.h"
 #include "flashimage/frmFlash.h"
-#include "look/Theme.h"
+#include "look/Controls.h"
 #include "plugins/LoadedDataFlash.h"
 #include "plugins/PluginCatalogue.h"
 #include "plugins/frmPlugin.h"
@@ -16,7 +16,6 @@
 #include "sbs/frmTables.h"
 
 #include <QLabel>
-#include <QVBoxLayout>
 
 #include <array>
 
@@ -30,15 +29,8 @@ public:
         setObjectName(QStringLiteral("frmMissing"));
         auto* head = new QLabel(title, this);
         head->setObjectName(QStringLiteral("lblMissingTitle"));
-        head->setFont(Theme::Current().Font(Type::State));
         auto* why = new QLabel(text, this);
-        why->setWordWrap(true);
-        why->setAlignment(Qt::AlignHCenter);
-        auto* column = new QVBoxLayout(this);
-        column->addStretch(1);
-        column->addWidget(head, 0, Qt::AlignHCenter);
-        column->addWidget(why);
-        column->addStretch(2);
+        LayOutEmptyState(this, head, why);
     }
 };
 
@@ -58,7 +50,7 @@ constexpr std::array kFactories{
 QString LoadFlashTargets(const QString& path, std::vector<FlashTarget>& targets)
 {
     TextGrid grid;
-    const QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
+    QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
     targets = FlashTargetsOf(grid.cells);
     return problem;
 }

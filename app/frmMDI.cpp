@@ -9,6 +9,7 @@
 #include "app/frmLegend.h"
 #include "app/frmSplash.h"
 #include "app/frmTargets.h"
+#include "dataflash/JournalFiles.h"
 #include "look/Icons.h"
 #include "look/frmText.h"
 #include "platform/Interrupt.h"
@@ -124,6 +125,11 @@ void frmMDI::LoadTarget()
     LoadTargetSpecificGUI();
     m_program.ReadTargetAddress(
         ResolvePath(m_program.State().ProgramFolder, m_program.State().TargetConfigPath));
+    // a write that never ended is told of now, and not when somebody opens the editor: it comes to the front
+    if (!JournalFolder(JournalPath(m_program.State().ProgramFolder)).Names().isEmpty())
+        for (int i = 1; i < m_selector->Count(); ++i)
+            if (m_selector->Button(i).Key == QLatin1String("DF"))
+                ShowView(i, QStringLiteral("DF"));
     if (m_selector->Count() > 0)
         ShowView(0, m_selector->Button(0).Key);
 }
@@ -189,6 +195,7 @@ void frmMDI::Host(ChildView* view, const QString& title)
             [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
     connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
+    connect(view, &ChildView::WantsFront, window, [this, window] { mdiArea->setActiveSubWindow(window); });
     // a maximised child would put its own title behind the program's
     const auto setTitle = [this, window, view, title] {
         const QString own = view->windowTitle().isEmpty() ? title : view->windowTitle();
@@ -202,7 +209,11 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(view, &QWidget::windowTitleChanged, window, setTitle, Qt::QueuedConnection);
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
-    view->Applyskin();
+    Dress(view);
+    QTimer::singleShot(0, window, [this, window] { // a view that folded itself up needs less than at first
+        if (window->isMaximized())
+            window->setGeometry(mdiArea->viewport()->rect());
+    });
 }
 
 QList<ChildView*> frmMDI::OpenViews() const
@@ -225,6 +236,16 @@ bool frmMDI::Busy() const
     const QList<ChildView*> views = OpenViews();
     return m_restarting || ExclusiveAccess::HeldBelow()
         || std::any_of(views.begin(), views.end(), [](const ChildView* view) { return view->Busy(); });
+}
+
+bool frmMDI::MayAbandonAll()
+{
+    for (ChildView* view : OpenViews())
+        if (!view->MayAbandon()) {
+            mdiArea->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(view->parentWidget()));
+            return false;
+        }
+    return true;
 }
 
 bool frmMDI::CloseViews()
@@ -507,10 +528,11 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event)
 
 void frmMDI::closeEvent(QCloseEvent* event)
 {
+    const bool refused = !MayAbandonAll();
     // what is under way further down the stack ends after its present step, then we close
-    if (m_restarting || ExclusiveAccess::HeldBelow() || !CloseViews()) {
+    if (refused || m_restarting || ExclusiveAccess::HeldBelow() || !CloseViews()) {
         event->ignore();
-        if (Busy() && !m_closing) {
+        if (Busy() && !m_closing && (!refused || m_told)) {
             m_closing = true;
             QTimer::singleShot(kRetryMs, this, [this] {
                 m_closing = false;
@@ -548,8 +570,15 @@ void frmMDI::Applyskin()
     m_status->Applyskin();
     m_empty->Applyskin();
     for (ChildView* view : OpenViews())
-        view->Applyskin();
+        Dress(view);
     SetFont();
+}
+
+void frmMDI::Dress(ChildView* view)
+{
+    view->setAutoFillBackground(true);
+    view->setPalette(WindowPalette(m_theme.Colours()));
+    view->Applyskin();
 }
 
 void frmMDI::SaveWindowPlace()

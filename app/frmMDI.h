@@ -74,6 +74,7 @@ private:
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
     void ArrangeIcons();
     [[nodiscard]] bool Busy() const; ///< the load, or a bus sequence, is under way further down the stack
+    [[nodiscard]] bool MayAbandonAll(); ///< else the view that must not be disturbed comes to the front
     /// @return false when a view stays open
     bool CloseViews();
     [[nodiscard]] QList<ChildView*> OpenViews() const;
@@ -86,6 +87,7 @@ private:
     void StopAllLines();
     void ApplyRoom();
     void Applyskin();
+    void Dress(ChildView* view); ///< in the skin: a view is lighter than the frame around it
     void SaveWindowPlace();
     void RestoreWindowPlace();
 

@@ -1,6 +1,7 @@
 // A word read through the command layer, beside the start of one process on the same machine in the same run.
 
 #include "comm/adapters/AdapterFunnel.h"
+#include "comm/adapters/WatchedAdapter.h"
 #include "comm/frmUSB.h"
 #include "platform/SystemTime.h"
 
@@ -35,11 +36,9 @@ public:
     Answer Ask(const QString& /*text*/, Answers /*offered*/) override { return Answer::No; }
 };
 
-void WordRead(benchmark::State& state)
+void ReadWords(benchmark::State& state, SystemTime& time, Pc61vRW& driver)
 {
-    SystemTime time;
     Silent messages;
-    NullAdapter driver(time);
     frmUSB usb(driver, time, messages, QString());
     usb.EnableErrorLog(); // so that the check for a line to log is the one of a logged run
     for ([[maybe_unused]] auto step : state) {
@@ -51,7 +50,26 @@ void WordRead(benchmark::State& state)
         benchmark::DoNotOptimize(word);
     }
 }
+
+void WordRead(benchmark::State& state)
+{
+    SystemTime time;
+    NullAdapter driver(time);
+    ReadWords(state, time, driver);
+}
 BENCHMARK(WordRead);
+
+/// With the counters of the bus health, and with the bus monitor on or off: what watching costs is the
+/// difference.
+void WatchedWordRead(benchmark::State& state)
+{
+    SystemTime time;
+    BusWatch watch;
+    watch.Monitor.Watch(state.range(0) != 0);
+    WatchedAdapter driver(std::make_unique<NullAdapter>(time), time, watch);
+    ReadWords(state, time, driver);
+}
+BENCHMARK(WatchedWordRead)->ArgName("monitor")->Arg(0)->Arg(1);
 
 void OneProcess(benchmark::State& state)
 {

@@ -43,7 +43,7 @@ DataFlashTree MakeTree()
 
 QString MakeFile(const QTemporaryDir& folder, const DataFlashTree& tree)
 {
-    const QString path = folder.filePath(QStringLiteral("bench.gg"));
+    QString path = folder.filePath(QStringLiteral("bench.gg"));
     QStringList warnings;
     if (!ExportDF(tree, kDevice, QStringLiteral("now"), path, warnings).isEmpty() || !warnings.isEmpty())
         std::abort();

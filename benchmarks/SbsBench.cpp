@@ -51,7 +51,7 @@ public:
 void SubstituteAndEvaluate29(benchmark::State& state)
 {
     RawValue raw = 0;
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         for (int row = 0; row < kRows; ++row) {
             // every factor is an expression, none is a bare x
             const QString factor = QString::fromRawData(reinterpret_cast<const QChar*>(u"x*2.5+(x-7)/3"), 13);
@@ -64,11 +64,12 @@ BENCHMARK(SubstituteAndEvaluate29)->Unit(benchmark::kMicrosecond);
 void ConvertAndFormat29(benchmark::State& state)
 {
     std::vector<std::pair<QString, QString>> rows;
+    rows.reserve(kRows);
     for (int row = 0; row < kRows; ++row)
         rows.emplace_back(QString::fromUtf16(kKinds[row % 5].factor),
                           QString::fromUtf16(kKinds[row % 5].format));
     RawValue raw = 0;
-    for (auto step : state)
+    for ([[maybe_unused]] auto step : state)
         for (const auto& [factor, format] : rows)
             benchmark::DoNotOptimize(
                 FormatValue(ApplyFactor(raw++ & 0x7FFF, ReadStyle::SMBusWord, factor), format));
@@ -102,7 +103,7 @@ void ScanPass29(benchmark::State& state)
     ScanEngine engine(reader, access, time, messages, errors, tables);
     engine.Reset({});
     double seconds = 0;
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         const auto start = std::chrono::steady_clock::now();
         if (engine.ReadValues().Answered != kRows)
             state.SkipWithError("a read failed");
@@ -135,7 +136,7 @@ void HistoryColumns2000(benchmark::State& state)
     const ValueHistory& history = LongHistory();
     const std::int64_t end = history.TimeMs(kPasses - 1) + 1;
     const std::int64_t from = end - end / 1'000'000 * state.range(0);
-    for (auto step : state)
+    for ([[maybe_unused]] auto step : state)
         benchmark::DoNotOptimize(history.Columns(0, from, end, 2000));
     state.counters["bytes_per_value"]
         = (static_cast<double>(history.MemoryBytes()) - 8.0 * kPasses) / static_cast<double>(kPasses);
@@ -152,7 +153,7 @@ void HistoryAppend29(benchmark::State& state)
     ValueHistory history(kRows);
     std::vector<double> values(kRows);
     std::int64_t pass = 0;
-    for (auto step : state) {
+    for ([[maybe_unused]] auto step : state) {
         values.assign(kRows, static_cast<double>(pass % 5000) / 10);
         history.Append(pass++ * 2000, values);
     }

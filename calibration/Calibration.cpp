@@ -332,7 +332,7 @@ void Calibration::Compute(CalibrationResult& result) const
         noisy(kMostOffsetNoise * old.CurrentGain());
         if (why.isEmpty() && std::abs(seen.Mean - reference) > kMostIdleMa)
             why = QStringLiteral("a current flows. Switch charger and load off.");
-        if (why.isEmpty() && std::abs(counts) > 127)
+        if (why.isEmpty() && !(std::abs(counts) <= 127)) // no number, where the gain is 0
             why = QStringLiteral(
                 "the offset is too large for its place. Calibrate the current offset first.");
         if (why.isEmpty())

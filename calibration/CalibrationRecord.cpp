@@ -74,7 +74,7 @@ QString AppendCalibrationRecord(const QString& folder, const QDateTime& time, co
     line[QStringLiteral("time")] = time.toString(Qt::ISODate);
     line[QStringLiteral("pack")] = pack.ToJson();
     QString path;
-    const QString problem = AppendRecordLine(folder, SerialText(pack), line, path);
+    QString problem = AppendRecordLine(folder, SerialText(pack), line, path);
     if (problem.isEmpty())
         file = path;
     return problem;

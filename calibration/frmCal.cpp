@@ -9,7 +9,6 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QScopedValueRollback>
-#include <QScrollArea>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -96,6 +95,8 @@ QWidget* frmCal::MakeStepPane()
     lstSteps = Named(new QListWidget(this), "lstSteps");
     lstSteps->setAccessibleName(tr("Steps"));
     lstSteps->setFixedWidth(kStepsWidth);
+    lstSteps->setIconSize({kIcon, kIcon});
+    lstSteps->setSpacing(2);
     for (const CalibrationStep step : kCalibrationSteps)
         lstSteps->addItem(FactsOf(step).Name);
     return lstSteps;
@@ -126,6 +127,8 @@ QWidget* frmCal::MakeGuidePane()
     connect(txtReference, &QLineEdit::textEdited, this, [this] {
         txtReference->setProperty("refused", false);
         txtReference->update();
+        if (m_canStore)
+            ShowStep(); // what was measured with another reference no longer counts
     });
     lblUnit = Named(new QLabel(pane), "lblUnit");
     cmdMeter = Command("cmdMeter", "sim", {}, tr("Take over what the simulated bench's meter shows"),
@@ -206,30 +209,21 @@ QWidget* frmCal::MakeGuidePane()
     for (QLabel* label : {lblGuide, lblChange, lblPlan})
         label->setMaximumWidth(kGuideWidth);
 
-    auto* scroll = new QScrollArea(this); // of a low window
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setWidget(pane);
-    return scroll;
+    m_scroll = new QScrollArea(this); // of a low window
+    m_scroll->setWidgetResizable(true);
+    m_scroll->setFrameShape(QFrame::NoFrame);
+    m_scroll->setWidget(pane);
+    return m_scroll;
 }
 
 QWidget* frmCal::MakeProblemPage()
 {
     auto* page = new QWidget(this);
     auto* title = new QLabel(tr("This gauge cannot be calibrated now"), page);
-    title->setFont(Theme::Current().Font(Type::State));
     lblProblem = Wrapped(page, "lblProblem");
-    lblProblem->setAlignment(Qt::AlignHCenter);
-    lblProblem->setMaximumWidth(kGuideWidth);
-    lblProblem->setMinimumWidth(kGuideWidth / 2);
     cmdRetry = Command("cmdRetry", "refresh", tr("Try again"), tr("Read the gauge's calibration again"),
                        &frmCal::ReadStatus);
-    auto* column = new QVBoxLayout(page);
-    column->addStretch(1);
-    column->addWidget(title, 0, Qt::AlignHCenter);
-    column->addWidget(lblProblem, 0, Qt::AlignHCenter);
-    column->addWidget(cmdRetry, 0, Qt::AlignHCenter);
-    column->addStretch(2);
+    LayOutEmptyState(page, title, lblProblem, {cmdRetry});
     return page;
 }
 
@@ -382,7 +376,9 @@ void frmCal::ShowStep()
     lblPlan->clear();
     ShowNote({}, false);
     cmdStore->setEnabled(false);
-    ShowMeter();
+    // later: it asks the bench, which lets events run, and the next key must not move the list in the middle
+    // of this one
+    QTimer::singleShot(0, this, &frmCal::ShowMeter);
 }
 
 void frmCal::ShowPack(const Calibration::Status& status)
@@ -474,6 +470,8 @@ void frmCal::ShowNote(const QString& text, bool failed)
         text.isEmpty() ? QPixmap()
                        : IconPixmap(failed ? QStringLiteral("warn") : QStringLiteral("ok"), kIcon,
                                     ToColour(failed ? colours.Failed : colours.Good), devicePixelRatioF()));
+    if (!text.isEmpty()) // once it has its place
+        QTimer::singleShot(0, this, [this] { m_scroll->ensureWidgetVisible(lblNote, 0, 0); });
 }
 
 void frmCal::ShowMeter()

@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QTableWidget>
@@ -63,6 +64,7 @@ private:
     std::array<Mark, kCalibrationSteps.size()> m_marks{};
 
     QStackedWidget* m_pages;
+    QScrollArea* m_scroll;
     QLabel* lblPack;
     QListWidget* lstSteps;
     QLabel* lblStep;

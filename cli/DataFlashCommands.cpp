@@ -46,23 +46,36 @@ std::vector<ItemPlace> Chosen(const DataFlashTree& tree, const Arguments& argume
     return places;
 }
 
+/// Names the first part of the place that the configuration does not have, and what it has there.
 Outcome NoSuchPlace(const DataFlashTree& tree, const Arguments& arguments)
 {
+    const auto refused = [](const QString& what, const QStringList& names) {
+        return Refused(QStringLiteral("%1; there are: %2. \"tarnlo-cli df info\" lists everything")
+                           .arg(what, names.join(QStringLiteral(", "))));
+    };
+    const QString className = arguments.Text(QStringLiteral("class"));
+    const QString subClassName = arguments.Text(QStringLiteral("subclass"));
     QStringList names;
     for (const DataClass& dataClass : tree.Classes) {
-        if (!Same(dataClass.Name, arguments.Text(QStringLiteral("class")))) {
-            names << dataClass.Name;
+        names << dataClass.Name;
+        if (!Same(dataClass.Name, className))
             continue;
+        QStringList subNames;
+        for (const SubClass& subClass : dataClass.SubClasses) {
+            subNames << QStringLiteral("%1 (%2)").arg(subClass.Name).arg(subClass.Id);
+            if (!Same(subClass.Name, subClassName) && !Same(QString::number(subClass.Id), subClassName))
+                continue;
+            QStringList items;
+            for (const DataItem& item : subClass.Items)
+                items << item.Name;
+            return refused(QStringLiteral("subclass %1 has no item \"%2\"")
+                               .arg(subNames.back(), arguments.Text(QStringLiteral("item"))),
+                           items);
         }
-        names.clear();
-        for (const SubClass& subClass : dataClass.SubClasses)
-            names << subClass.Name;
-        break;
+        return refused(QStringLiteral("class %1 has no subclass \"%2\"").arg(dataClass.Name, subClassName),
+                       subNames);
     }
-    return Refused(
-        QStringLiteral("the configuration has no such place; there are: %1; \"tarnlo-cli df info\" lists "
-                       "everything")
-            .arg(names.join(QStringLiteral(", "))));
+    return refused(QStringLiteral("the configuration has no class \"%1\"").arg(className), names);
 }
 
 const SubClass& SubClassAt(const DataFlashTree& tree, const ItemPlace& at)
@@ -183,7 +196,7 @@ Outcome Read(CommandContext& context, const Arguments& arguments)
 /// A question of a write that passes a limit; without an answer it is not written.
 bool Accepted(CommandContext& context, const QString& why)
 {
-    return context.Messages.Ask(why + QStringLiteral(" Write it anyway?"), Answer::Yes | Answer::No)
+    return context.Messages.Ask(why + QStringLiteral(". Write it anyway?"), Answer::Yes | Answer::No)
         == Answer::Yes;
 }
 
@@ -303,16 +316,27 @@ Outcome Recover(CommandContext& context, const Arguments& arguments)
             flash.Cancel();
     });
     watch.start(kWatchMs);
-    const std::optional<PendingWrite> pending = flash.FindPendingWrite();
+    QString unclear;
+    const std::optional<PendingWrite> pending = flash.FindPendingWrite(&unclear);
     outcome.Json = {{QStringLiteral("pending"), pending ? QJsonValue(PendingJson(*pending)) : QJsonValue()}};
+    if (!pending && !unclear.isEmpty()) {
+        const std::optional<PackIdentity> pack = flash.ReadPack();
+        outcome.Status = pack && pack->Known() ? ExitStatus::kRefused : ExitStatus::kNoAnswer;
+        outcome.Error
+            = QStringLiteral("it cannot be told whether a write to this pack is unfinished: ") + unclear;
+        return outcome;
+    }
     if (!pending) {
         outcome.Text = QStringLiteral("There is no unfinished write to the pack on the bus.");
         return outcome;
     }
     outcome.Text = PendingText(*pending);
     if (forget) {
-        flash.ForgetPendingWrite();
-        outcome.Text = QStringLiteral("Forgotten; the gauge was left as it is.");
+        if (!flash.ForgetPendingWrite())
+            outcome.Status = ExitStatus::kRefused;
+        outcome.Text = outcome.Status == ExitStatus::kDone
+            ? QStringLiteral("Forgotten; the gauge was left as it is.")
+            : QStringLiteral("Not forgotten.");
     } else if (finish || rollBack) {
         const TransferReport report = finish ? flash.FinishPendingWrite() : flash.RollBackPendingWrite();
         if (report.Result != DataFlashResult::kOk) {

@@ -292,7 +292,7 @@ Outcome Automatic(CommandContext& context, const Arguments& arguments)
         }
     }
     if (done == 0 && !problem.isEmpty()) {
-        outcome.Status = ExitStatus::kNoAnswer;
+        outcome.Status = source->Flash().LastReadAllOK() ? ExitStatus::kRefused : ExitStatus::kNoAnswer;
         outcome.Error = QStringLiteral("no file was written: ") + problem;
     } else if (!problem.isEmpty()) {
         outcome.Status = ExitStatus::kRefused;

@@ -100,6 +100,12 @@ QString AskBefore(CommandContext& context, const GgImport& import, const DataFla
     const auto agreed = [&](const QString& question) {
         return context.Messages.Ask(question, Answer::Yes | Answer::No) == Answer::Yes;
     };
+    if (write && import.LooksCut // and what it still holds may be half of a value
+        && !agreed(
+            QStringLiteral("The last line of the file has no end: it may be cut. Write it all the same?")))
+        return QStringLiteral(
+            "the last line of the file has no end, so it may be cut (--yes writes it; a line "
+            "end behind it says that it is whole)");
     if (write && !import.Refused.empty()
         && !agreed(QStringLiteral("%1. Write the others?").arg(RefusedText(import, tree))))
         return RefusedText(import, tree);
@@ -254,9 +260,10 @@ private:
             return Fail(outcome, failed.Status, failed.Error);
         }
         outcome.Json[QStringLiteral("written")] = m_record.Changed;
-        outcome.Text += QStringLiteral("\n%1 items written%2. Backup: %3")
-                            .arg(m_record.Changed)
-                            .arg(verify ? QStringLiteral(" and verified") : QString(), backup.File);
+        outcome.Text += QStringLiteral("\n%1 written%2. Backup: %3")
+                            .arg(m_record.Changed == 1 ? QStringLiteral("1 item")
+                                                       : QStringLiteral("%1 items").arg(m_record.Changed),
+                                 verify ? QStringLiteral(" and verified") : QString(), backup.File);
         return outcome;
     }
 

@@ -1,6 +1,7 @@
 #include "cli/Arguments.h"
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
+#include "cli/ImageFile.h"
 #include "flashimage/FlashDesk.h"
 #include "flashimage/clsSrecRW.h"
 #include "platform/Interrupt.h"
@@ -46,7 +47,7 @@ bool Prepare(CommandContext& context, const Arguments& arguments, Desk& desk, Ou
                                     desk.Gauge->Access(), desk.Gauge->Time(),
                                     [](const QString& path, std::vector<FlashTarget>& targets) {
                                         TextGrid grid;
-                                        const QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
+                                        QString problem = clsSBSCfgRW().PopulateSrecTarget(grid, path);
                                         targets = FlashTargetsOf(grid.cells);
                                         return problem;
                                     });
@@ -103,14 +104,14 @@ void StopWhenAsked(FlashProgrammer& programmer)
     };
 }
 
-bool ReadImage(CommandContext& context, const QString& path, clsSrecFlash& image, Outcome& failed)
+/// @return false for a file with problems: bytes may be missing in what it gave
+bool TakeImage(CommandContext& context, const QString& path, clsSrecFlash& image, Outcome& failed)
 {
-    clsSrecRW reader(context.Messages);
-    if (reader.ReadSrec(path, image))
-        return true;
-    failed = Refused(reader.Problems().empty() ? QStringLiteral("%1 is not there").arg(path)
-                                               : reader.Problems().front().Text);
-    return false;
+    ReadImage read = ReadImageFile(context, path);
+    image = std::move(read.Image);
+    if (!read.Error.isEmpty())
+        failed = Refused(read.Error + QStringLiteral("; nothing was sent"));
+    return read.Error.isEmpty();
 }
 
 Outcome FlashMode(CommandContext& context, const Arguments& arguments)
@@ -143,7 +144,7 @@ Outcome FlashRead(CommandContext& context, const Arguments& arguments)
     clsSrecFlash image;
     const FlashOutcome ended = desk.At->Read(image);
     outcome = Ended(ended);
-    if (!ended.Ok())
+    if (ended.Bytes == 0) // else it was read, whatever the firmware did afterwards
         return outcome;
     clsSrecRW writer(context.Messages);
     const QString problem = writer.WriteSrec(arguments.Text(QStringLiteral("file")), image);
@@ -157,7 +158,7 @@ Outcome FlashProgram(CommandContext& context, const Arguments& arguments)
                                .Data = !arguments.On(QStringLiteral("leave_data"))};
     Outcome outcome;
     clsSrecFlash image;
-    if (!ReadImage(context, arguments.Text(QStringLiteral("file")), image, outcome))
+    if (!TakeImage(context, arguments.Text(QStringLiteral("file")), image, outcome))
         return outcome;
     if (arguments.On(QStringLiteral("leave_instruction")))
         image.PFMode = ProgramMode::kLeave;
@@ -206,7 +207,7 @@ Outcome FlashVerify(CommandContext& context, const Arguments& arguments)
     Outcome outcome;
     clsSrecFlash image;
     Desk desk;
-    if (!ReadImage(context, arguments.Text(QStringLiteral("file")), image, outcome)
+    if (!TakeImage(context, arguments.Text(QStringLiteral("file")), image, outcome)
         || !Prepare(context, arguments, desk, outcome))
         return outcome;
     if (!desk.At->Target())

@@ -1,6 +1,7 @@
 #include "cli/Arguments.h"
 #include "cli/CommandContext.h"
 #include "cli/Commands.h"
+#include "cli/ImageFile.h"
 #include "cli/TextTable.h"
 #include "flashimage/ImageDiff.h"
 #include "flashimage/clsSrecRW.h"
@@ -23,6 +24,12 @@ const ArgumentSpec kMaxFill{"--max-fill",
                             false,
                             0,
                             kMostFillMiB};
+
+std::uint64_t MaxFill(const Arguments& arguments)
+{
+    return static_cast<std::uint64_t>(arguments.Number(QStringLiteral("max_fill"), clsSrecRW::kMaxFill >> 20))
+        << 20;
+}
 
 struct NamedRegion {
     QString Key;
@@ -47,38 +54,6 @@ QString Printable(QString text)
     std::replace_if(
         text.begin(), text.end(), [](QChar c) { return !c.isPrint(); }, QLatin1Char('.'));
     return text;
-}
-
-/// An image as a file gave it, with what was wrong.
-struct ReadImage {
-    clsSrecFlash Image;
-    std::vector<SrecProblem> Problems;
-    std::int64_t BadLines = 0;
-    QString Error; ///< empty when there was no problem
-    bool OfTheFile = false; ///< the problem is not one of single lines: there is no image to go on with
-};
-
-ReadImage Read(CommandContext& context, const Arguments& arguments, const QString& path)
-{
-    CliMessages said(true, CliMessages::Questions::Unanswered);
-    clsSrecRW reader(said);
-    reader.SetMaxFill(static_cast<std::uint64_t>(arguments.Number(QStringLiteral("max_fill"), 64)) << 20);
-    reader.SetProgress([](std::int64_t /*done*/, std::int64_t /*of*/) { return !Interrupt::Asked(); });
-    ReadImage read;
-    if (reader.ReadSrec(path, read.Image))
-        return read;
-    read.Problems = reader.Problems();
-    read.BadLines = reader.BadLines();
-    read.OfTheFile = read.Problems.front().Line == 0;
-    if (read.OfTheFile) { // its message is the error
-        read.Error = read.Problems.front().Text;
-        return read;
-    }
-    for (const QString& message : said.Take())
-        context.Messages.Show(message);
-    read.Error = read.BadLines == 1 ? QStringLiteral("%1 has a bad line").arg(path)
-                                    : QStringLiteral("%1 has %2 bad lines").arg(path).arg(read.BadLines);
-    return read;
 }
 
 QJsonArray ErrorsOf(const ReadImage& read)
@@ -141,7 +116,7 @@ Outcome Describe(const ReadImage& read, bool withHashes)
 
 Outcome Info(CommandContext& context, const Arguments& arguments)
 {
-    const ReadImage read = Read(context, arguments, arguments.Text(QStringLiteral("file")));
+    const ReadImage read = ReadImageFile(context, arguments.Text(QStringLiteral("file")), MaxFill(arguments));
     if (read.OfTheFile)
         return Refused(read.Error);
     Outcome outcome = Describe(read, true);
@@ -152,7 +127,7 @@ Outcome Info(CommandContext& context, const Arguments& arguments)
 
 Outcome Write(CommandContext& context, const Arguments& arguments)
 {
-    const ReadImage read = Read(context, arguments, arguments.Text(QStringLiteral("in")));
+    const ReadImage read = ReadImageFile(context, arguments.Text(QStringLiteral("in")), MaxFill(arguments));
     if (read.OfTheFile)
         return Refused(read.Error);
     Outcome outcome = Describe(read, false);
@@ -189,8 +164,8 @@ KindNames NamesOf(DiffRange::Kind kind)
 
 Outcome Diff(CommandContext& context, const Arguments& arguments)
 {
-    const ReadImage a = Read(context, arguments, arguments.Text(QStringLiteral("a")));
-    const ReadImage b = Read(context, arguments, arguments.Text(QStringLiteral("b")));
+    const ReadImage a = ReadImageFile(context, arguments.Text(QStringLiteral("a")), MaxFill(arguments));
+    const ReadImage b = ReadImageFile(context, arguments.Text(QStringLiteral("b")), MaxFill(arguments));
     for (const ReadImage* read : {&a, &b})
         if (read->OfTheFile)
             return Refused(read->Error);

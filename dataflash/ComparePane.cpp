@@ -165,6 +165,16 @@ void ComparePane::Show(ValueOffers offers, const DataFlashTree& tree)
     grdCompare->setFocus();
 }
 
+void ComparePane::ShowMine(const DataFlashTree& tree)
+{
+    for (int row = 0; row < grdCompare->rowCount(); ++row) {
+        ValueOffers::Offer& offer = m_offers.Offers[static_cast<std::size_t>(row)];
+        const DataItem& item = ItemAt(tree, offer.Place);
+        if (item.Value != offer.Mine)
+            grdCompare->setItem(row, kMine, Value(item, offer.Mine = item.Value));
+    }
+}
+
 void ComparePane::Count()
 {
     const int ticked = m_offers.Ticked();

@@ -19,6 +19,7 @@ public:
     [[nodiscard]] const ValueOffers& Offers() const { return m_offers; }
     void SetLocked(bool on);
     void GoOn(bool forward); ///< next or previous difference
+    void ShowMine(const DataFlashTree& tree); ///< the values on screen, after an edit or a read
 
 signals:
     void Take();

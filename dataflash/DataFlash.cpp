@@ -52,6 +52,8 @@ QString CodeText(std::int32_t code)
         return QStringLiteral("an item has no value that can be written");
     case DataFlashResult::kNoJournal:
         return QStringLiteral("the journal could not be saved");
+    case Number(ErrorCode::Timeout):
+        return QStringLiteral("the adapter or the gauge did not answer in time");
     default:
         return ErrorCodeToText(static_cast<ErrorCode>(static_cast<std::int16_t>(code)));
     }
@@ -78,6 +80,7 @@ DataFlash::Operation::~Operation()
     if (!m_first)
         return;
     m_flash.m_running = false;
+    m_flash.m_journal.Release();
     if (m_shows)
         m_flash.ShowMessages();
 }
@@ -85,8 +88,7 @@ DataFlash::Operation::~Operation()
 DataFlash::DataFlash(const Links& links)
     : m_links(links),
       m_ownJournals(links.journals ? nullptr
-                                   : std::make_unique<JournalFolder>(links.state.ProgramFolder
-                                                                     + QStringLiteral("/Journal"))),
+                                   : std::make_unique<JournalFolder>(JournalPath(links.state.ProgramFolder))),
       m_journal(links.journals ? *links.journals : *m_ownJournals)
 {
 }
@@ -672,6 +674,14 @@ TransferReport DataFlash::Write(const std::vector<SubClassPlace>& places, bool a
             report.Result = Number(ErrorCode::UserCancelled);
         ProgressEnds();
         report.Text = Summary(report, QStringLiteral("Wrote"));
+        const auto reached = [](const TransferReport::Entry& entry) {
+            return entry.What == TransferReport::Fate::Failed
+                || entry.What == TransferReport::Fate::NotVerified;
+        };
+        if (report.Result != 0 && !m_cancel && std::ranges::none_of(report.Entries, reached)) {
+            report.Text.chop(1); // before the first or after the last subclass, so that none is named
+            report.Text += QStringLiteral(": %1.").arg(CodeText(report.Result));
+        }
         return report;
     };
     bool begun = false;
@@ -803,7 +813,7 @@ bool DataFlash::Ping()
         std::int16_t minor = 0;
         ErrorCode err = ErrorCode::Ok;
         m_links.usb.GetHX5100Version(major, minor, err);
-        if (!Failed(err))
+        if (!Failed(err) || err == ErrorCode::IncorrectParam) // a bus without a version of its own answers so
             m_links.usb.CheckForError(err);
         if (!Failed(err))
             return true;

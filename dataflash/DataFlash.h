@@ -157,12 +157,13 @@ public:
 
     /// Compares the gauge with the journal of a write that never ended. Nothing when there is none for the
     /// pack on the bus; without any journal the bus is not touched. Needs no loaded configuration.
-    [[nodiscard]] std::optional<PendingWrite> FindPendingWrite();
+    /// @param unclear  why nothing does not mean that there is none, such as a pack that does not answer
+    [[nodiscard]] std::optional<PendingWrite> FindPendingWrite(QString* unclear = nullptr);
     /// Writes what is not new yet, or what is not old any more, and verifies it. The journal goes when all of
     /// it took. Values on the screen are then out of date: LastReadAllOK is false.
     TransferReport FinishPendingWrite();
     TransferReport RollBackPendingWrite();
-    void ForgetPendingWrite();
+    bool ForgetPendingWrite(); ///< @return false after a message: it is not forgotten
 
 private:
     struct Message {
@@ -231,7 +232,7 @@ private:
     std::int32_t Send(SubClassTransfer& transfer, const Outgoing& out);
     std::int32_t BeginJournal(const std::vector<Outgoing>& writes);
     void EndJournal(const std::vector<Outgoing>& writes);
-    [[nodiscard]] std::optional<JournalContent> OpenJournal();
+    [[nodiscard]] std::optional<JournalContent> OpenJournal(QString* unclear = nullptr);
     void WalkWrites(SubClassTransfer& transfer, std::vector<Outgoing>& writes, TransferReport& report);
 
     // parts of operations; each takes the bus and gives it back

@@ -148,6 +148,15 @@ void DataFlashGrid::currentChanged(const QModelIndex& current, const QModelIndex
         emit CurrentChanged();
 }
 
+/// A row that the program goes to is the only one selected. The base class would look at the keyboard, where
+/// the Ctrl or Shift of a shortcut (undo, find previous) is still held, and add the row to the selection.
+QItemSelectionModel::SelectionFlags DataFlashGrid::selectionCommand(const QModelIndex& index,
+                                                                    const QEvent* event) const
+{
+    return event ? QTreeView::selectionCommand(index, event)
+                 : QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows;
+}
+
 void DataFlashGrid::drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const
 {
     if (!index.parent().isValid()) { // the fold mark stands on its row's own colour

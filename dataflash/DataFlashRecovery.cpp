@@ -40,27 +40,36 @@ std::optional<PackIdentity> DataFlash::ReadPack()
     return ReadPackIdentity(m_links.usb, m_links.state.TargetAddress);
 }
 
-std::optional<JournalContent> DataFlash::OpenJournal()
+std::optional<JournalContent> DataFlash::OpenJournal(QString* unclear)
 {
     QStringList problems;
-    std::optional<JournalContent> content
-        = m_journal.Open(ReadPackIdentity(m_links.usb, m_links.state.TargetAddress), problems);
+    const PackIdentity pack = ReadPackIdentity(m_links.usb, m_links.state.TargetAddress);
+    std::optional<JournalContent> content = m_journal.Open(pack, problems);
     for (const QString& problem : problems)
         Say(problem);
+    if (unclear && !pack.Known())
+        *unclear = QStringLiteral("The pack on the bus does not say who it is.");
+    else if (unclear)
+        *unclear = problems.join(QLatin1Char('\n'));
     return content;
 }
 
-std::optional<PendingWrite> DataFlash::FindPendingWrite()
+std::optional<PendingWrite> DataFlash::FindPendingWrite(QString* unclear)
 {
+    const auto unknown = [unclear](const QString& why) {
+        if (unclear)
+            *unclear = why;
+        return std::nullopt;
+    };
     const Operation operation(*this);
-    if (!operation || !m_journal.Any())
+    if (!operation)
+        return unknown(AlreadyRunning().Text);
+    if (!m_journal.Any())
         return std::nullopt;
     const BusSequence bus(m_links.access, kOwner);
-    if (!bus) {
-        (void)Busy({});
-        return std::nullopt;
-    }
-    const std::optional<JournalContent> content = OpenJournal();
+    if (!bus)
+        return unknown(Busy({}).Text);
+    const std::optional<JournalContent> content = OpenJournal(unclear);
     if (!content)
         return std::nullopt;
     PendingWrite pending;
@@ -96,19 +105,22 @@ TransferReport DataFlash::RollBackPendingWrite()
     return operation ? Recover(false) : AlreadyRunning();
 }
 
-void DataFlash::ForgetPendingWrite()
+bool DataFlash::ForgetPendingWrite()
 {
     const Operation operation(*this);
-    if (!operation || !m_journal.Any())
-        return;
+    if (!operation)
+        return false;
     const BusSequence bus(m_links.access, kOwner);
     if (!bus) {
         (void)Busy({});
-        return;
+        return false;
     }
-    if (OpenJournal())
-        if (const QString problem = m_journal.Forget(); !problem.isEmpty())
-            Say(problem);
+    if (!OpenJournal())
+        return false;
+    const QString problem = m_journal.Forget();
+    if (!problem.isEmpty())
+        Say(problem);
+    return problem.isEmpty();
 }
 
 SubClassPlace DataFlash::PlaceOf(std::uint16_t id) const

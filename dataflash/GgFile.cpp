@@ -215,7 +215,8 @@ GgImport ParseGg(const QByteArray& bytes, const DataFlashTree& tree, const QStri
 {
     GgImport import;
     const bool wide = bytes.startsWith("\xFF\xFE");
-    if (!wide && !bytes.endsWith('\n') && !bytes.endsWith('\r'))
+    import.LooksCut = !wide && !bytes.endsWith('\n') && !bytes.endsWith('\r');
+    if (import.LooksCut)
         import.Warnings << QStringLiteral("the last line has no end: the file may be cut, and its last value "
                                           "with it");
     Reading reading(tree, import);

@@ -33,6 +33,7 @@ struct GgImport {
     QStringList Missing; ///< the fixed texts "Missing value: ..."
     QStringList Unknown; ///< "section key" that the target does not have; the first kListed
     int UnknownCount = 0;
+    bool LooksCut = false; ///< the last line has no end
     QStringList Warnings; ///< what stands twice, where the file looks cut; the first kListed
     [[nodiscard]] bool Ok() const { return Error.isEmpty(); }
     /// Every item was found and taken: nothing is missing and nothing refused.

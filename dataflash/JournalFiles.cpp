@@ -45,3 +45,28 @@ QString JournalFolder::Remove(const QString& name)
     return file.remove() ? QString()
                          : QStringLiteral("%1 could not be removed: %2").arg(Path(name), file.errorString());
 }
+
+QString JournalFolder::Lock(const QString& name)
+{
+    m_lock.reset();
+    QDir().mkpath(m_folder);
+    auto lock = std::make_unique<QLockFile>(Path(name) + QStringLiteral(".lock"));
+    lock->setStaleLockTime(0); // only the end of its program frees it, however long a write takes
+    if (lock->tryLock(0)) {
+        m_lock = std::move(lock);
+        return {};
+    }
+    if (lock->error() != QLockFile::LockFailedError)
+        return {}; // a folder that takes no lock takes no journal either, and that says why
+    qint64 process = 0;
+    QString host;
+    QString program;
+    lock->getLockInfo(&process, &host, &program);
+    return QStringLiteral("%1, process %2, is writing to this pack just now, or to one that says the same of "
+                          "itself. Try again when it has ended; its journal %3 is left alone.")
+        .arg(program.isEmpty() ? QStringLiteral("Another program") : program)
+        .arg(process)
+        .arg(name);
+}
+
+QString JournalPath(const QString& programFolder) { return programFolder + QStringLiteral("/Journal"); }

@@ -182,7 +182,7 @@ JournalContent ParseJournal(const QByteArray& bytes, QString& error)
     return content;
 }
 
-std::optional<JournalContent> WriteJournal::Open(const PackIdentity& pack, QStringList& problems)
+void WriteJournal::Find(const PackIdentity& pack, QStringList& problems)
 {
     m_name.clear();
     m_content = {};
@@ -200,21 +200,46 @@ std::optional<JournalContent> WriteJournal::Open(const PackIdentity& pack, QStri
             m_content = std::move(content);
         }
     }
+}
+
+/// Finds the pack's journal and keeps other programs away from it.
+/// @return empty, or which program has it
+QString WriteJournal::Hold(const PackIdentity& pack, QStringList& problems)
+{
+    Find(pack, problems);
+    if (m_name.isEmpty())
+        return {};
+    QString problem = m_files.Lock(m_name);
+    if (problem.isEmpty()) {
+        QStringList again;
+        Find(pack, again); // whoever had it until now may have gone on or ended it
+    } else {
+        m_name.clear();
+    }
+    return problem;
+}
+
+std::optional<JournalContent> WriteJournal::Open(const PackIdentity& pack, QStringList& problems)
+{
+    if (const QString problem = Hold(pack, problems); !problem.isEmpty())
+        problems << problem;
     return m_name.isEmpty() ? std::nullopt : std::optional(m_content);
 }
 
 QString WriteJournal::Begin(JournalContent content)
 {
     QStringList problems; // were told when somebody looked for a pending write
-    const std::optional<JournalContent> before = Open(content.Pack, problems);
-    if (before) {
+    if (const QString problem = Hold(content.Pack, problems); !problem.isEmpty())
+        return problem;
+    if (!m_name.isEmpty()) {
+        const JournalContent& before = m_content;
         for (JournalContent::Entry& entry : content.Entries) {
-            const JournalContent::Entry* left = before->Find(entry.Id);
+            const JournalContent::Entry* left = before.Find(entry.Id);
             if (left && left->Old.size() == entry.Old.size() && entry.Old != left->Old
                 && entry.Old != left->New)
                 entry.Old = left->Old;
         }
-        for (const JournalContent::Entry& left : before->Entries)
+        for (const JournalContent::Entry& left : before.Entries)
             if (!content.Find(left.Id))
                 content.Entries.push_back(left);
     } else {
@@ -223,6 +248,10 @@ QString WriteJournal::Begin(JournalContent content)
         m_name = name + kEnding;
         for (int i = 2; taken.contains(m_name, Qt::CaseInsensitive); ++i)
             m_name = QStringLiteral("%1-%2").arg(name).arg(i) + kEnding;
+        if (const QString problem = m_files.Lock(m_name); !problem.isEmpty()) {
+            m_name.clear();
+            return problem;
+        }
     }
     m_content = std::move(content);
     return Save();

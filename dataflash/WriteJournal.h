@@ -44,7 +44,8 @@ public:
     explicit WriteJournal(JournalFiles& files) : m_files(files) { }
 
     [[nodiscard]] bool Any() { return !m_files.Names().isEmpty(); }
-    /// The newest journal of this pack; a file that cannot be read is named in problems and left alone.
+    /// The newest journal of this pack, held until Release. A file that cannot be read, or that another
+    /// program is at work with, is named in problems and left alone.
     [[nodiscard]] std::optional<JournalContent> Open(const PackIdentity& pack, QStringList& problems);
     /// On the disk when it returns. What an earlier write to this pack left unfinished is taken over: its
     /// subclasses stay in the journal, and a torn one keeps the old image of before.
@@ -56,8 +57,11 @@ public:
     /// These subclasses are as they should be; the file goes when nothing else is left in it.
     [[nodiscard]] QString End(const std::vector<std::uint16_t>& ids);
     [[nodiscard]] QString Forget(); ///< of the opened or begun one
+    void Release() { m_files.Unlock(); } ///< other programs may have it; the file stays
 
 private:
+    void Find(const PackIdentity& pack, QStringList& problems);
+    [[nodiscard]] QString Hold(const PackIdentity& pack, QStringList& problems);
     [[nodiscard]] QString Save();
     JournalFiles& m_files;
     QString m_name; ///< empty: none

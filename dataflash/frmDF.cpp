@@ -129,6 +129,8 @@ void frmDF::ShowMarks()
     m_tally = CountMarks(m_flash.Tree(), m_filter.Private);
     m_model->RefreshValues();
     m_classTabs->ShowMarks(m_tally);
+    if (m_bottom == Bottom::Compare)
+        m_compare->ShowMine(m_flash.Tree());
     const auto count = [this](QToolButton* button, const QString& words, int items) {
         button->setText(m_folded ? QString::number(items) : QStringLiteral("%1  %2").arg(words).arg(items));
         button->setAccessibleName(QStringLiteral("%1: %2").arg(words).arg(items));
@@ -272,7 +274,8 @@ void frmDF::SetDefaults(std::optional<int> classIndex)
     const QString where
         = classIndex ? m_flash.Tree().Classes[static_cast<std::size_t>(*classIndex)].Name : tr("all classes");
     const int changed = m_history.Do(tr("defaults of %1").arg(where), values);
-    Changed(tr("%1 defaults set in %2").arg(changed).arg(where));
+    Changed(changed == 1 ? tr("1 default set in %1").arg(where)
+                         : tr("%1 defaults set in %2").arg(changed).arg(where));
 }
 
 void frmDF::CopyItems()

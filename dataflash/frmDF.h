@@ -189,6 +189,7 @@ private:
     };
     std::optional<Order> m_order; ///< waits for the bus, or runs
     bool m_working = false; ///< m_order runs further down the stack
+    bool m_exportStuck = false; ///< the last automatic one wrote nothing, and a notice says so
     bool m_lookDue = false; ///< for a write that never ended, once the bus is free
     bool m_answered = false; ///< the gauge did when WatchLink last looked
     bool m_folded = false;

@@ -160,13 +160,16 @@ void frmDF::TakeOffers()
     if (m_filter.Narrows())
         ShowRows();
     Changed(title);
-    m_notice->Show(
-        NoticeBar::Kind::Note,
-        tr("%1: %2 values taken. They stand on screen only until they are written.").arg(title).arg(taken),
-        tr("Undo"), [this] {
-            m_notice->Clear();
-            Undo();
-        });
+    m_notice->Show(NoticeBar::Kind::Note,
+                   (taken == 1
+                        ? tr("%1: 1 value taken. It stands on screen only until it is written.").arg(title)
+                        : tr("%1: %2 values taken. They stand on screen only until they are written.")
+                              .arg(title)
+                              .arg(taken)),
+                   tr("Undo"), [this] {
+                       m_notice->Clear();
+                       Undo();
+                   });
 }
 
 void frmDF::OpenConfiguration()
@@ -254,7 +257,12 @@ void frmDF::ExportTick()
                 m_notice->Show(NoticeBar::Kind::Caution, tr("Automatic export: %1").arg((*result)->Problem));
             else if (!(*result)->Warnings.isEmpty())
                 NoteExport((*result)->File, {}, (*result)->Warnings);
+            else if (m_exportStuck)
+                m_notice->Show(
+                    NoticeBar::Kind::Good,
+                    tr("Automatic export: it goes on with %1.").arg(QFileInfo((*result)->File).fileName()));
             else
                 emit StatusText(tr("Exported to %1").arg(QFileInfo((*result)->File).fileName()));
+            m_exportStuck = !(*result)->Problem.isEmpty();
         });
 }

@@ -9,7 +9,6 @@
 #include "look/Controls.h"
 #include "look/ElidedLabel.h"
 #include "look/Icons.h"
-#include "look/Theme.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
@@ -191,20 +190,12 @@ QWidget* frmDF::MakeEmptyPage()
 {
     auto* page = new QWidget(this);
     auto* title = Named(new QLabel(tr("No data-flash configuration"), page), "lblEmptyConfiguration");
-    title->setFont(Theme::Current().Font(Type::State));
     lblEmptyText = Named(new QLabel(page), "lblEmptyConfigurationText");
-    lblEmptyText->setWordWrap(true);
-    lblEmptyText->setAlignment(Qt::AlignHCenter);
     auto* open
         = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open a configuration..."), page),
                 "cmdOpenConfiguration");
     connect(open, &QPushButton::clicked, this, [this] { OpenConfiguration(); });
-    auto* column = new QVBoxLayout(page);
-    column->addStretch(1);
-    column->addWidget(title, 0, Qt::AlignHCenter);
-    column->addWidget(lblEmptyText);
-    column->addWidget(open, 0, Qt::AlignHCenter);
-    column->addStretch(2);
+    LayOutEmptyState(page, title, lblEmptyText, {open});
     return page;
 }
 
@@ -289,12 +280,7 @@ void frmDF::ConnectPanes()
 QAction* frmDF::Add(QMenu* menu, const char* name, const QString& text, const char* icon,
                     const QKeySequence& shortcut, void (frmDF::*does)())
 {
-    auto* action = Named(new QAction(text, this), name);
-    if (icon)
-        action->setIcon(ThemeIcon(QLatin1String(icon)));
-    action->setShortcut(shortcut);
-    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    addAction(action); // the shortcut works while the view is in front, wherever the entry stands
+    QAction* action = ViewAction(this, name, text, icon, shortcut);
     if (menu)
         menu->addAction(action);
     connect(action, &QAction::triggered, this, [this, does] { (this->*does)(); });

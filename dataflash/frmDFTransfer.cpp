@@ -300,7 +300,10 @@ void frmDF::LookForPendingWrite()
                 m_pending->Show(*pending);
             return TransferReport{};
         },
-        [](const TransferReport& /*report*/, int /*replaced*/) {});
+        [this](const TransferReport& /*report*/, int /*replaced*/) {
+            if (m_pending->isVisibleTo(this))
+                emit WantsFront();
+        });
 }
 
 void frmDF::FinishPending()
@@ -348,8 +351,8 @@ void frmDF::ForgetPending()
                                     {{Answer::Yes, tr("Forget the write")}, {Answer::Cancel, tr("Keep it")}});
     if (answer != Answer::Yes)
         return;
-    m_flash.ForgetPendingWrite();
-    m_pending->hide();
+    if (m_flash.ForgetPendingWrite())
+        m_pending->hide();
 }
 
 void frmDF::WatchLink()

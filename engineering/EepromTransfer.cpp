@@ -190,7 +190,7 @@ QString EepromTransfer::Explain(const EepromPart& part, int offset, ErrorCode co
               .arg(facts.Name, facts.Functions.join(QStringLiteral(", ")));
 }
 
-QString HexDump(const Bytes& bytes)
+QString HexDump(const Bytes& bytes, std::size_t first)
 {
     constexpr std::size_t kLine = 16;
     QString dump;
@@ -205,7 +205,7 @@ QString HexDump(const Bytes& bytes)
             characters += shown ? QLatin1Char(static_cast<char>(bytes[i])) : QLatin1Char('.');
         }
         dump += QStringLiteral("%1  %2 %3\n")
-                    .arg(QString::number(at, 16).toUpper().rightJustified(4, QLatin1Char('0')),
+                    .arg(QString::number(first + at, 16).toUpper().rightJustified(4, QLatin1Char('0')),
                          hex.leftJustified(49), characters);
     }
     return dump;

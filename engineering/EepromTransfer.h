@@ -57,5 +57,6 @@ private:
     TimeSource& m_time;
 };
 
-/// Sixteen bytes a line: offset, bytes, characters.
-[[nodiscard]] QString HexDump(const Bytes& bytes);
+/// Sixteen bytes a line: place, bytes, characters.
+/// @param first  the place of the first byte
+[[nodiscard]] QString HexDump(const Bytes& bytes, std::size_t first = 0);

@@ -57,7 +57,7 @@ void MonitorPane::LayOut()
     grdMonitor->setIconSize(QSize(14, 14));
     lblMonitorEmpty = MakeEmptyLabel(grdMonitor, "lblMonitorEmpty", {});
     const int digit = grdMonitor->fontMetrics().horizontalAdvance(QLatin1Char('0'));
-    const int widths[]{13, 13, 9, 10, 6, 18, 8};
+    const int widths[]{13, 12, 8, 9, 5, 18, 7};
     for (int column = 0; column < MonitorModel::kColumnCount; ++column)
         grdMonitor->setColumnWidth(column, digit * widths[column]);
     grdMonitor->horizontalHeader()->setStretchLastSection(false);

@@ -298,7 +298,8 @@ void frmI2C::SendTransfer(const Transaction& transaction)
         return;
     }
     if (sent.Kind == TransactionKind::I2CRead)
-        ShowBytes(result.Data, tr("%1, from %2 on").arg(HexNumber(*sent.Address), HexNumber(sent.Place)));
+        ShowBytes(result.Data, tr("%1, from %2 on").arg(HexNumber(*sent.Address), HexNumber(sent.Place)),
+                  static_cast<std::size_t>(sent.Place));
     ShowState(sent.Kind == TransactionKind::I2CRead
                   ? tr("%1 bytes read in %2 ms.").arg(result.Data.size()).arg(result.TookMs)
                   : tr("%1 bytes acknowledged in %2 ms. Read them back to be sure.")
@@ -474,12 +475,12 @@ bool frmI2C::ShowProgress(int done, int of, const QString& what)
 
 void frmI2C::ShowState(const QString& text, bool failed) { ShowNote(lblI2CState, text, failed); }
 
-void frmI2C::ShowBytes(const Bytes& bytes, const QString& from)
+void frmI2C::ShowBytes(const Bytes& bytes, const QString& from, std::size_t first)
 {
     lblDump->setText(tr("%1 bytes, %2, at %3")
                          .arg(bytes.size())
                          .arg(from, m_context.time.Now().toString(QStringLiteral("hh:mm:ss"))));
-    txtDump->setPlainText(HexDump(bytes));
+    txtDump->setPlainText(HexDump(bytes, first));
 }
 
 void frmI2C::Refuse(QLineEdit* field, const QString& problem)

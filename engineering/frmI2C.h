@@ -65,7 +65,7 @@ private:
     void SetRunning(bool running);
     bool ShowProgress(int done, int of, const QString& what); ///< @return false when it was cancelled
     void ShowState(const QString& text, bool failed);
-    void ShowBytes(const Bytes& bytes, const QString& from);
+    void ShowBytes(const Bytes& bytes, const QString& from, std::size_t first = 0);
     void Refuse(QLineEdit* field, const QString& problem);
 
     GaugeContext& m_context;

@@ -117,10 +117,10 @@ FlashProgrammer& FlashDesk::Programmer()
 
 FlashOutcome FlashDesk::Read(clsSrecFlash& image)
 {
+    image.Clear();
     FlashOutcome outcome = Programmer().Read(image);
-    if (!image.DF.Empty() || !image.PF.Empty())
-        if (outcome.Ok() && m_subject.Gauge)
-            image.S0Comment = IdentityText(*m_subject.Gauge);
+    if (outcome.Bytes > 0 && m_subject.Gauge)
+        image.S0Comment = IdentityText(*m_subject.Gauge);
     return outcome;
 }
 

@@ -65,6 +65,8 @@ void FlashRunPane::LayOut()
     grdFlashPlan->setSelectionMode(QAbstractItemView::NoSelection);
     grdFlashPlan->setFocusPolicy(Qt::NoFocus);
     grdFlashPlan->setShowGrid(false);
+    grdFlashPlan->setSizeAdjustPolicy(QAbstractScrollArea::AdjustToContents);
+    grdFlashPlan->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
     grdFlashPlan->verticalHeader()->hide();
     grdFlashPlan->verticalHeader()->setMinimumSectionSize(kRowHeight);
     grdFlashPlan->verticalHeader()->setDefaultSectionSize(kRowHeight);
@@ -94,8 +96,8 @@ void FlashRunPane::LayOut()
     head->addWidget(lblFlashTitle, 1);
     head->addWidget(cboFlashTarget);
     auto* middle = new QHBoxLayout;
-    middle->addWidget(grdFlashPlan, 5);
-    middle->addWidget(lstFindings, 6);
+    middle->addWidget(grdFlashPlan);
+    middle->addWidget(lstFindings, 1);
     const int height = fontMetrics().lineSpacing() * 7;
     for (QWidget* list : std::initializer_list<QWidget*>{grdFlashPlan, lstFindings}) {
         list->setMinimumHeight(height / 2);
@@ -206,8 +208,27 @@ void FlashRunPane::FillFindings(const std::vector<FlashFinding>& findings)
                                     : tr("Image, flash target, chosen target and gauge go together.")));
 }
 
+void FlashRunPane::PlanAgain()
+{
+    if (m_planned && m_document && !m_document->Empty())
+        ShowPlan();
+}
+
+std::vector<FlashFinding> FlashRunPane::Check() const
+{
+    std::vector<FlashFinding> findings = m_desk.Check(m_document->Image(), Options());
+    if (m_kind == Kind::Program && m_document->BadLines() > 0)
+        findings.push_back({ErrorCode::Ok, true,
+                            tr("Lines of %1 were not taken (%2, listed under Problems), so that bytes may be "
+                               "missing. Save what was taken under another name to program it all the same.")
+                                .arg(m_document->Name())
+                                .arg(m_document->BadLines())});
+    return findings;
+}
+
 void FlashRunPane::ShowPlan()
 {
+    m_planned = true;
     const bool program = m_kind == Kind::Program;
     const bool image = program || m_kind == Kind::Verify;
     for (QCheckBox* box : {chkData, chkInstruction, chkMassErase, chkVerify})
@@ -221,7 +242,7 @@ void FlashRunPane::ShowPlan()
         refused = true;
     } else if (image) {
         m_document->SetMode(chkInstruction->isChecked() ? ProgramMode::kWrite : ProgramMode::kLeave);
-        const std::vector<FlashFinding> findings = m_desk.Check(m_document->Image(), Options());
+        const std::vector<FlashFinding> findings = Check();
         const FlashPlan plan = m_desk.Plan(m_document->Image(), Options());
         FillFindings(findings);
         FillPlan(plan);
@@ -259,6 +280,7 @@ void FlashRunPane::ShowPlan()
 void FlashRunPane::ShowRunning(bool running)
 {
     m_running = running;
+    m_planned = false;
     for (QWidget* widget : std::initializer_list<QWidget*>{cboFlashTarget, chkData, chkInstruction,
                                                            chkMassErase, chkVerify, cmdRunFlash})
         widget->setEnabled(!running);
@@ -279,6 +301,16 @@ void FlashRunPane::RunIt()
         QTimer::singleShot(kRetryMs, this, &FlashRunPane::RunIt);
         return;
     }
+    cmdRunFlash->setEnabled(false);
+    m_desk.Look(); // the gauge may be another one than that of the plan
+    FillTargets();
+    ShowPlan();
+    if (cmdRunFlash->isEnabled())
+        Execute();
+}
+
+void FlashRunPane::Execute()
+{
     ShowRunning(true);
     lblFlashIcon->clear();
     FlashProgrammer& programmer = m_desk.Programmer();
@@ -301,11 +333,14 @@ void FlashRunPane::RunIt()
     case Kind::ReadToCompare:
         outcome = m_desk.Read(m_read);
         break;
+    case Kind::Start:
+        outcome = programmer.StartFirmware();
+        break;
     }
     programmer.OnProgress = nullptr;
     ShowRunning(false);
     ShowOutcome(outcome);
-    if (outcome.Ok() && (m_kind == Kind::Read || m_kind == Kind::ReadToCompare))
+    if (outcome.Bytes > 0 && (m_kind == Kind::Read || m_kind == Kind::ReadToCompare))
         emit ImageRead(m_kind == Kind::ReadToCompare);
     emit Ended();
 }
@@ -314,6 +349,7 @@ void FlashRunPane::StartFirmware()
 {
     if (m_running)
         return;
+    m_kind = Kind::Start;
     m_desk.Look();
     FillTargets();
     for (QCheckBox* box : {chkData, chkInstruction, chkMassErase, chkVerify})
@@ -323,11 +359,7 @@ void FlashRunPane::StartFirmware()
     lblFlashTitle->setText(tr("Start the gauge's firmware"));
     lblFlashPlan->clear();
     show();
-    ShowRunning(true);
-    const FlashOutcome outcome = m_desk.Programmer().StartFirmware();
-    ShowRunning(false);
-    ShowOutcome(outcome);
-    emit Ended();
+    Execute();
 }
 
 void FlashRunPane::ShowOutcome(const FlashOutcome& outcome)
@@ -343,12 +375,25 @@ void FlashRunPane::ShowOutcome(const FlashOutcome& outcome)
     emit Progress(0, 0);
 }
 
+void FlashRunPane::SayThatItGoesOn()
+{
+    const QString text
+        = tr("Programming goes on. Closed in the middle of it, the gauge would be left without a "
+             "firmware that runs: press Stop if that is what you want.");
+    if (lstFindings->findItems(text, Qt::MatchExactly).isEmpty())
+        lstFindings->insertItem(
+            0, new QListWidgetItem(ThemeIcon(QStringLiteral("warn"), IconInk::Caution), text));
+    lstFindings->scrollToTop();
+    cmdStopFlash->setFocus();
+}
+
 void FlashRunPane::Stop()
 {
     if (m_running) {
         m_desk.Programmer().Cancel();
         return;
     }
+    m_planned = false;
     hide();
     emit Closed();
 }

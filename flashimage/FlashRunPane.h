@@ -17,16 +17,19 @@
 class FlashRunPane final : public QFrame {
     Q_OBJECT
 public:
-    enum class Kind { Program, Verify, Read, ReadToCompare };
+    enum class Kind { Program, Verify, Read, ReadToCompare, Start };
 
     FlashRunPane(FlashDesk& desk, QWidget* parent);
 
     /// @param document  what is programmed or verified; outlives the pane's being shown
     void Open(Kind kind, ImageDocument* document);
+    void PlanAgain(); ///< the document is another one: a plan that is on the screen follows it
     void StartFirmware(); ///< without a plan: the caller's button says it
     void RememberVerify(bool verify) { chkVerify->setChecked(verify); }
     [[nodiscard]] bool Verifies() const { return chkVerify->isChecked(); }
     [[nodiscard]] bool Running() const { return m_running; }
+    [[nodiscard]] bool Programming() const { return m_running && m_kind == Kind::Program; }
+    void SayThatItGoesOn(); ///< to somebody who would leave in the middle of it
     void Stop();
     [[nodiscard]] clsSrecFlash TakeImage() { return std::move(m_read); } ///< what was read
 
@@ -46,12 +49,14 @@ private:
     void LayOut();
     void FillTargets();
     void ShowPlan();
+    [[nodiscard]] std::vector<FlashFinding> Check() const; ///< of a document
     void FillFindings(const std::vector<FlashFinding>& findings);
     void FillPlan(const FlashPlan& plan);
     void FillRead();
     void AddRow(const QString& region, std::uint32_t start, std::size_t size, const QString& erased,
                 const QString& moved);
-    void RunIt();
+    void RunIt(); ///< as planned
+    void Execute();
     void ShowRunning(bool running);
     void ShowOutcome(const FlashOutcome& outcome);
     [[nodiscard]] FlashOptions Options() const;
@@ -61,6 +66,7 @@ private:
     Kind m_kind = Kind::Program;
     clsSrecFlash m_read;
     bool m_running = false;
+    bool m_planned = false; ///< a plan is on the screen, not an outcome
 
     QLabel* lblFlashTitle;
     QComboBox* cboFlashTarget;

@@ -57,8 +57,8 @@ public:
         const QString has = size == 0 ? QStringLiteral("none")
                                       : QStringLiteral("%1 to %2").arg(Hex(start), Hex(start + size - 1));
         Refuse(ErrorCode::IncorrectParam,
-               QStringLiteral("The image's %1 lies at %2 to %3; %4 has %5.")
-                   .arg(name, Hex(region.Start()), Hex(static_cast<std::uint32_t>(end - 1)), whose, has));
+               QStringLiteral("%1 has %2; the image's %3 lies at %4 to %5.")
+                   .arg(whose, has, name, Hex(region.Start()), Hex(static_cast<std::uint32_t>(end - 1))));
     }
 };
 
@@ -142,6 +142,7 @@ std::vector<FlashFinding> CheckFlashFit(const clsSrecFlash& image, const FlashTa
     const DeviceId row{target->Device, target->Version};
     const bool any = target->Version == 0;
     const QString rowName = QStringLiteral("The flash target \"%1\"").arg(target->Name);
+    const QString rowFor = any ? IdentityText(row).section(QLatin1Char(','), 0, 0) : IdentityText(row);
     const std::optional<DeviceId> of = ReadDeviceId(image.S0Comment);
     if (subject.Gauge) {
         const QString gauge = QStringLiteral("the gauge is %1").arg(IdentityText(*subject.Gauge));
@@ -149,7 +150,7 @@ std::vector<FlashFinding> CheckFlashFit(const clsSrecFlash& image, const FlashTa
             checker.Refuse(ErrorCode::SrecDevMismatch,
                            QStringLiteral("The image is for %1; %2.").arg(IdentityText(*of), gauge));
         checker.Compare(row, *subject.Gauge, any, ErrorCode::PcfgDevMismatch, ErrorCode::PcfgDevVerMismatch,
-                        QStringLiteral("%1 is for %2; %3.").arg(rowName, IdentityText(row), gauge));
+                        QStringLiteral("%1 is for %2; %3.").arg(rowName, rowFor, gauge));
         const auto accepts = [&](bool version) {
             return std::any_of(subject.Accepted.begin(), subject.Accepted.end(), [&](DeviceId id) {
                 return id.Device == subject.Gauge->Device
@@ -170,9 +171,9 @@ std::vector<FlashFinding> CheckFlashFit(const clsSrecFlash& image, const FlashTa
             QStringLiteral("The gauge cannot say what it is. Make sure that it is a %1.").arg(target->Name));
     }
     if (of)
-        checker.Compare(row, *of, any, ErrorCode::PcfgSrecDevMismatch, ErrorCode::PcfgSrecDevVerMismatch,
-                        QStringLiteral("%1 is for %2; the image is for %3.")
-                            .arg(rowName, IdentityText(row), IdentityText(*of)));
+        checker.Compare(
+            row, *of, any, ErrorCode::PcfgSrecDevMismatch, ErrorCode::PcfgSrecDevVerMismatch,
+            QStringLiteral("%1 is for %2; the image is for %3.").arg(rowName, rowFor, IdentityText(*of)));
     else
         checker.Say(ErrorCode::Ok,
                     QStringLiteral("The image does not say which gauge it is for: its S0 record has no "

@@ -11,11 +11,12 @@ QString AreaName(ImageArea area)
     return area == ImageArea::Data ? QStringLiteral("Data flash") : QStringLiteral("Instruction flash");
 }
 
-void ImageDocument::Take(clsSrecFlash image, const QString& path, const QString& name)
+void ImageDocument::Take(clsSrecFlash image, const QString& path, const QString& name, std::int64_t badLines)
 {
     m_image = std::move(image);
     m_path = path;
     m_name = name;
+    m_badLines = badLines;
     m_edits.clear();
     m_next = 0;
     m_saved.clear();
@@ -73,6 +74,7 @@ void ImageDocument::Saved(const QString& path)
 {
     m_path = path;
     m_name = QFileInfo(path).fileName();
+    m_badLines = 0;
     m_saved.clear();
     ComputeHashes();
 }
@@ -99,22 +101,17 @@ std::optional<std::size_t> FindBytes(std::span<const std::uint8_t> region, const
 {
     if (what.empty() || what.size() > region.size())
         return std::nullopt;
-    from = std::min(from, region.size());
-    const auto at = [&](auto found) { return static_cast<std::size_t>(found - region.begin()); };
     const auto begin = region.begin();
-    const auto start = begin + static_cast<std::ptrdiff_t>(from);
+    const auto start = begin + static_cast<std::ptrdiff_t>(std::min(from, region.size()));
+    auto found = region.end();
     if (forward) {
-        auto found = std::search(start, region.end(), what.begin(), what.end());
-        if (found == region.end())
-            found = std::search(begin, region.end(), what.begin(), what.end());
-        return found == region.end() ? std::nullopt : std::optional(at(found));
+        found = std::search(start, region.end(), what.begin(), what.end());
+    } else { // a match that begins before
+        const auto rest = static_cast<std::size_t>(region.end() - start);
+        const auto end = start + static_cast<std::ptrdiff_t>(std::min(rest, what.size() - 1));
+        found = std::find_end(begin, end, what.begin(), what.end());
+        if (found == end)
+            found = region.end();
     }
-    // a match that begins before "from"
-    const auto end = begin + static_cast<std::ptrdiff_t>(std::min(region.size(), from + what.size() - 1));
-    auto found = std::find_end(begin, end, what.begin(), what.end());
-    if (found == end) {
-        found = std::find_end(begin, region.end(), what.begin(), what.end());
-        return found == region.end() ? std::nullopt : std::optional(at(found));
-    }
-    return at(found);
+    return found == region.end() ? std::nullopt : std::optional(static_cast<std::size_t>(found - begin));
 }

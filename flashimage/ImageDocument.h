@@ -20,12 +20,14 @@ enum class ImageArea { Data, Program };
 /// and the way back.
 class ImageDocument {
 public:
-    void Take(clsSrecFlash image, const QString& path, const QString& name);
+    /// @param badLines  of the file, whose bytes may be missing in the image; saving it settles that
+    void Take(clsSrecFlash image, const QString& path, const QString& name, std::int64_t badLines = 0);
 
     [[nodiscard]] const clsSrecFlash& Image() const { return m_image; }
     [[nodiscard]] const QString& Path() const { return m_path; } ///< empty: never saved, read from a gauge
     [[nodiscard]] const QString& Name() const { return m_name; } ///< for people
     [[nodiscard]] bool Empty() const { return m_image.DF.Empty() && m_image.PF.Empty(); }
+    [[nodiscard]] std::int64_t BadLines() const { return m_badLines; }
     /// SHA-256 of a region as it was last taken or saved, hexadecimal.
     [[nodiscard]] const QString& Hash(ImageArea area) const
     {
@@ -73,6 +75,7 @@ private:
     clsSrecFlash m_image;
     QString m_path;
     QString m_name;
+    std::int64_t m_badLines = 0;
     std::array<QString, 2> m_hashes;
     std::vector<Edit> m_edits;
     std::size_t m_next = 0; ///< edits before it are done
@@ -82,6 +85,6 @@ private:
 /// What to look for: pairs of hexadecimal digits are bytes, anything else is text; quotes around it make it
 /// text in any case.
 [[nodiscard]] Bytes SearchBytes(const QString& text);
-/// @param from  first place looked at, counted within the region; goes round at the end
+/// @param from  counted within the region: the first place looked at, backwards the one behind it
 [[nodiscard]] std::optional<std::size_t> FindBytes(std::span<const std::uint8_t> region, const Bytes& what,
                                                    std::size_t from, bool forward);

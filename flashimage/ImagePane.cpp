@@ -65,6 +65,9 @@ void ImagePane::ShowHead()
     if (edited > 0)
         lblState->setText(edited == 1 ? tr("1 byte edited, not saved")
                                       : tr("%1 bytes edited, not saved").arg(edited));
+    else if (const auto bad = m_document.BadLines(); bad > 0)
+        lblState->setText(bad == 1 ? tr("1 line of the file was not taken")
+                                   : tr("%1 lines of the file were not taken").arg(bad));
     else if (m_readOnly)
         lblState->setText(tr("read only"));
     else

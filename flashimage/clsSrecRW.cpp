@@ -351,7 +351,7 @@ QString clsSrecRW::Reason(SrecStatus status) const
     case SrecStatus::UnknownType:
         return QStringLiteral("there is no such type of record");
     case SrecStatus::BadRecordCount:
-        return QStringLiteral("it does not count the %1 data records above it").arg(m_dataRecords);
+        return QStringLiteral("it does not count the data records above it, %1").arg(m_dataRecords);
     case SrecStatus::Overflow:
         return QStringLiteral("it counts more than %1 bytes").arg(kMaxCount);
     case SrecStatus::OutOfRange:

@@ -63,11 +63,11 @@ frmFlash::frmFlash(ProfileStore& profiles, const StartupState& state, UserMessag
         m_run = new FlashRunPane(*m_desk, this);
     LayOut();
     Connect();
-    setFocusProxy(m_first);
     if (m_run)
         m_run->RememberVerify(m_memory.Verify);
     tmrMode->setInterval(kModeMs);
     ShowAll();
+    setFocus(); // else the first field of the toolbar has it once the view shows
 }
 
 void frmFlash::Connect()
@@ -90,8 +90,9 @@ void frmFlash::Connect()
         });
     }
     connect(m_first->Hex(), &HexView::Edited, this, [this] {
-        ShowDifferences();
-        ShowActions();
+        ShowActions(); // and the differences
+        if (m_run)
+            m_run->PlanAgain();
     });
     connect(grdDifferences->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex& index) {
@@ -104,7 +105,7 @@ void frmFlash::Connect()
     connect(m_run, &FlashRunPane::ImageRead, this, &frmFlash::TakeFromGauge);
     connect(m_run, &FlashRunPane::Began, this, [this] {
         m_pages->setEnabled(false); // what is being programmed stays as it is
-        ShowActions();
+        ShowMode();
     });
     connect(m_run, &FlashRunPane::Ended, this, [this] {
         m_pages->setEnabled(true);
@@ -144,10 +145,11 @@ void frmFlash::AskCompare()
         CompareWith(path);
 }
 
-bool frmFlash::Load(const QString& path, clsSrecFlash& image)
+/// What was there stays when the file gives no image.
+void frmFlash::Load(const QString& path, ImagePane* pane)
 {
     if (Busy())
-        return false;
+        return;
     m_reading = true;
     m_cancelReading = false;
     clsSrecRW reader(m_messages);
@@ -156,6 +158,7 @@ bool frmFlash::Load(const QString& path, clsSrecFlash& image)
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
         return !m_cancelReading;
     });
+    clsSrecFlash image;
     reader.ReadSrec(path, image);
     m_reading = false;
     emit ProgressChanged(0, 0, {});
@@ -168,33 +171,29 @@ bool frmFlash::Load(const QString& path, clsSrecFlash& image)
     const bool any = !image.DF.Empty() || !image.PF.Empty();
     if (!any && reader.Problems().empty())
         m_messages.Show(tr("%1 holds no bytes.").arg(path));
-    if (any && !m_cancelReading)
-        m_memory.Folder = QFileInfo(path).absolutePath();
-    return any && !m_cancelReading;
+    if (any && !m_cancelReading) {
+        const QFileInfo file(path);
+        m_memory.Folder = file.absolutePath();
+        Take(pane, std::move(image), path, file.fileName(), reader.BadLines());
+    }
+    ShowActions();
 }
 
 void frmFlash::OpenImage(const QString& path)
 {
-    if (!SaveFirst())
-        return;
-    clsSrecFlash image;
-    if (Load(path, image)) // else what was open stays
-        Take(m_first, std::move(image), path, QFileInfo(path).fileName());
-    ShowActions();
+    if (SaveFirst())
+        Load(path, m_first);
 }
 
-void frmFlash::CompareWith(const QString& path)
-{
-    clsSrecFlash image;
-    if (Load(path, image))
-        Take(m_second, std::move(image), path, QFileInfo(path).fileName());
-    ShowActions();
-}
+void frmFlash::CompareWith(const QString& path) { Load(path, m_second); }
 
-void frmFlash::Take(ImagePane* pane, clsSrecFlash image, const QString& path, const QString& name)
+void frmFlash::Take(ImagePane* pane, clsSrecFlash image, const QString& path, const QString& name,
+                    std::int64_t badLines)
 {
-    pane->Document().Take(std::move(image), path, name);
+    pane->Document().Take(std::move(image), path, name, badLines);
     ShowAll();
+    if (m_run)
+        m_run->PlanAgain();
     pane->Hex()->setFocus();
 }
 
@@ -224,13 +223,16 @@ bool frmFlash::SaveTo(const QString& path)
     m_first->Hex()->Refresh();
     ShowFacts();
     ShowActions();
+    if (m_run)
+        m_run->PlanAgain();
     Say(tr("%1 was saved.").arg(path));
     return true;
 }
 
 void frmFlash::Save()
 {
-    if (m_first->Document().Path().isEmpty())
+    // in place of a file whose lines were not all taken nothing is put unasked
+    if (m_first->Document().Path().isEmpty() || m_first->Document().BadLines() > 0)
         AskSaveAs();
     else
         SaveTo(m_first->Document().Path());
@@ -260,6 +262,14 @@ bool frmFlash::SaveFirst()
 
 bool frmFlash::MayClose() { return SaveFirst(); }
 
+bool frmFlash::MayAbandon()
+{
+    if (!m_run || !m_run->Programming())
+        return true;
+    m_run->SayThatItGoesOn();
+    return false;
+}
+
 void frmFlash::Abandon()
 {
     m_cancelReading = true;
@@ -281,6 +291,7 @@ void frmFlash::ShowAll()
 {
     const bool any = !m_first->Document().Empty() || Comparing();
     m_pages->setCurrentIndex(any ? 1 : 0);
+    setFocusProxy(any ? m_first : m_pages->widget(0));
     const ImageArea before = m_first->Hex()->Area();
     cboRegion->clear();
     for (const ImageArea area : {ImageArea::Data, ImageArea::Program}) {
@@ -505,11 +516,11 @@ void frmFlash::Find(bool forward)
     const Bytes what = SearchBytes(txtFind->text());
     const ImageArea here = front->Area();
     const ImageArea other = here == ImageArea::Data ? ImageArea::Program : ImageArea::Data;
-    // this region round to the cursor, then the other one
-    for (const ImageArea area : {here, other}) {
+    bool fromCursor = true; // then the other region, then this one from its end
+    for (const ImageArea area : {here, other, here}) {
         const clsSrecFlash::Region& region = document.Region(area);
         std::size_t from = forward ? 0 : region.Size();
-        if (area == here && front->Cursor() >= region.Start())
+        if (std::exchange(fromCursor, false) && front->Cursor() >= region.Start())
             from = front->Cursor() - region.Start() + (forward ? 1 : 0);
         if (const auto found = FindBytes(region.View(), what, from, forward)) {
             GoTo(area, region.Start() + static_cast<std::uint32_t>(*found), what.size());

@@ -34,6 +34,7 @@ public:
     QList<QMenu*> Menus() const override { return {mnuEdit, mnuImage}; }
     QList<QAction*> FileActions() const override { return {actOpen, actSave, actSaveAs}; }
     bool MayClose() override;
+    bool MayAbandon() override;
     bool Busy() const override { return m_reading || m_looking || (m_run && m_run->Running()); }
     void Abandon() override;
 
@@ -66,8 +67,9 @@ private:
     void AskSaveAs();
     bool SaveFirst(); ///< asks about edits that would be lost
     [[nodiscard]] QString AskForFile(const QString& title);
-    bool Load(const QString& path, clsSrecFlash& image);
-    void Take(ImagePane* pane, clsSrecFlash image, const QString& path, const QString& name);
+    void Load(const QString& path, ImagePane* pane);
+    void Take(ImagePane* pane, clsSrecFlash image, const QString& path, const QString& name,
+              std::int64_t badLines = 0);
 
     void ShowAll(); ///< after an image came or went
     void ShowRegion(ImageArea area);

@@ -29,16 +29,7 @@ constexpr int kIcon = 16;
 QAction* frmFlash::Add(const char* name, const QString& text, const char* icon, const QKeySequence& shortcut,
                        void (frmFlash::*does)())
 {
-    QAction* action = Named(new QAction(text, this), name);
-    if (icon)
-        action->setIcon(ThemeIcon(QLatin1String(icon)));
-    action->setShortcut(shortcut);
-    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    const QString plain = QString(text).remove(QLatin1Char('&')).remove(QStringLiteral("..."));
-    action->setToolTip(shortcut.isEmpty() ? plain
-                                          : QStringLiteral("%1 (%2)").arg(
-                                              plain, shortcut.toString(QKeySequence::NativeText)));
-    addAction(action);
+    QAction* action = ViewAction(this, name, text, icon, shortcut);
     connect(action, &QAction::triggered, this, [this, does] { WhenFree([this, does] { (this->*does)(); }); });
     return action;
 }
@@ -102,6 +93,8 @@ QToolButton* frmFlash::Button(QAction* action, bool withText)
 QWidget* frmFlash::MakeToolbar()
 {
     auto* bar = new QWidget(this);
+    // with its words it must not keep the view wide, which loses them only once it is narrow
+    bar->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* row = new QHBoxLayout(bar);
     row->setContentsMargins(8, 6, 8, 2);
     row->setSpacing(4);
@@ -213,28 +206,22 @@ QWidget* frmFlash::MakeEmptyPage()
 {
     auto* page = new QWidget(this);
     auto* title = Named(new QLabel(tr("No image is open"), page), "lblNoImage");
-    title->setFont(Theme::Current().Font(Type::State));
     auto* text = new QLabel(
         tr("Open an S-record file to see, edit and compare its bytes and to program it into a gauge, "
            "or read the flash of the gauge."),
         page);
-    text->setWordWrap(true);
-    text->setAlignment(Qt::AlignHCenter);
-    text->setMaximumWidth(520);
-    text->setMinimumWidth(280);
     auto* open = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open image"), page),
                        "cmdOpenFirstImage");
     connect(open, &QPushButton::clicked, actOpen, &QAction::trigger);
-    auto* column = new QVBoxLayout(page);
-    column->addStretch(1);
-    column->addWidget(title, 0, Qt::AlignHCenter);
-    auto* row = new QHBoxLayout; // an alignment would give the text too little height for its lines
-    row->addStretch(1);
-    row->addWidget(text, 8);
-    row->addStretch(1);
-    column->addLayout(row);
-    column->addWidget(open, 0, Qt::AlignHCenter);
-    column->addStretch(2);
+    auto* read = Named(new QPushButton(ThemeIcon(QStringLiteral("read")), tr("Read from gauge"), page),
+                       "cmdReadFirstImage");
+    connect(read, &QPushButton::clicked, actRead, &QAction::trigger);
+    connect(actRead, &QAction::changed, read, [this, read] {
+        read->setEnabled(actRead->isEnabled());
+        read->setToolTip(actRead->toolTip());
+    });
+    page->setFocusProxy(open);
+    LayOutEmptyState(page, title, text, {open, read});
     return page;
 }
 

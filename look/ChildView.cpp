@@ -22,6 +22,8 @@ bool ChildView::AskToClose()
 void ChildView::closeEvent(QCloseEvent* event)
 {
     event->ignore();
+    if (!MayAbandon())
+        return;
     Abandon();
     if (Busy())
         return CloseSoon();

@@ -24,6 +24,9 @@ public:
     /// the event loop, without a second question.
     bool AskToClose();
     virtual bool MayClose() { return true; }
+    /// False while the end of a running sequence would do harm, and nobody can be asked because the bus is
+    /// held: the view then shows why, and how to end it.
+    virtual bool MayAbandon() { return true; }
     /// A bus sequence of this view is under way, further down the stack.
     [[nodiscard]] virtual bool Busy() const { return false; }
     /// Lets a running sequence end after its present step; timers start nothing more.
@@ -42,6 +45,7 @@ signals:
     void RemainingCapacityChanged(int value);
     void ProgressChanged(int done, int of, const QString& owner);
     void StatusText(const QString& text);
+    void WantsFront(); ///< it has something to say that should not wait until somebody opens it
 
 private:
     void CloseSoon();

@@ -5,7 +5,6 @@
 
 #include <QDialogButtonBox>
 #include <QPlainTextEdit>
-#include <QRegularExpression>
 #include <QScreen>
 #include <QTextBrowser>
 #include <QVBoxLayout>
@@ -15,17 +14,15 @@ namespace {
 constexpr int kMargin = 12;
 constexpr int kLinesHigh = 40;
 
+/// Shows a page without its own colours.
 class PageReader final : public QTextBrowser {
 public:
     using QTextBrowser::QTextBrowser;
     QVariant loadResource(int type, const QUrl& name) override
     {
-        const QVariant content = QTextBrowser::loadResource(type, name);
-        if (type != QTextDocument::HtmlResource)
-            return content;
-        static const QRegularExpression style(QStringLiteral("<style>.*</style>"),
-                                              QRegularExpression::DotMatchesEverythingOption);
-        return QString::fromUtf8(content.toByteArray()).remove(style);
+        if (type == QTextDocument::StyleSheetResource)
+            return QString();
+        return QTextBrowser::loadResource(type, name);
     }
 };
 

@@ -1,6 +1,7 @@
 #include "plugins/PluginConnection.h"
 
 #include "comm/BusSequence.h"
+#include "comm/BusTurn.h"
 #include "comm/ErrorCodes.h"
 
 #include <algorithm>
@@ -133,8 +134,8 @@ void PluginConnection::Answer(const Message& request)
         ? std::clamp(request.Arguments.value(QStringLiteral("timeout")).toInt(), 0, kPutOffMs)
         : kPutOffMs;
     // a sequence further down the stack goes on only when this returns; a long one is not waited for
-    if (!BusSequence::Running() && PluginHost::NeedsBus(request.Name) && !m_host.MayUseBus()
-        && m_putOffMs < patience) {
+    if (!BusSequence::Running() && PluginHost::NeedsBus(request.Name)
+        && (!m_host.MayUseBus() || (BusTurn::Asked() && !m_host.Holds())) && m_putOffMs < patience) {
         m_putOffMs += kRetryMs;
         m_putOff = request;
         return;

@@ -35,7 +35,6 @@ frmPlugin::frmPlugin(GaugeContext& context, std::unique_ptr<PluginDataFlash> dat
       txtPluginOutput(Named(new QPlainTextEdit(m_page), "txtPluginOutput"))
 {
     setObjectName(QStringLiteral("frmPlugin"));
-    setAutoFillBackground(true);
     LayOut();
     tmrUnload->setInterval(kUnloadMs);
     connect(tmrUnload, &QTimer::timeout, this, [this] {
@@ -111,7 +110,6 @@ void frmPlugin::LayOut()
 void frmPlugin::Applyskin()
 {
     const Theme& theme = Theme::Current();
-    setPalette(WindowPalette(theme.Colours())); // not that of the area around it
     lblPluginState->setFont(theme.Font(Type::State));
     txtPluginOutput->setFont(theme.Font(Type::Mono));
 }

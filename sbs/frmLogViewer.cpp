@@ -93,10 +93,7 @@ frmLogViewer::~frmLogViewer()
 QAction* frmLogViewer::Add(const char* name, const QString& text, const char* icon,
                            const QKeySequence& shortcut, void (frmLogViewer::*does)())
 {
-    QAction* action = Named(new QAction(ThemeIcon(QLatin1String(icon)), text, this), name);
-    action->setShortcut(shortcut);
-    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    addAction(action);
+    QAction* action = ViewAction(this, name, text, icon, shortcut);
     connect(action, &QAction::triggered, this, does);
     return action;
 }
@@ -113,7 +110,6 @@ QWidget* frmLogViewer::MakeToolbar()
         button->setObjectName(QLatin1String("cmd") + action->objectName().mid(7));
         const QString text = QString(action->text()).remove(QLatin1Char('&')).remove(QStringLiteral("..."));
         button->setText(text);
-        button->setToolTip(text);
         button->setAccessibleName(text);
         row->addWidget(button);
         m_wordButtons << button;
@@ -139,28 +135,14 @@ QWidget* frmLogViewer::MakeEmptyPage()
 {
     auto* page = new QWidget(this);
     auto* title = Named(new QLabel(tr("No log is open"), page), "lblNoLog");
-    title->setFont(Theme::Current().Font(Type::State));
     auto* text = new QLabel(
         tr("Open a register log to see its columns, their statistics and their curves. The register "
            "view writes such logs (Start logging). A log that is cut or odd opens as far as it is whole."),
         page);
-    text->setWordWrap(true);
-    text->setAlignment(Qt::AlignHCenter);
-    text->setMaximumWidth(520);
-    text->setMinimumWidth(280);
     auto* open
         = Named(new QPushButton(ThemeIcon(QStringLiteral("open")), tr("Open log"), page), "cmdOpenFirstLog");
     connect(open, &QPushButton::clicked, this, &frmLogViewer::AskOpen);
-    auto* column = new QVBoxLayout(page);
-    column->addStretch(1);
-    column->addWidget(title, 0, Qt::AlignHCenter);
-    auto* row = new QHBoxLayout; // an alignment would give the text too little height for its lines
-    row->addStretch(1);
-    row->addWidget(text, 8);
-    row->addStretch(1);
-    column->addLayout(row);
-    column->addWidget(open, 0, Qt::AlignHCenter);
-    column->addStretch(2);
+    LayOutEmptyState(page, title, text, {open});
     return page;
 }
 

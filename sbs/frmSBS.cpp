@@ -1,5 +1,6 @@
 #include "sbs/frmSBS.h"
 
+#include "comm/BusTurn.h"
 #include "look/Controls.h"
 #include "look/Icons.h"
 #include "look/Theme.h"
@@ -98,8 +99,17 @@ void frmSBS::Refresh()
     const std::int64_t started = m_context.time.MonotonicMs();
     const PassReport report = m_scan.ReadValues();
     m_lastPassMs = m_context.time.MonotonicMs() - started;
-    if (report.End != PassEnd::Dropped)
+    if (report.End != PassEnd::Dropped) {
         AfterPass(report);
+    } else if (ExclusiveAccess::HeldBelow()) { // by a call of somebody who may be at it again at once
+        BusTurn::Ask();
+        if (!std::exchange(m_passWaits, true))
+            QTimer::singleShot(kRetryMs, this, [this] {
+                m_passWaits = false;
+                if (!m_commandWaits)
+                    Refresh();
+            });
+    }
 }
 
 void frmSBS::AfterPass(const PassReport& report)

@@ -129,6 +129,7 @@ private:
     bool m_staticDue = true;
     bool m_working = false; ///< an operation of this view is under way further down the stack
     bool m_commandWaits = false; ///< no pass begins before it
+    bool m_passWaits = false; ///< it was due in the middle of somebody's call
     bool m_closing = false;
     bool m_transferFailed = false; ///< since the last record of the log
     bool m_folded = false;

@@ -28,16 +28,7 @@ constexpr int kWidestColumn = 40; // figures
 QAction* frmTables::Add(const char* name, const QString& text, const char* icon, const QKeySequence& shortcut,
                         void (frmTables::*does)())
 {
-    QAction* action = Named(new QAction(text, this), name);
-    if (icon)
-        action->setIcon(ThemeIcon(QLatin1String(icon)));
-    action->setShortcut(shortcut);
-    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    const QString plain = QString(text).remove(QLatin1Char('&')).remove(QStringLiteral("..."));
-    action->setToolTip(shortcut.isEmpty() ? plain
-                                          : QStringLiteral("%1 (%2)").arg(
-                                              plain, shortcut.toString(QKeySequence::NativeText)));
-    addAction(action); // the shortcut works while the view is in front, wherever the entry stands
+    QAction* action = ViewAction(this, name, text, icon, shortcut);
     connect(action, &QAction::triggered, this, does);
     return action;
 }

@@ -1,3 +1,5 @@
+#include "comm/adapters/AdapterFunnel.h"
+
 #include "tests/dataflash/FlashBench.h"
 
 namespace {
@@ -352,6 +354,35 @@ TEST(DataFlash, WaitsTwentySecondsForAnAdapterThatIsSilent)
     EXPECT_EQ(bench.time.MonotonicMs() - begun, 20'000);
     EXPECT_EQ(bench.said,
               QStringList(QStringLiteral("Timeout waiting for packets to be sent. No response on ping.")));
+}
+
+// Real buses have no version of their own and refuse the question at once.
+TEST(DataFlash, ABusWithoutAVersionIsNotWaitedFor)
+{
+    class Versionless final : public AdapterFunnel {
+    public:
+        explicit Versionless(Pc61vRW& inner) : m_inner(inner) { }
+        [[nodiscard]] AdapterFacts Facts() const override { return m_inner.Facts(); }
+
+    private:
+        void Perform(DriverCall& call) override
+        {
+            if (call.Number == AdapterCall::GetVersion)
+                AnswerWith(call, ErrorCode::IncorrectParam);
+            else
+                call.On(m_inner);
+        }
+        Pc61vRW& m_inner;
+    };
+    TestTime time;
+    SimulatedAdapter simulated(time, {});
+    Versionless adapter(simulated);
+    MemoryJournals journals;
+    FlashProgram program(adapter, time, journals);
+    const std::int64_t begun = time.MonotonicMs();
+    program.flash.WaitforPacketsToBeSent();
+    EXPECT_LT(time.MonotonicMs() - begun, 100);
+    EXPECT_EQ(program.messages.texts, QStringList());
 }
 
 // The pack that is connected later may be another one.

@@ -2,6 +2,7 @@
 
 #include "tests/dataflash/FlashBench.h"
 
+#include <QCoreApplication>
 #include <QDir>
 
 namespace {
@@ -126,6 +127,27 @@ TEST(WriteJournal, OtherPacksAndDamagedFilesStay)
     EXPECT_EQ(journal.Forget(), QString());
     EXPECT_EQ(files.Names().size(), 2);
     EXPECT_EQ(journal.Forget(), QString());
+}
+
+// Two programs that share the folder, each with a pack that says the same of itself.
+TEST(WriteJournal, OneProgramAtATimeWritesToAPack)
+{
+    const QTemporaryDir folder;
+    JournalFolder mine(folder.path());
+    JournalFolder yours(folder.path());
+    WriteJournal writing(mine);
+    WriteJournal other(yours);
+    ASSERT_EQ(writing.Begin(Example()), QString());
+    EXPECT_TRUE(other.Begin(Example()).contains(QString::number(QCoreApplication::applicationPid())));
+    QStringList problems;
+    EXPECT_FALSE(other.Open(Example().Pack, problems)) << "it is not pending, it is under way";
+    EXPECT_EQ(problems.size(), 1);
+    JournalContent elsewhere = Example();
+    elsewhere.Pack.Serial = 9;
+    EXPECT_EQ(other.Begin(elsewhere), QString()) << "another pack";
+    writing.Release();
+    EXPECT_TRUE(other.Open(Example().Pack, problems));
+    EXPECT_EQ(problems.size(), 1);
 }
 
 TEST(WriteJournal, SaysWhyItCannotBeSaved)

@@ -137,10 +137,10 @@ TEST_F(EepromTest, RefusesWhatDoesNotFitAndStaysInsidePagesAndBanks)
     EXPECT_EQ(bench.Calls("AdpI2CWriteBlock \\[162,0,"), 3);
 }
 
-TEST(HexDump, ShowsOffsetBytesAndCharacters)
+TEST(HexDump, ShowsPlaceBytesAndCharacters)
 {
-    EXPECT_EQ(HexDump({0x41, 0x00, 0x7E}),
-              QStringLiteral("0000  41 00 7E ") + QString(40, QLatin1Char(' ')) + QStringLiteral(" A.~\n"));
+    EXPECT_EQ(HexDump({0x41, 0x00, 0x7E}, 0x10),
+              QStringLiteral("0010  41 00 7E ") + QString(40, QLatin1Char(' ')) + QStringLiteral(" A.~\n"));
 }
 
 } // namespace

@@ -108,7 +108,7 @@ TEST_F(I2CWindow, SingleTransfers)
     Find<QPushButton>("cmdWriteI2C")->click();
     Confirm();
     Find<QPushButton>("cmdReadI2C")->click();
-    EXPECT_TRUE(Find<QPlainTextEdit>("txtDump")->toPlainText().startsWith(QStringLiteral("0000  11 22 FF")));
+    EXPECT_TRUE(Find<QPlainTextEdit>("txtDump")->toPlainText().startsWith(QStringLiteral("0010  11 22 FF")));
     Find<QLineEdit>("txtI2CAddress")->setText(QStringLiteral("A1"));
     Find<QPushButton>("cmdReadI2C")->click();
     EXPECT_TRUE(Find<QLineEdit>("txtI2CAddress")->property("refused").toBool());

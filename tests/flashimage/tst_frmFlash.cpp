@@ -120,8 +120,13 @@ TEST_F(FlashWindow, FindsGoesAndSaves)
     clsSrecFlash image = Image();
     const std::string_view text = "gauge";
     std::copy(text.begin(), text.end(), image.PF.View().begin() + 0x80);
+    std::copy(text.begin(), text.end(), image.DF.View().begin() + 0x10);
     window->OpenImage(Write("a.srec", image));
-    Enter("txtFindBytes", "gauge"); // in the other region
+    for (const std::uint32_t found : {0x4010U, 0x100080U, 0x4010U}) { // over both regions and round
+        Enter("txtFindBytes", "gauge");
+        EXPECT_EQ(Hex()->Cursor(), found);
+    }
+    Do("mnuEditFindPrevious");
     EXPECT_EQ(Hex()->Cursor(), 0x100080U);
     EXPECT_TRUE(Enter("txtFindBytes", "nowhere").contains(QStringLiteral("is not in the image")));
     Enter("txtGoTo", "47ff");
@@ -157,6 +162,7 @@ TEST_F(FlashWindow, KeepsTheImageWhenAnotherCannotBeRead)
     window->OpenImage(odd); // good lines count, the others are listed
     EXPECT_EQ(window->windowTitle(), QStringLiteral("odd.srec"));
     EXPECT_EQ(Find<QListWidget>("lstImageProblems")->count(), 1);
+    EXPECT_EQ(Text("lblStateFirst"), QStringLiteral("1 line of the file was not taken"));
     EXPECT_FALSE(Find<QAction>("mnuImageProgram")->isEnabled()) << "no adapter";
 }
 
@@ -188,7 +194,16 @@ TEST_F(FlashWindow, RefusesAnImageForAnotherGaugeBeforeProgramming)
     EXPECT_FALSE(Find<QPushButton>("cmdRunFlash")->isEnabled());
     EXPECT_TRUE(
         Find<QListWidget>("lstFindings")->item(0)->text().startsWith(QStringLiteral("VB_SREC_DEV_MISMATCH")));
+    window->OpenImage(Write("b.srec", Image())); // the plan on the screen follows the image
+    EXPECT_TRUE(Find<QPushButton>("cmdRunFlash")->isEnabled());
+    const QString cut = folder.filePath(QStringLiteral("cut.srec"));
+    EXPECT_EQ(SaveWhole(cut, "S1044000AA11\nhello\n"), QString());
+    window->OpenImage(cut);
+    EXPECT_FALSE(Find<QPushButton>("cmdRunFlash")->isEnabled()) << "bytes may be missing";
+    window->OpenImage(Write("b.srec", Image()));
     device = 0x900; // now the gauge is the odd one
+    Click("cmdRunFlash");
+    EXPECT_EQ(gauge.ReadVoltage(), ErrorCode::Ok) << "nothing was sent";
     Do("mnuImageProgram");
     EXPECT_FALSE(Find<QPushButton>("cmdRunFlash")->isEnabled());
 }
@@ -222,9 +237,10 @@ TEST_F(FlashWindow, RecoversAGaugeThatAStopLeftWithoutFirmware)
     Do("mnuImageProgram");
     auto* bar = Find<QProgressBar>("pbFlash");
     const auto stop = QObject::connect(bar, &QProgressBar::valueChanged, bar, [this](int value) {
+        EXPECT_FALSE(window->close()) << "the gauge would be left without firmware unasked";
+        EXPECT_TRUE(window->Busy());
         if (value > 4096)
             Click("cmdStopFlash");
-        EXPECT_TRUE(window->Busy());
     });
     Click("cmdRunFlash");
     QObject::disconnect(stop);
