@@ -304,6 +304,7 @@ void frmMDI::UpdateEmptyPage()
     m_pages->setCurrentIndex(mdiArea->subWindowList().isEmpty() ? 0 : 1);
     if (m_pages->currentIndex() != 0)
         return;
+    m_selector->Select(-1);
     const StartupState& state = m_program.State();
     TargetList targets(m_program.Profiles(), m_messages, state);
     targets.Load();
