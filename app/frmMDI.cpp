@@ -11,7 +11,7 @@
 #include "app/frmTargets.h"
 #include "dataflash/JournalFiles.h"
 #include "look/Icons.h"
-#include "look/frmText.h"
+#include "look/TextWindow.h"
 #include "platform/Interrupt.h"
 #include "platform/ProgramFolder.h"
 #include "plugins/PluginCatalogue.h"
@@ -472,7 +472,7 @@ void frmMDI::ShowErrorLog()
     } else if (file.exists()) {
         return m_messages.Show(QStringLiteral("Error opening file ") + name);
     }
-    (new frmText(tr("Tarnlo - %1, newest first").arg(name), text, this))->show();
+    (new TextWindow(tr("Tarnlo - %1, newest first").arg(name), text, this))->show();
 }
 
 void frmMDI::ShowHelp()
@@ -481,7 +481,7 @@ void frmMDI::ShowHelp()
     if (!QFileInfo(name).isReadable())
         return m_messages.Show(QStringLiteral("Error opening file ") + name);
     if (!m_help)
-        m_help = new frmText(tr("Tarnlo - Help"), QUrl::fromLocalFile(name), this);
+        m_help = new TextWindow(tr("Tarnlo - Help"), QUrl::fromLocalFile(name), this);
     m_help->show();
     m_help->raise();
     m_help->activateWindow();
