@@ -658,6 +658,7 @@ std::int32_t DataFlash::BeginJournal(const std::vector<Outgoing>& writes)
 void DataFlash::EndJournal(const std::vector<Outgoing>& writes)
 {
     std::vector<std::uint16_t> ids;
+    ids.reserve(writes.size());
     for (const Outgoing& out : writes)
         ids.push_back(At(out.At).Id);
     if (const QString problem = m_journal.End(ids); !problem.isEmpty())

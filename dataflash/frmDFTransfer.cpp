@@ -119,18 +119,18 @@ void frmDF::AfterRead(const TransferReport& report, int replaced)
                               : failed == 0 && report.Result == 0 ? tr("no errors")
                                                                   : tr("%1 failed").arg(failed));
     ShowLastRead();
-    if (report.Cancelled)
+    if (report.Cancelled) {
         m_notice->Show(NoticeBar::Kind::Caution,
                        tr("Read All was cancelled after %1 of %2 subclasses. The other values are as they "
                           "were; Write All wants a whole Read All first.")
                            .arg(done)
                            .arg(m_flash.Tree().SubClassCount()));
-    else if (report.Result != 0)
+    } else if (report.Result != 0) {
         m_notice->Show(NoticeBar::Kind::Failed,
                        report.Text.isEmpty() ? tr("Read All ended with code %1.").arg(report.Result)
                                              : report.Text,
                        tr("Read All again"), [this] { ReadAll(); });
-    else if (replaced > 0)
+    } else if (replaced > 0) {
         m_notice->Show(NoticeBar::Kind::Note,
                        tr("Read All put the gauge's values in place of %1. Undo brings the edits back "
                           "(Ctrl+Z).")
@@ -139,8 +139,9 @@ void frmDF::AfterRead(const TransferReport& report, int replaced)
                            m_notice->Clear();
                            Undo();
                        });
-    else
+    } else {
         m_notice->Clear();
+    }
     emit StatusText(m_lastRead);
 }
 

@@ -117,6 +117,7 @@ Skin LoadSkinColours(ProfileStore& profiles, const QString& skinFile, const QStr
 QString SaveSkin(ProfileStore& profiles, const QString& skinFile, const QString& skinName, const Skin& skin)
 {
     std::vector<ProfileChange> changes;
+    changes.reserve(kSkinKeys.size());
     for (const SkinKey& key : kSkinKeys)
         changes.push_back({skinName, QString::fromLatin1(key.name), QString::number(skin.*key.value)});
     return profiles.Write(skinFile, changes);
