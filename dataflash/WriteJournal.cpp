@@ -229,7 +229,7 @@ std::optional<JournalContent> WriteJournal::Open(const PackIdentity& pack, QStri
 QString WriteJournal::Begin(JournalContent content)
 {
     QStringList problems; // were told when somebody looked for a pending write
-    if (const QString problem = Hold(content.Pack, problems); !problem.isEmpty())
+    if (QString problem = Hold(content.Pack, problems); !problem.isEmpty())
         return problem;
     if (!m_name.isEmpty()) {
         const JournalContent& before = m_content;
@@ -248,7 +248,7 @@ QString WriteJournal::Begin(JournalContent content)
         m_name = name + kEnding;
         for (int i = 2; taken.contains(m_name, Qt::CaseInsensitive); ++i)
             m_name = QStringLiteral("%1-%2").arg(name).arg(i) + kEnding;
-        if (const QString problem = m_files.Lock(m_name); !problem.isEmpty()) {
+        if (QString problem = m_files.Lock(m_name); !problem.isEmpty()) {
             m_name.clear();
             return problem;
         }
