@@ -14,6 +14,8 @@ namespace {
 
 constexpr int kWidth = 104;
 constexpr int kCompactWidth = 48;
+constexpr int kSpacing = 6;
+constexpr int kCompactSpacing = 4;
 
 /// Of a view key, as ThemeIcon takes it.
 QString IconOf(const QString& key, const QStringList& pluginFolders)
@@ -47,7 +49,7 @@ public:
     }
     QSize sizeHint() const override
     {
-        return m_compact ? QSize(38, 38) : QSize(88, 38 + fontMetrics().height() + 7);
+        return m_compact ? QSize(38, 36) : QSize(88, 38 + fontMetrics().height() + 7);
     }
 
 protected:
@@ -100,7 +102,7 @@ SelectorPane::SelectorPane(QWidget* parent)
 {
     setObjectName(QStringLiteral("FrameSelector"));
     setAutoFillBackground(true);
-    setFixedWidth(kWidth);
+    FitWidth();
 
     FrameButtonView->setObjectName(QStringLiteral("FrameButtonView"));
     FrameButtonView->setWidget(FrameMDIButtons);
@@ -109,9 +111,10 @@ SelectorPane::SelectorPane(QWidget* parent)
     FrameButtonView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     FrameButtonView->verticalScrollBar()->setObjectName(QStringLiteral("VScrollButtonFrame"));
     FrameButtonView->setFocusPolicy(Qt::NoFocus);
+    connect(FrameButtonView->verticalScrollBar(), &QScrollBar::rangeChanged, this, &SelectorPane::FitWidth);
     FrameMDIButtons->setObjectName(QStringLiteral("FrameMDIButtons"));
     m_column->setContentsMargins(0, 0, 0, 0);
-    m_column->setSpacing(6);
+    m_column->setSpacing(kSpacing);
     m_column->addStretch();
 
     FrameRemCap->setObjectName(QStringLiteral("FrameRemCap"));
@@ -194,12 +197,19 @@ void SelectorPane::SetRemCap(std::int16_t value)
 void SelectorPane::SetCompact(bool icons)
 {
     m_compact = icons;
-    setFixedWidth(icons ? kCompactWidth : kWidth);
+    FitWidth();
+    m_column->setSpacing(icons ? kCompactSpacing : kSpacing);
     layout()->setContentsMargins(icons ? 4 : 8, 8, icons ? 4 : 8, 8);
     lblStatic->setVisible(!icons);
     for (const Entry& entry : m_buttons)
         static_cast<SelectorButton*>(entry.widget)->SetCompact(icons);
     Applyskin();
+}
+
+void SelectorPane::FitWidth()
+{
+    const QScrollBar* bar = FrameButtonView->verticalScrollBar();
+    setFixedWidth((m_compact ? kCompactWidth : kWidth) + (bar->maximum() > 0 ? bar->sizeHint().width() : 0));
 }
 
 void SelectorPane::Applyskin()

@@ -36,6 +36,7 @@ signals:
     void Chosen(int index);
 
 private:
+    void FitWidth(); ///< a scroll bar stands beside the buttons
     struct Entry {
         ViewButton button;
         QAbstractButton* widget;

@@ -11,7 +11,7 @@
 #include "app/frmTargets.h"
 #include "dataflash/JournalFiles.h"
 #include "look/Icons.h"
-#include "look/frmText.h"
+#include "look/TextWindow.h"
 #include "platform/Interrupt.h"
 #include "platform/ProgramFolder.h"
 #include "plugins/PluginCatalogue.h"
@@ -210,6 +210,10 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
     Dress(view);
+    QTimer::singleShot(0, window, [this, window] { // a view that folded itself up needs less than at first
+        if (window->isMaximized())
+            window->setGeometry(mdiArea->viewport()->rect());
+    });
 }
 
 QList<ChildView*> frmMDI::OpenViews() const
@@ -300,6 +304,7 @@ void frmMDI::UpdateEmptyPage()
     m_pages->setCurrentIndex(mdiArea->subWindowList().isEmpty() ? 0 : 1);
     if (m_pages->currentIndex() != 0)
         return;
+    m_selector->Select(-1);
     const StartupState& state = m_program.State();
     TargetList targets(m_program.Profiles(), m_messages, state);
     targets.Load();
@@ -467,7 +472,7 @@ void frmMDI::ShowErrorLog()
     } else if (file.exists()) {
         return m_messages.Show(QStringLiteral("Error opening file ") + name);
     }
-    (new frmText(tr("Tarnlo - %1, newest first").arg(name), text, this))->show();
+    (new TextWindow(tr("Tarnlo - %1, newest first").arg(name), text, this))->show();
 }
 
 void frmMDI::ShowHelp()
@@ -476,7 +481,7 @@ void frmMDI::ShowHelp()
     if (!QFileInfo(name).isReadable())
         return m_messages.Show(QStringLiteral("Error opening file ") + name);
     if (!m_help)
-        m_help = new frmText(tr("Tarnlo - Help"), QUrl::fromLocalFile(name), this);
+        m_help = new TextWindow(tr("Tarnlo - Help"), QUrl::fromLocalFile(name), this);
     m_help->show();
     m_help->raise();
     m_help->activateWindow();

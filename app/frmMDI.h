@@ -17,7 +17,7 @@
 #include <QTimer>
 
 class EmptyPage;
-class frmText;
+class TextWindow;
 struct ToolView;
 class SelectorPane;
 class StatusPane;
@@ -103,7 +103,7 @@ private:
     QMdiArea* mdiArea;
     EmptyPage* m_empty;
     QMap<QString, QPointer<QMdiSubWindow>> m_views; ///< by view key
-    QPointer<frmText> m_help;
+    QPointer<TextWindow> m_help;
     QTimer* m_linkTimer;
     QElapsedTimer m_busClock;
     double m_busMicroseconds = 0;

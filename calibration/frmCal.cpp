@@ -5,6 +5,7 @@
 #include "look/Icons.h"
 #include "look/Theme.h"
 
+#include <QDir>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -455,7 +456,9 @@ void frmCal::ShowResult(const CalibrationResult& result)
     if (!result.Problem.isEmpty())
         ShowNote(result.Problem, true);
     else if (result.Stored)
-        ShowNote(tr("Stored, read back and measured again. The record is in %1.").arg(result.Record), false);
+        ShowNote(tr("Stored, read back and measured again. The record is in %1 of the program folder.")
+                     .arg(QDir(m_context.state.ProgramFolder).relativeFilePath(result.Record)),
+                 false);
     else
         ShowNote({}, false);
     if (m_canStore)

@@ -162,10 +162,8 @@ QWidget* TransactionPane::MakeHistory()
     grdHistory->setModel(m_model);
     DressTable(grdHistory, tr("History of transactions"));
     grdHistory->setToolTip(tr("Double click or Enter puts a row back into the fields"));
-    MakeEmptyLabel(
-        grdHistory, "lblHistoryEmpty",
-        tr("Nothing was sent yet.\nChoose a transaction above and send it, or run access commands and "
-           "sequences; all answers stand here."));
+    MakeEmptyLabel(grdHistory, "lblHistoryEmpty",
+                   tr("Nothing was sent yet.\nWhatever is sent in this view stands here with its answer."));
     const int digit = grdHistory->fontMetrics().horizontalAdvance(QLatin1Char('0'));
     const int widths[]{13, 24, 18, 6, 26, 8};
     for (int column = 0; column < HistoryModel::kColumnCount; ++column)

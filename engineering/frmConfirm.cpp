@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr qsizetype kMostLines = 500;
 constexpr int kMostShown = 12;
+constexpr qsizetype kWidestLine = 76; // a line of a hexadecimal dump
 
 } // namespace
 
@@ -56,6 +58,12 @@ frmConfirm::frmConfirm(QWidget* parent, Danger danger, const QString& question, 
     const int rows = std::clamp(static_cast<int>(shown.size()), 1, kMostShown);
     list->setFixedHeight(list->fontMetrics().lineSpacing() * rows + 2 * list->frameWidth()
                          + static_cast<int>(2 * list->document()->documentMargin()) + 4);
+    qsizetype widest = 0;
+    for (const QString& line : std::as_const(shown))
+        widest = std::max(widest, std::min(line.size(), kWidestLine));
+    list->setMinimumWidth(list->fontMetrics().horizontalAdvance(QString(widest, QLatin1Char('0')))
+                          + list->verticalScrollBar()->sizeHint().width() + 2 * list->frameWidth()
+                          + static_cast<int>(2 * list->document()->documentMargin()) + 4);
     list->setVisible(!lines.isEmpty());
     auto* again = Named(new QCheckBox(tr("&Do not ask again until Tarnlo ends"), this), "chkNotAgain");
     auto* cancel = Named(new QPushButton(tr("Cancel"), this), "cmdCancel");

@@ -65,8 +65,6 @@ void FlashRunPane::LayOut()
     grdFlashPlan->setSelectionMode(QAbstractItemView::NoSelection);
     grdFlashPlan->setFocusPolicy(Qt::NoFocus);
     grdFlashPlan->setShowGrid(false);
-    grdFlashPlan->setSizeAdjustPolicy(QAbstractScrollArea::AdjustToContents);
-    grdFlashPlan->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
     grdFlashPlan->verticalHeader()->hide();
     grdFlashPlan->verticalHeader()->setMinimumSectionSize(kRowHeight);
     grdFlashPlan->verticalHeader()->setDefaultSectionSize(kRowHeight);
@@ -96,10 +94,10 @@ void FlashRunPane::LayOut()
     head->addWidget(lblFlashTitle, 1);
     head->addWidget(cboFlashTarget);
     auto* middle = new QHBoxLayout;
-    middle->addWidget(grdFlashPlan);
-    middle->addWidget(lstFindings, 1);
     const int height = fontMetrics().lineSpacing() * 7;
     for (QWidget* list : std::initializer_list<QWidget*>{grdFlashPlan, lstFindings}) {
+        list->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Expanding); // half each, whatever they hold
+        middle->addWidget(list, 1);
         list->setMinimumHeight(height / 2);
         list->setMaximumHeight(height);
     }

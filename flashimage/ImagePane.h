@@ -14,7 +14,7 @@ public:
 
     [[nodiscard]] ImageDocument& Document() { return m_document; }
     [[nodiscard]] const ImageDocument& Document() const { return m_document; }
-    [[nodiscard]] HexView* Hex() { return hexView; }
+    [[nodiscard]] HexView* Hex() const { return hexView; }
     void ShowHead(); ///< after the document, its region or its edits changed
 
 private:

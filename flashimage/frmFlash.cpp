@@ -82,7 +82,7 @@ void frmFlash::Connect()
     });
     for (ImagePane* pane : {m_first, m_second}) {
         ImagePane* other = pane == m_first ? m_second : m_first;
-        connect(pane->Hex(), &HexView::CursorMoved, this, &frmFlash::ShowCursor);
+        connect(pane->Hex(), &HexView::CursorMoved, this, [this, pane] { ShowCursor(*pane); });
         connect(pane->Hex(), &HexView::Refused, this, &frmFlash::Say);
         connect(pane->Hex()->verticalScrollBar(), &QScrollBar::valueChanged, this, [this, other](int value) {
             if (chkTogether->isChecked() && Comparing())
@@ -337,6 +337,7 @@ void frmFlash::ShowRegion(ImageArea area)
         pane->Hex()->SetDifferences(m_differences->Of(area));
         pane->ShowHead();
     }
+    ShowCursor(*m_first);
     ShowFacts();
 }
 
@@ -436,13 +437,12 @@ void frmFlash::ShowMode()
     ShowActions();
 }
 
-void frmFlash::ShowCursor(quint32 address)
+void frmFlash::ShowCursor(const ImagePane& pane)
 {
-    const auto* hex = qobject_cast<HexView*>(sender());
-    const ImagePane* pane = hex == m_second->Hex() ? m_second : m_first;
-    const ImageArea area = pane->Document().Empty() ? ImageArea::Data : m_first->Hex()->Area();
-    const auto byte = pane->Document().ByteAt(area, address);
-    const auto next = pane->Document().ByteAt(area, address + 1);
+    const ImageArea area = pane.Hex()->Area();
+    const std::uint32_t address = pane.Hex()->Cursor();
+    const auto byte = pane.Document().ByteAt(area, address);
+    const auto next = pane.Document().ByteAt(area, address + 1);
     QString text = tr("Cursor %1").arg(Hex(address));
     if (byte)
         text += tr(" · u8 %1").arg(*byte);

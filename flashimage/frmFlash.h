@@ -80,7 +80,7 @@ private:
     void ShowMode(); ///< banner
     /// Now, or as soon as nothing further down the stack holds the bus: a dialog would hold it too.
     void WhenFree(const std::function<void()>& act);
-    void ShowCursor(quint32 address);
+    void ShowCursor(const ImagePane& pane);
     void EndComparison();
     void GoToDifference(int row);
     void NextDifference();

@@ -267,6 +267,7 @@ int TarnloStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWi
     switch (hint) {
     case SH_Widget_Animation_Duration:
     case SH_EtchDisabledText:
+    case SH_DialogButtonBox_ButtonsHaveIcons: // Qt's own icons are not in the style of ours
         return 0;
     default:
         return QProxyStyle::styleHint(hint, option, widget, returned);

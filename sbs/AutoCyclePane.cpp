@@ -2,8 +2,8 @@
 
 #include "look/Controls.h"
 #include "look/Icons.h"
+#include "look/TextWindow.h"
 #include "look/Theme.h"
-#include "look/frmText.h"
 #include "platform/ProgramFolder.h"
 #include "platform/WholeFile.h"
 #include "sbs/CycleRows.h"
@@ -359,6 +359,6 @@ void AutoCyclePane::ShowHelp()
         m_messages.Show(QStringLiteral("Error opening file ") + name);
         return;
     }
-    m_help = new frmText(tr("Tarnlo - Auto-cycle help"), QString::fromUtf8(file.bytes), this);
+    m_help = new TextWindow(tr("Tarnlo - Auto-cycle help"), QString::fromUtf8(file.bytes), this);
     m_help->show();
 }

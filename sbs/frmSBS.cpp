@@ -461,9 +461,10 @@ bool frmSBS::MayClose()
 {
     if (!m_cycle.Facts().Running)
         return true;
-    return m_context.messages.Ask(
-               tr("The auto-cycle is running. Closing stops it and switches both lines off. Close?"),
-               Answer::Yes | Answer::No)
+    return m_context.messages.Choose(
+               tr("The auto-cycle is running. Closing the register view stops it and switches both lines "
+                  "off."),
+               {{Answer::Yes, tr("Stop and close")}, {Answer::Cancel, tr("Keep it running")}})
         == Answer::Yes;
 }
 

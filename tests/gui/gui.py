@@ -22,6 +22,7 @@ ACC, ACT, CMP, TXT, EDT, VAL, TAB = ("org.a11y.atspi." + i for i in
 STATES = {1: "active", 4: "checked", 7: "editable", 8: "enabled", 11: "focusable", 12: "focused",
           16: "modal", 23: "selected", 24: "sensitive", 25: "showing", 30: "visible"}
 TABLE_ROLES = {"table", "tree", "tree table", "list", "list box"}
+PATIENCE = 15   # seconds; a sanitized program on a machine that builds beside it is slow
 
 
 class NotFound(Exception):
@@ -122,7 +123,7 @@ class Gui:
         self.procs.append(p)
         return p
 
-    def _until(self, f, what, timeout=10):
+    def _until(self, f, what, timeout=PATIENCE):
         end = time.time() + timeout
         while True:
             try:
@@ -174,7 +175,7 @@ class Gui:
                 return a
         return None
 
-    def find(self, name, role=None, timeout=5, under=None, showing=True):
+    def find(self, name, role=None, timeout=PATIENCE, under=None, showing=True):
         """First widget whose object name or accessible name is `name` (last window first)."""
         def look():
             top = under or self.root()
@@ -187,7 +188,7 @@ class Gui:
             return None
         return self._until(look, f"widget {name!r}", timeout)
 
-    def gone(self, name, timeout=5):
+    def gone(self, name, timeout=PATIENCE):
         end = time.time() + timeout
         while time.time() < end:
             try:
@@ -226,7 +227,7 @@ class Gui:
     def checked(self, x):
         return "checked" in self._node(x).states
 
-    def wait_text(self, x, pattern, timeout=5):
+    def wait_text(self, x, pattern, timeout=PATIENCE):
         return self._until(lambda: re.search(pattern, str(self.text(x))) and self.text(x), f"{x} ~ {pattern}", timeout)
 
     # --- acting
@@ -262,6 +263,14 @@ class Gui:
             self.key("Delete")
         if enter:
             self.key("Return")
+
+    def field(self, dialog_of="frmMDI"):
+        """The edit field of a dialog over that window, once it has the keyboard: keys sent before are lost."""
+        def look():
+            for t in self.root().children():
+                if t.id != dialog_of and "active" in t.states:
+                    return next((n for n in t.walk() if n.role == "text" and "focused" in n.states), None)
+        return self._until(look, "a field with the keyboard")
 
     def put(self, x, s):
         """Set an edit field's text through accessibility: no key events."""

@@ -93,7 +93,7 @@ class WindowTest(unittest.TestCase):
     def interval(self, entry, value, *messages):
         g = self.g
         g.menu("Options", entry)
-        g.find("OK", role="push button")
+        g.field()
         g.type(None, str(value), enter=True)
         for message in messages[-1:]:
             self.told(message)

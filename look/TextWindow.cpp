@@ -1,4 +1,4 @@
-#include "look/frmText.h"
+#include "look/TextWindow.h"
 
 #include "look/Controls.h"
 #include "look/Theme.h"
@@ -30,7 +30,7 @@ QString HtmlColour(Rgb colour) { return ToColour(colour).name(); }
 
 } // namespace
 
-frmText::frmText(const QString& title, const QString& text, QWidget* parent) : QDialog(parent)
+TextWindow::TextWindow(const QString& title, const QString& text, QWidget* parent) : QDialog(parent)
 {
     auto* reader = Named(new QPlainTextEdit(text, this), "txtText");
     reader->setFont(Theme::Current().Font(Type::Mono)); // plain text may stand in columns
@@ -40,7 +40,7 @@ frmText::frmText(const QString& title, const QString& text, QWidget* parent) : Q
     LayOut(title, reader);
 }
 
-frmText::frmText(const QString& title, const QUrl& page, QWidget* parent) : QDialog(parent)
+TextWindow::TextWindow(const QString& title, const QUrl& page, QWidget* parent) : QDialog(parent)
 {
     auto* reader = Named(new PageReader(this), "txtText");
     const SkinColours& colours = Theme::Current().Colours();
@@ -54,7 +54,7 @@ frmText::frmText(const QString& title, const QUrl& page, QWidget* parent) : QDia
     LayOut(title, reader);
 }
 
-void frmText::LayOut(const QString& title, QWidget* reader)
+void TextWindow::LayOut(const QString& title, QWidget* reader)
 {
     setObjectName(QStringLiteral("frmText"));
     setWindowTitle(title);
