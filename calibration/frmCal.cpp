@@ -115,6 +115,7 @@ QWidget* frmCal::MakeGuidePane()
     for (int sensor = 0; sensor < kTemperatureSensors; ++sensor)
         cboSensor->addItem(SensorName(sensor));
     cboSensor->setCurrentIndex(1);
+    cboSensor->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     lblSensor->setBuddy(cboSensor);
     connect(cboSensor, &QComboBox::currentIndexChanged, this, &frmCal::ShowStep);
 
