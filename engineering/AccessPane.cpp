@@ -68,17 +68,19 @@ AccessPane::AccessPane(const std::vector<AccessCommand>& commands, QWidget* pare
     ShowCurrent();
 }
 
-void AccessPane::ShowCurrent()
+QString AccessPane::ShowSend()
 {
     const int row = grdAccess->currentRow();
     const bool known = row >= 0 && row < static_cast<int>(m_commands.size());
-    const QString problem = known ? m_commands[static_cast<std::size_t>(row)].Problem : QString();
+    QString problem = known ? m_commands[static_cast<std::size_t>(row)].Problem : QString();
     cmdSendAccess->setEnabled(known && problem.isEmpty() && !m_busy);
     cmdSendAccess->setToolTip(m_busy                   ? tr("A sequence runs; it holds the bus until it ends")
                                   : !problem.isEmpty() ? problem
                                                        : tr("Send the selected command (Enter)"));
-    ShowState(problem, true);
+    return problem;
 }
+
+void AccessPane::ShowCurrent() { ShowState(ShowSend(), true); }
 
 void AccessPane::Send()
 {
@@ -89,9 +91,7 @@ void AccessPane::Send()
 void AccessPane::SetBusy(bool busy)
 {
     m_busy = busy;
-    const QString shown = lblAccessState->text();
-    ShowCurrent();
-    lblAccessState->setText(shown);
+    ShowSend(); // what is said of the last command stays
 }
 
 void AccessPane::ShowState(const QString& text, bool failed) { ShowNote(lblAccessState, text, failed); }

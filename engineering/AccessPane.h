@@ -21,6 +21,7 @@ signals:
 
 private:
     void Send();
+    QString ShowSend(); ///< @return why the current command cannot be sent
     void ShowCurrent();
 
     const std::vector<AccessCommand>& m_commands;
