@@ -449,8 +449,10 @@ void frmMDI::OpenRegisterLog()
                                                       QStringLiteral("Log Files(*.log);;All Files(*.*)"));
     if (path.isEmpty())
         return;
-    Host(MakeLogViewer(m_messages, path), QFileInfo(path).fileName());
+    ChildView* viewer = MakeLogViewer(m_messages, path);
+    Host(viewer, QFileInfo(path).fileName());
     mdiArea->setActiveSubWindow(mdiArea->subWindowList().constLast());
+    viewer->setFocus(); // else the view that had the keyboard before the dialog comes to the front again
     UpdateEmptyPage();
 }
 
