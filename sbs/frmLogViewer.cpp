@@ -17,6 +17,8 @@
 #include <QStyledItemDelegate>
 #include <QToolButton>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int kRowHeight = 20;
@@ -453,6 +455,10 @@ void frmLogViewer::Fold(bool narrow)
         m_across->addWidget(m_plot);
         m_plot->show();
         m_across->setStretchFactor(1, 3);
+        // the list gets the width it was made for, not what it had beside nothing
+        const int list
+            = std::min(kListWidth * fontMetrics().horizontalAdvance(QLatin1Char('0')), width() / 2);
+        m_across->setSizes({list, width() - list});
     }
     for (QToolButton* button : std::as_const(m_wordButtons))
         button->setToolButtonStyle(narrow ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
