@@ -113,8 +113,7 @@ QString ProfileStore::Write(const QString& path, std::span<const ProfileChange> 
             return QStringLiteral(
                        "%1 cannot hold key \"%2\" of section \"%3\": names and values stand on one line, "
                        "and names have no blanks around them, no \"]\" or \"=\" inside and no \";\" or \"[\" "
-                       "in "
-                       "front")
+                       "in front")
                 .arg(path, change.Key, change.Section);
         changed.Set(change.Section, change.Key, change.Value);
     }
