@@ -313,6 +313,25 @@ TableDocument::Pasted TableDocument::Paste(TablePlace place, const QString& text
     return pasted;
 }
 
+TableDocument::Pasted TableDocument::PasteRows(int before, const QString& text)
+{
+    Pasted pasted;
+    RowList added;
+    for (const QStringList& texts : SplitCells(text)) {
+        Row row = Fresh(NewRowOf(m_kind));
+        for (int column = 0; column < Columns() && column < texts.size(); ++column)
+            row.Cells[column] = texts[column];
+        added.push_back(std::move(row));
+    }
+    if (m_rows.size() + added.size() > kMostRows) {
+        pasted.Problem = QStringLiteral("A table holds at most %1 rows; nothing was pasted.").arg(kMostRows);
+        return pasted;
+    }
+    pasted.Rows = static_cast<int>(added.size());
+    Do(QStringLiteral("paste"), {{before, {}, std::move(added)}});
+    return pasted;
+}
+
 QString TableDocument::Copy(int firstRow, int lastRow, int firstColumn, int lastColumn) const
 {
     QString text;

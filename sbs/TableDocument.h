@@ -79,6 +79,8 @@ public:
     };
     /// Rows of cells separated by tabs, as spreadsheets and Copy give them; rows beyond the end are added.
     Pasted Paste(TablePlace place, const QString& text);
+    /// Whole rows, as Copy gives them, before a row instead of over it.
+    Pasted PasteRows(int before, const QString& text);
     [[nodiscard]] QString Copy(int firstRow, int lastRow, int firstColumn, int lastColumn) const;
 
     [[nodiscard]] QString UndoText() const; ///< what Undo takes back; empty: nothing

@@ -253,7 +253,11 @@ void frmTables::NoteNumbers()
 
 void frmTables::Cut()
 {
-    Copy();
+    const Selection at = Selected();
+    if (at.First < 0)
+        return;
+    m_cutRows = m_document.Copy(at.First, at.Last, 0, m_document.Columns() - 1);
+    QApplication::clipboard()->setText(m_cutRows);
     RemoveRows();
 }
 
@@ -267,13 +271,19 @@ void frmTables::Copy()
 void frmTables::Paste()
 {
     const Selection at = Selected();
-    const TableDocument::Pasted pasted
-        = m_document.Paste({std::max(at.First, 0), at.FirstColumn}, QApplication::clipboard()->text());
+    const QString clip = QApplication::clipboard()->text();
+    const bool rows
+        = !m_cutRows.isEmpty() && clip == m_cutRows; // these move; others fill the cells that stand there
+    const TableDocument::Pasted pasted = rows
+        ? m_document.PasteRows(std::max(at.First, 0), clip)
+        : m_document.Paste({std::max(at.First, 0), at.FirstColumn}, clip);
     if (!pasted.Problem.isEmpty()) {
         ShowFooter(pasted.Problem, true);
         return;
     }
     GoTo({std::max(at.First, 0), at.FirstColumn});
+    if (rows)
+        return NoteNumbers();
     QString text = tr("%1 rows pasted, %2 of them added at the end").arg(pasted.Rows).arg(pasted.Added);
     if (pasted.Cut)
         text += tr(". What stood right of the last column was left out");

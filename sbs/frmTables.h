@@ -103,6 +103,7 @@ private:
     clsSBSCfgRW m_registers; ///< of the target: what flag rows point into
     TableDocument m_document;
     TableModel* m_model;
+    QString m_cutRows; ///< as they went to the clipboard
     int m_column = 0; ///< current one, kept while rows come and go
     bool m_reading = false;
     bool m_waiting = false; ///< for the bus, between two tries of a read

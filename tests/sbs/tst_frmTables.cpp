@@ -76,6 +76,17 @@ TEST_F(TablesWindow, KeepsAFieldThatDoesNotConvertUntilItIsMended)
     EXPECT_FALSE(window->windowTitle().contains(u'*'));
 }
 
+TEST_F(TablesWindow, MovesWholeRowsByCutAndPaste)
+{
+    Grid()->setCurrentIndex(Grid()->model()->index(1, 1));
+    Find<QAction>("mnuTableCut")->trigger();
+    ASSERT_EQ(Grid()->model()->rowCount(), 1);
+    Find<QAction>("mnuTablePaste")->trigger();
+    EXPECT_EQ(Grid()->model()->rowCount(), 2);
+    EXPECT_EQ(Cell(0, 0) + Cell(0, 1) + Cell(0, 8), QStringLiteral("CurrentAmpmA"));
+    EXPECT_EQ(Cell(1, 1), QStringLiteral("Volt"));
+}
+
 TEST_F(TablesWindow, PreviewsTheCurrentRowWithTypedAndReadValues)
 {
     Grid()->setCurrentIndex(Grid()->model()->index(0, 0));
