@@ -141,7 +141,7 @@ RegisterLogData RegisterLogParser::Finish()
         m_data.Report(0, [&] {
             return QStringLiteral(
                 "There is no line of captions beginning with \"Sample\": this is no register "
-                "log, or only the begin of one.");
+                "log, or only the start of one.");
         });
     for (const Column& column : m_columns)
         if (column.role == Role::Value)

@@ -119,7 +119,7 @@ QWidget* frmLogViewer::MakeToolbar()
     }
     cboCompare->addItems({tr("Overlay"), tr("Difference")});
     cboCompare->setAccessibleName(tr("How the two logs are compared"));
-    cboCompare->setToolTip(tr("Overlay: curves of both logs from the begin of each.\n"
+    cboCompare->setToolTip(tr("Overlay: curves of both logs from the start of each.\n"
                               "Difference: the second log less the first, at the times of the first."));
     lblLog->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     MakeSecondary(lblLog);
@@ -321,12 +321,13 @@ void frmLogViewer::ShowLogs()
         lblLog->setText({});
         return;
     }
-    const double hours = (m_document.First().Seconds.back() - m_document.First().Seconds.front()) / 3600;
-    lblLog->setText(tr("%1 \u00b7 %2 records \u00b7 %3 columns \u00b7 %4 h")
+    const double seconds = m_document.First().Seconds.back() - m_document.First().Seconds.front();
+    lblLog->setText(tr("%1 \u00b7 %2 records \u00b7 %3 columns \u00b7 %4")
                         .arg(title)
                         .arg(m_document.First().Records())
                         .arg(m_document.Columns().size())
-                        .arg(hours, 0, 'f', 2));
+                        .arg(seconds < 3600 ? tr("%1 s").arg(seconds, 0, 'f', 1)
+                                            : tr("%1 h").arg(seconds / 3600, 0, 'f', 2)));
     lblLog->setToolTip(two ? m_path + QLatin1Char('\n') + m_secondPath : m_path);
     txtHead->setPlainText(m_document.First().Head.join(QLatin1Char('\n')));
     FillColumns();
@@ -352,8 +353,8 @@ void frmLogViewer::FillColumns()
         if (two) {
             const ComparedSeries* compared = m_document.Compared(i);
             if (compared && compared->Count > 0)
-                texts = {PlotNumber(compared->Largest), QString::number(compared->Mean, 'g', 6),
-                         QString::number(compared->RootMeanSquare, 'g', 6), QString::number(compared->Count)};
+                texts = {PlotNumber(compared->Largest), QString::number(compared->Mean, 'g', 4),
+                         QString::number(compared->RootMeanSquare, 'g', 4), QString::number(compared->Count)};
             else
                 texts = {compared ? tr("no pair") : tr("first only"), {}, {}, {}};
         } else if (facts.Values > 0) {

@@ -345,6 +345,8 @@ void frmSBS::StartLogging()
 void frmSBS::StopLogging()
 {
     tmrLog->stop();
+    if (m_log.IsLogging())
+        emit StatusText(tr("%1 samples are in %2").arg(m_log.Sample() - 1).arg(m_log.FileName()));
     m_log.Stop();
     ShowLogState();
 }
