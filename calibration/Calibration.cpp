@@ -70,11 +70,13 @@ const StepFacts& FactsOf(CalibrationStep step)
             QStringLiteral("Switch charger and load off, so that no current flows through the pack, and "
                            "enter what an ammeter still shows, usually 0."),
             QStringLiteral("mA"), true, -50, 50, 1},
-        StepFacts{
-            QStringLiteral("Current gain"),
-            QStringLiteral("Let a steady current flow, as near as you can to what the pack will carry, and "
-                           "enter what an ammeter in series shows. Discharging is negative."),
-            QStringLiteral("mA"), true, -30000, 30000, 1},
+        StepFacts{QStringLiteral("Current gain"),
+                  QStringLiteral(
+                      "Let a steady current flow, as near as you can to what the pack will carry, and "
+                      "enter what an ammeter in series shows. Discharging is negative. A load at the "
+                      "adapter's lines is switched on by the register view's menu Auto-Cycle, \"Start by "
+                      "discharging\"."),
+                  QStringLiteral("mA"), true, -30000, 30000, 1},
         StepFacts{
             QStringLiteral("Voltage"),
             QStringLiteral("Enter the voltage that a voltmeter shows across the stack of cells. No current "

@@ -93,7 +93,8 @@ void AutoCyclePane::ShowWhy(const CycleFacts& facts)
 {
     QString why;
     if (facts.Running && facts.State == CycleState::Idle && facts.Why.isEmpty())
-        why = tr("Nothing is switched yet: the run waits until a limit below is crossed.");
+        why = tr("Nothing is switched yet: the run waits until a limit below is crossed. The Auto-Cycle menu "
+                 "starts a run by charging or discharging at once.");
     else if (!facts.Why.isEmpty())
         why = tr("Last switch: %1").arg(facts.Why.at(0).toLower() + facts.Why.mid(1));
     else
@@ -290,10 +291,10 @@ void AutoCyclePane::WhenFree(const std::function<void()>& command)
         command();
 }
 
-void AutoCyclePane::StartAutoCycle()
+void AutoCyclePane::StartAutoCycle(std::optional<Direction> first)
 {
-    WhenFree([this] {
-        m_cycle.StartAutoCycle(ReadCycleValues(m_scan, m_cycle.Settings(), {}));
+    WhenFree([this, first] {
+        m_cycle.StartAutoCycle(ReadCycleValues(m_scan, m_cycle.Settings(), {}), first);
         Refresh();
     });
 }
