@@ -12,6 +12,9 @@
 namespace {
 
 constexpr int kIcon = 16;
+constexpr qint64 kTimeToReadMs = 5000;
+
+bool BeingRead(const QElapsedTimer& since) { return since.isValid() && !since.hasExpired(kTimeToReadMs); }
 
 QLabel* Panel(QStatusBar* bar, const char* name, const QString& accessible)
 {
@@ -77,6 +80,25 @@ StatusPane::StatusPane(QWidget* parent)
 
 void StatusPane::SetText(const QString& text)
 {
+    Show(text);
+    m_said.start();
+}
+
+void StatusPane::SetIdleText(const QString& text)
+{
+    if (!BeingRead(m_said))
+        Show(text);
+}
+
+void StatusPane::SetRefusal(const QString& text)
+{
+    SetText(text);
+    m_refused.start();
+    ProgressBarStatus->hide();
+}
+
+void StatusPane::Show(const QString& text)
+{
     PictureStat->setText(text);
     PictureStat->setToolTip(text);
 }
@@ -90,7 +112,7 @@ void StatusPane::SetProgress(int done, int of, const QString& owner)
         ProgressBarStatus->setFormat(owner + QStringLiteral(" %p%"));
         PlaceProgress();
     }
-    ProgressBarStatus->setVisible(running);
+    ProgressBarStatus->setVisible(running && !BeingRead(m_refused));
 }
 
 void StatusPane::SetLink(const LinkFacts& facts)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QProgressBar>
 #include <QStatusBar>
@@ -22,7 +23,10 @@ class StatusPane final : public QStatusBar {
 public:
     explicit StatusPane(QWidget* parent = nullptr);
 
+    /// Stays long enough to be read, whatever passes go by meanwhile.
     void SetText(const QString& text);
+    void SetIdleText(const QString& text); ///< what stands there when nobody has anything else to say
+    void SetRefusal(const QString& text); ///< a text that stands even over a progress
     void SetProgress(int done, int of, const QString& owner); ///< of 0 or done == of hides it again
     void SetLink(const LinkFacts& facts);
     /// Leaves out what a narrow window has no room for: 0 all, 1 no bus load, 2 no bus holder either.
@@ -36,6 +40,7 @@ protected:
 private:
     void ShowTime();
     void PlaceProgress();
+    void Show(const QString& text);
 
     QTimer* tmrStatusBarTime;
     QLabel* PictureStat;
@@ -52,4 +57,6 @@ private:
     QLabel* lblClock;
     QList<QWidget*> m_panels; ///< behind the first, left to right
     LinkFacts m_facts;
+    QElapsedTimer m_said; ///< since the last text
+    QElapsedTimer m_refused;
 };

@@ -67,6 +67,9 @@ private:
     void ShowLines(const CycleFacts& facts);
     void ShowTriggers();
     void ShowTrigger(int row, int column, const CycleTrigger& trigger, Direction direction);
+    [[nodiscard]] bool AnySuffices(Direction direction) const;
+    [[nodiscard]] QString LimitText(const CycleTrigger& trigger, Direction direction) const;
+    [[nodiscard]] QString StartText(Direction direction) const; ///< what it waits for
     void ShowStops(const CycleFacts& facts);
     void UpdateMenus(const CycleFacts& facts);
     bool Note(CycleState state, EventLog& events);

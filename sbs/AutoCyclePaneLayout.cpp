@@ -32,6 +32,9 @@ AutoCyclePane::AutoCyclePane(AutoCycle& cycle, TableSettings& settings, UserMess
     for (StopLine& line : m_stops)
         line = {new QLabel(this), new QLabel(this)};
     LayOut();
+    cmdStartCycle->setToolTip(
+        tr("Starts and waits until a limit is crossed. The Auto-Cycle menu starts by charging or\n"
+           "by discharging at once."));
     connect(cmdStartCycle, &QPushButton::clicked, this, [this] { StartAutoCycle(); });
     connect(cmdStopCycle, &QPushButton::clicked, this, &AutoCyclePane::StopAndSwitchOff);
     connect(cmdCycleSettings, &QPushButton::clicked, this, &AutoCyclePane::ShowSettings);

@@ -100,6 +100,9 @@ void frmSBS::LayOut()
         m_previewing = false;
         ShowCounts();
     });
+    connect(m_plot, &PlotView::StatusText, this, &frmSBS::StatusText);
+    connect(m_plot, &PlotView::Failed, this,
+            [this](const QString& problem) { m_context.messages.Show(problem); });
     connect(grdSBS, &RegisterGrid::CopyRequested, this, &frmSBS::Copy);
     connect(grdSBS, &RegisterGrid::Refused, this, [this](const QString& why) { emit StatusText(why); });
     connect(m_cyclePane, &AutoCyclePane::StateChanged, this, [this] {
@@ -163,7 +166,10 @@ QWidget* frmSBS::MakeToolbar()
     connect(cmdRefresh, &QPushButton::clicked, this, &frmSBS::Refresh);
     connect(cmdStartLogging, &QPushButton::clicked, this, [this] { WhenIdle([this] { StartLogging(); }); });
     connect(cmdStopLogging, &QPushButton::clicked, this, &frmSBS::StopLogging);
-    connect(txtFilter, &QLineEdit::textChanged, this, [this](const QString& text) { grdSBS->Filter(text); });
+    connect(txtFilter, &QLineEdit::textChanged, this, [this](const QString& text) {
+        grdSBS->Filter(text);
+        ShowCounts();
+    });
     connect(cmdCopy, &QToolButton::clicked, this, &frmSBS::CopyText);
     connect(cmdPlot, &QToolButton::toggled, this, &frmSBS::ShowPlot);
     auto* leave
