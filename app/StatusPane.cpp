@@ -9,8 +9,11 @@
 #include <QResizeEvent>
 #include <QTime>
 
+#include <chrono>
+
 namespace {
 
+constexpr std::chrono::seconds kStays{5};
 constexpr int kIcon = 16;
 
 QLabel* Panel(QStatusBar* bar, const char* name, const QString& accessible)
@@ -76,6 +79,18 @@ StatusPane::StatusPane(QWidget* parent)
 }
 
 void StatusPane::SetText(const QString& text)
+{
+    m_stays.setRemainingTime(kStays);
+    ShowText(text);
+}
+
+void StatusPane::SetBackgroundText(const QString& text)
+{
+    if (m_stays.hasExpired())
+        ShowText(text);
+}
+
+void StatusPane::ShowText(const QString& text)
 {
     PictureStat->setText(text);
     PictureStat->setToolTip(text);

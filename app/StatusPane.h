@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QLabel>
 #include <QProgressBar>
 #include <QStatusBar>
@@ -23,6 +24,8 @@ public:
     explicit StatusPane(QWidget* parent = nullptr);
 
     void SetText(const QString& text);
+    /// What stands there stays for a while first: a scan behind another view has something new at every pass.
+    void SetBackgroundText(const QString& text);
     void SetProgress(int done, int of, const QString& owner); ///< of 0 or done == of hides it again
     void SetLink(const LinkFacts& facts);
     /// Leaves out what a narrow window has no room for: 0 all, 1 no bus load, 2 no bus holder either.
@@ -34,6 +37,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void ShowText(const QString& text);
     void ShowTime();
     void PlaceProgress();
 
@@ -51,5 +55,6 @@ private:
     QLabel* lblBusLoad;
     QLabel* lblClock;
     QList<QWidget*> m_panels; ///< behind the first, left to right
+    QDeadlineTimer m_stays{0};
     LinkFacts m_facts;
 };

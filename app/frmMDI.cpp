@@ -194,7 +194,9 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(view, &ChildView::RemainingCapacityChanged, this,
             [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
-    connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
+    connect(view, &ChildView::StatusText, this, [this, view](const QString& text) {
+        view == FrontView() ? m_status->SetText(text) : m_status->SetBackgroundText(text);
+    });
     connect(view, &ChildView::WantsFront, window, [this, window] { mdiArea->setActiveSubWindow(window); });
     // a maximised child would put its own title behind the program's
     const auto setTitle = [this, window, view, title] {
