@@ -55,7 +55,8 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     m_errors.setParent(this, m_errors.windowFlags()); // else it can lie behind a maximised window
 
     mdiArea->setObjectName(QStringLiteral("mdiArea"));
-    mdiArea->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, false);
+    // else every change of views makes the one that goes back small for a moment, and it lays itself out anew
+    mdiArea->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, true);
     m_pages->addWidget(m_empty);
     m_pages->addWidget(mdiArea);
     auto* centre = new QWidget(this);

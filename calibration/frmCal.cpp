@@ -180,7 +180,8 @@ QWidget* frmCal::MakeGuidePane()
     grdReadings->verticalHeader()->setMinimumSectionSize(20);
     grdReadings->verticalHeader()->setDefaultSectionSize(20);
     grdReadings->verticalHeader()->setHighlightSections(false);
-    grdReadings->setFixedHeight(kRows * 20 + 26);
+    grdReadings->setFixedHeight(kRows * 20 + grdReadings->horizontalHeader()->sizeHint().height()
+                                + 2 * grdReadings->frameWidth());
     grdReadings->setMaximumWidth(kGuideWidth);
 
     lblChange = Wrapped(pane, "lblChange");

@@ -66,7 +66,11 @@ bool Prepare(CommandContext& context, const Arguments& arguments, Desk& desk, Ou
         const auto found = std::find_if(at.Targets().begin(), at.Targets().end(),
                                         [&name](const FlashTarget& target) { return target.Name == name; });
         if (found == at.Targets().end()) {
-            failed = Refused(QStringLiteral("Srec.tgt has no flash target \"%1\"").arg(name));
+            QStringList names;
+            for (const FlashTarget& target : at.Targets())
+                names << QStringLiteral("\"%1\"").arg(target.Name);
+            failed = Refused(QStringLiteral("Srec.tgt has no flash target \"%1\"; it has %2")
+                                 .arg(name, names.join(QStringLiteral(", "))));
             return false;
         }
         at.Choose(static_cast<int>(found - at.Targets().begin()));
@@ -110,7 +114,9 @@ bool TakeImage(CommandContext& context, const QString& path, clsSrecFlash& image
     ReadImage read = ReadImageFile(context, path);
     image = std::move(read.Image);
     if (!read.Error.isEmpty())
-        failed = Refused(read.Error + QStringLiteral("; nothing was sent"));
+        failed = Refused(read.Error
+                         + (read.Error.endsWith(QLatin1Char('.')) ? QStringLiteral(" Nothing was sent.")
+                                                                  : QStringLiteral("; nothing was sent")));
     return read.Error.isEmpty();
 }
 
@@ -177,7 +183,7 @@ Outcome FlashProgram(CommandContext& context, const Arguments& arguments)
             context.Messages.Show(text);
     }
     if (!refused.isEmpty()) {
-        outcome = Refused(refused.join(QLatin1Char('\n')));
+        outcome = Refused(refused.join(QLatin1Char('\n')) + QStringLiteral("\nNothing was sent."));
         const auto first = std::find_if(findings.begin(), findings.end(),
                                         [](const FlashFinding& finding) { return finding.Refuses; });
         outcome.Json[QStringLiteral("code")] = Number(first->Code);

@@ -5,12 +5,15 @@
 #include "look/Controls.h"
 #include "look/Icons.h"
 
+#include <QApplication>
 #include <QBoxLayout>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 
 namespace {
@@ -43,6 +46,14 @@ MonitorPane::MonitorPane(BusMonitor& monitor, QWidget* parent)
         Refresh();
     });
     connect(cmdSaveTrace, &QToolButton::clicked, this, [this] { emit SaveRequested(m_monitor.AsTrace()); });
+    const auto shortcut = [this](const QKeySequence& key, QWidget* where, auto act) {
+        auto* made = new QShortcut(key, where, nullptr, nullptr,
+                                   where == this ? Qt::WidgetWithChildrenShortcut : Qt::WidgetShortcut);
+        connect(made, &QShortcut::activated, this, act);
+    };
+    shortcut(QKeySequence(tr("Ctrl+F")), this, [this] { txtMonitorFilter->setFocus(); });
+    shortcut(QKeySequence(tr("Ctrl+C")), grdMonitor, [this] { Copy(QLatin1Char('\t')); });
+    shortcut(QKeySequence(tr("Ctrl+Shift+C")), grdMonitor, [this] { Copy(QLatin1Char(',')); });
     setFocusProxy(grdMonitor);
     SetWatching(m_monitor.Watching());
 }
@@ -83,7 +94,7 @@ QWidget* MonitorPane::MakeToolbar()
                                  BusGroup::Flash, BusGroup::Adapter})
         cboGroup->addItem(GroupText(group), static_cast<int>(group));
     cboGroup->setAccessibleName(tr("Kind of call"));
-    txtMonitorFilter->setPlaceholderText(tr("Filter, such as 0x09"));
+    txtMonitorFilter->setPlaceholderText(tr("Filter, such as 0x09 (Ctrl+F)"));
     txtMonitorFilter->setAccessibleName(tr("Filter the calls"));
     txtMonitorFilter->setClearButtonEnabled(true);
     txtMonitorFilter->addAction(ThemeIcon(QStringLiteral("filter")), QLineEdit::LeadingPosition);
@@ -148,13 +159,27 @@ void MonitorPane::Refresh()
                  "it costs nothing."));
     QString text = m_monitor.Watching() ? tr("Watching") : tr("Paused");
     if (kept > 0) {
-        text += tr(" \u00b7 %1 calls").arg(kept);
+        text += QStringLiteral(" \u00b7 ") + Counted(kept, tr("1 call"), tr("%1 calls"));
         if (!m_filter->ShowsAll())
             text += tr(", %1 shown").arg(m_filter->rowCount());
         if (m_monitor.MadeRoom() > 0)
             text += tr(" \u00b7 %1 older ones made room").arg(m_monitor.MadeRoom());
     }
     lblMonitor->setText(text);
+}
+
+bool MonitorPane::LeaveFilter()
+{
+    if (!txtMonitorFilter->hasFocus())
+        return false;
+    txtMonitorFilter->clear();
+    grdMonitor->setFocus();
+    return true;
+}
+
+void MonitorPane::Copy(QChar separator)
+{
+    QApplication::clipboard()->setText(TableText(grdMonitor, separator));
 }
 
 void MonitorPane::Filter()

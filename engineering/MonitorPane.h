@@ -25,6 +25,9 @@ public:
     void Recall(const ViewState& state);
     void Remember(ViewState& state) const;
 
+    /// @return false when the filter had not the keyboard
+    bool LeaveFilter();
+
 signals:
     void SaveRequested(const QByteArray& trace);
 
@@ -34,6 +37,7 @@ private:
     void SetWatching(bool on);
     void Refresh();
     void Filter();
+    void Copy(QChar separator);
 
     BusMonitor& m_monitor;
     MonitorModel* m_model;

@@ -270,13 +270,17 @@ Sequence SequencePane::Check()
                                             + 2 * lstSequenceProblems->frameWidth());
         txtSequence->MarkLine(sequence.Problems.front().Line, SequenceEditor::Mark::Wrong);
         txtSequence->GoToLine(sequence.Problems.front().Line);
-        ShowState(tr("%1 lines are wrong. Nothing was sent.").arg(sequence.Problems.size()), true);
+        ShowState(Counted(static_cast<std::int64_t>(sequence.Problems.size()), tr("1 line is wrong."),
+                          tr("%1 lines are wrong."))
+                      + tr(" Nothing was sent."),
+                  true);
     } else {
         txtSequence->MarkLine(0, SequenceEditor::Mark::None);
         ShowState(sequence.Steps.empty() ? tr("The sequence has no steps.")
-                                         : tr("No mistake found: %1 steps, %2 lines write.")
-                                               .arg(sequence.Turns())
-                                               .arg(sequence.Writes().size()),
+                                         : tr("No mistake found: %1, %2.")
+                                               .arg(Counted(sequence.Turns(), tr("1 step"), tr("%1 steps")),
+                                                    Counted(sequence.Writes().size(), tr("1 line writes"),
+                                                            tr("%1 lines write"))),
                   false);
     }
     return sequence;
@@ -323,7 +327,7 @@ void SequencePane::ShowEnd(const SequenceEnd& end)
         txtSequence->GoToLine(end.Line);
     QString text = end.Text;
     if (end.Ended == SequenceEnd::How::Done)
-        text = tr("Done: %1 steps, all as expected.").arg(end.Steps);
+        text = tr("Done: %1, all as expected.").arg(Counted(end.Steps, tr("1 step"), tr("%1 steps")));
     else if (end.Failures > 1)
         text = tr("%1 of %2 steps failed, the first: %3").arg(end.Failures).arg(end.Steps).arg(end.Text);
     ShowState(text, end.Ended != SequenceEnd::How::Done);

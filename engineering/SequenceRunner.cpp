@@ -33,6 +33,8 @@ SequenceEnd SequenceRunner::Run(const Sequence& sequence, const Options& options
         if (cancelled()) {
             end.Ended = SequenceEnd::How::Cancelled;
             end.Line = step.Line;
+            end.Text = QStringLiteral("Cancelled before line %1; what was written until then stays written.")
+                           .arg(end.Line);
             break;
         }
         if (step.Does == Kind::Loop) {
@@ -53,6 +55,8 @@ SequenceEnd SequenceRunner::Run(const Sequence& sequence, const Options& options
         if (report.Result.Code == ErrorCode::UserCancelled) {
             end.Ended = SequenceEnd::How::Cancelled;
             end.Line = step.Line;
+            end.Text = QStringLiteral("Cancelled in line %1; what was written until then stays written.")
+                           .arg(end.Line);
             break;
         }
         if (!Failed(report.Result.Code))
@@ -71,10 +75,6 @@ SequenceEnd SequenceRunner::Run(const Sequence& sequence, const Options& options
         if (options.StopAtFailure)
             break;
     }
-    if (end.Ended == SequenceEnd::How::Cancelled)
-        end.Text = QStringLiteral("Cancelled before line %1, after %2 steps; what they wrote stays written.")
-                       .arg(end.Line)
-                       .arg(end.Steps);
     GiveLinesBack(end);
     m_cancelled = {};
     return end;

@@ -42,7 +42,9 @@ HistoryEntry EntryOf(const StepReport& report)
         came.Code = ErrorCode::Ok; // an answer that was not the expected one is shown all the same
         entry.Answer = AnswerText(step.Sent.Kind, came);
     }
-    entry.Text = report.Remark.isEmpty() ? (sends ? ErrorCodeToText(entry.Code) : QString()) : report.Remark;
+    entry.Text = report.Remark.isEmpty()
+        ? (sends || Failed(entry.Code) ? ErrorCodeToText(entry.Code) : QString())
+        : report.Remark;
     return entry;
 }
 

@@ -60,7 +60,7 @@ TransactionPane::TransactionPane(TransactionHistory& history, std::int16_t gauge
     connect(cmdSend, &QPushButton::clicked, this, &TransactionPane::Send);
     connect(cmdStop, &QPushButton::clicked, this, &TransactionPane::StopRequested);
     connect(grdHistory, &QTableView::doubleClicked, this, &TransactionPane::UseAgain);
-    connect(grdHistory->selectionModel(), &QItemSelectionModel::currentChanged, this,
+    connect(grdHistory->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &TransactionPane::ShowDetail);
     grdHistory->installEventFilter(this);
     setFocusProxy(txtCmd);
@@ -165,7 +165,7 @@ QWidget* TransactionPane::MakeHistory()
     MakeEmptyLabel(grdHistory, "lblHistoryEmpty",
                    tr("Nothing was sent yet.\nWhatever is sent in this view stands here with its answer."));
     const int digit = grdHistory->fontMetrics().horizontalAdvance(QLatin1Char('0'));
-    const int widths[]{13, 24, 18, 6, 26, 8};
+    const int widths[]{13, 24, 18, 6, 26, 10};
     for (int column = 0; column < HistoryModel::kColumnCount; ++column)
         grdHistory->setColumnWidth(column, digit * widths[column]);
     grdHistory->horizontalHeader()->setStretchLastSection(false);
@@ -331,6 +331,7 @@ void TransactionPane::Send()
         return;
     }
     ShowState({}, false);
+    grdHistory->clearSelection(); // what comes now is what is looked at
     emit SendRequested({*entered.Sent, entered.Expected, spnRepeat->value(), chkStopAtFailure->isChecked()});
 }
 
@@ -358,8 +359,11 @@ void TransactionPane::ShowHistory()
 
 void TransactionPane::ShowDetail()
 {
+    // of the row that was chosen, else of the newest: a table that takes the focus makes its first row
+    // current
     const QModelIndex current = grdHistory->currentIndex();
-    const int row = current.isValid() ? current.row() : m_model->rowCount() - 1;
+    const bool chosen = current.isValid() && grdHistory->selectionModel()->isSelected(current);
+    const int row = chosen ? current.row() : m_model->rowCount() - 1;
     const HistoryEntry* entry = row >= 0 ? m_history.Find(m_model->Serial(row)) : nullptr;
     lblDetail->setText(entry
                            ? AnswerDetail(entry->Data, entry->Again && FormOf(entry->Again->Kind).AnswersWord)

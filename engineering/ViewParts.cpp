@@ -85,6 +85,35 @@ QToolButton* MakeButton(QWidget* parent, const char* name, const char* icon, con
     return button;
 }
 
+QString Counted(std::int64_t count, const QString& one, const QString& many)
+{
+    return count == 1 ? one : many.arg(count);
+}
+
+QString TableText(const QTableView* table, QChar separator)
+{
+    const QAbstractItemModel* model = table->model();
+    const auto cell = [separator](QString text) {
+        if (separator != QLatin1Char(',') || !text.contains(separator))
+            return text;
+        return QLatin1Char('"') + text.replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');
+    };
+    QStringList captions;
+    for (int column = 0; column < model->columnCount(); ++column)
+        captions << cell(model->headerData(column, Qt::Horizontal).toString());
+    QStringList lines{captions.join(separator)};
+    const bool all = !table->selectionModel()->hasSelection();
+    for (int row = 0; row < model->rowCount(); ++row) {
+        if (!all && !table->selectionModel()->isRowSelected(row))
+            continue;
+        QStringList cells;
+        for (int column = 0; column < model->columnCount(); ++column)
+            cells << cell(model->index(row, column).data().toString());
+        lines << cells.join(separator);
+    }
+    return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+}
+
 void ShowNote(QLabel* label, const QString& text, bool refused)
 {
     const SkinColours& colours = Theme::Current().Colours();

@@ -6,6 +6,7 @@
 #include <QTableView>
 #include <QToolButton>
 
+#include <cstdint>
 #include <functional>
 
 /// What the views of this room have in common.
@@ -17,6 +18,10 @@ QLabel* MakeEmptyLabel(QTableView* table, const char* name, const QString& text)
 /// An icon with words beside it where given; the tooltip names the shortcut.
 QToolButton* MakeButton(QWidget* parent, const char* name, const char* icon, const QString& text,
                         const QString& tip);
+/// @param many  with %1 for the number
+QString Counted(std::int64_t count, const QString& one, const QString& many);
+/// The chosen rows of a table, else all, below their captions; as CSV where the separator is a comma.
+QString TableText(const QTableView* table, QChar separator);
 /// Red for what was refused, quiet else.
 void ShowNote(QLabel* label, const QString& text, bool refused);
 

@@ -20,7 +20,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <set>
 
 namespace {
 
@@ -156,10 +155,10 @@ void frmBusHealth::Refresh()
     m_shown = m_health.Revision();
     m_model->Refresh();
     const BusCounts total = m_health.Total();
-    QString text = tr("%1 registers \u00b7 %2 calls, %3 failed")
-                       .arg(m_health.Rows().size())
-                       .arg(total.Calls)
-                       .arg(total.Failures());
+    QString text
+        = Counted(static_cast<std::int64_t>(m_health.Rows().size()), tr("1 register"), tr("%1 registers"))
+        + QStringLiteral(" \u00b7 ") + Counted(total.Calls, tr("1 call"), tr("%1 calls"))
+        + tr(", %1 failed").arg(total.Failures());
     if (total.Failures() > 0)
         text += tr(" (NACK %1, PEC %2, time-outs %3, other %4)")
                     .arg(total.Nack)
@@ -195,26 +194,7 @@ void frmBusHealth::ResetCounts()
 
 void frmBusHealth::Copy(QChar separator)
 {
-    // the chosen rows, else all that are shown, in the order of the table
-    std::set<int> chosen;
-    for (const QModelIndex& index : grdHealth->selectionModel()->selectedRows())
-        chosen.insert(index.row());
-    QStringList lines;
-    const auto line = [&](auto cell) {
-        QStringList cells;
-        for (int column = 0; column < HealthModel::kColumnCount; ++column)
-            cells << cell(column);
-        lines << cells.join(separator);
-    };
-    line([this](int column) {
-        return m_model->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
-    });
-    for (int row = 0; row < m_filter->rowCount(); ++row)
-        if (chosen.empty() || chosen.contains(row))
-            line([&](int column) {
-                return m_filter->index(row, column).data().toString().remove(QLatin1Char(','));
-            });
-    QApplication::clipboard()->setText(lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+    QApplication::clipboard()->setText(TableText(grdHealth, separator));
 }
 
 bool frmBusHealth::SaveCsv(const QString& path)

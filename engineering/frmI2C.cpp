@@ -63,9 +63,10 @@ frmI2C::frmI2C(GaugeContext& context)
     LayOut();
     connect(cmdScan, &QPushButton::clicked, this, &frmI2C::AskScan);
     connect(cmdCancelI2C, &QPushButton::clicked, this, &frmI2C::Abandon);
-    connect(grdScan, &QTableWidget::cellClicked, this, [this](int row, int column) {
-        UseAddress(static_cast<std::int16_t>(BusScan::kFirst + 0x10 * row + 2 * column));
-    });
+    for (const auto chosen : {&QTableWidget::cellClicked, &QTableWidget::cellActivated}) // Enter, too
+        connect(grdScan, chosen, this, [this](int row, int column) {
+            UseAddress(static_cast<std::int16_t>(BusScan::kFirst + 0x10 * row + 2 * column));
+        });
     connect(grdFound, &QTableWidget::currentCellChanged, this, [this](int row) {
         if (const QTableWidgetItem* item = grdFound->item(row, 0))
             UseAddress(static_cast<std::int16_t>(item->data(Qt::UserRole).toInt()));
@@ -174,7 +175,7 @@ void frmI2C::Scan(bool risky)
               return ShowProgress(done, of, tr("Scan"));
           });
     SetRunning(false);
-    QString text = tr("%1 addresses answered").arg(answered);
+    QString text = Counted(answered, tr("1 address answered"), tr("%1 addresses answered"));
     if (failed > 0)
         text += tr(", %1 could not be asked (marked !): scan again").arg(failed);
     if (!risky)
@@ -267,12 +268,13 @@ void frmI2C::Transfer(TransactionKind kind)
     WhenFree([this, kind, sent = *entered.Sent] {
         if (kind == TransactionKind::I2CRead)
             return SendTransfer(sent);
-        frmConfirm::Ask(this, Danger::Write,
-                        tr("This writes %1 bytes to the part at address %2, from %3 on.")
-                            .arg(sent.Data.size())
-                            .arg(HexNumber(*sent.Address), HexNumber(sent.Place)),
-                        {TransactionText(sent)}, tr("Write"),
-                        [this, sent] { WhenFree([this, sent] { SendTransfer(sent); }); });
+        frmConfirm::Ask(
+            this, Danger::Write,
+            tr("This writes %1 to the part at address %2, from %3 on.")
+                .arg(Counted(static_cast<std::int64_t>(sent.Data.size()), tr("1 byte"), tr("%1 bytes")))
+                .arg(HexNumber(*sent.Address), HexNumber(sent.Place)),
+            {TransactionText(sent)}, tr("Write"),
+            [this, sent] { WhenFree([this, sent] { SendTransfer(sent); }); });
     });
 }
 
@@ -300,12 +302,15 @@ void frmI2C::SendTransfer(const Transaction& transaction)
     if (sent.Kind == TransactionKind::I2CRead)
         ShowBytes(result.Data, tr("%1, from %2 on").arg(HexNumber(*sent.Address), HexNumber(sent.Place)),
                   static_cast<std::size_t>(sent.Place));
-    ShowState(sent.Kind == TransactionKind::I2CRead
-                  ? tr("%1 bytes read in %2 ms.").arg(result.Data.size()).arg(result.TookMs)
-                  : tr("%1 bytes acknowledged in %2 ms. Read them back to be sure.")
-                        .arg(sent.Data.size())
-                        .arg(result.TookMs),
-              false);
+    ShowState(
+        sent.Kind == TransactionKind::I2CRead
+            ? tr("%1 read in %2 ms.")
+                  .arg(Counted(static_cast<std::int64_t>(result.Data.size()), tr("1 byte"), tr("%1 bytes")))
+                  .arg(result.TookMs)
+            : tr("%1 acknowledged in %2 ms. Read back to be sure.")
+                  .arg(Counted(static_cast<std::int64_t>(sent.Data.size()), tr("1 byte"), tr("%1 bytes")))
+                  .arg(result.TookMs),
+        false);
 }
 
 // ---- EEPROM ----

@@ -110,7 +110,7 @@ QWidget* frmI2C::MakeScanPane()
     grdFound->setHorizontalHeaderLabels({tr("Address"), tr("7-bit"), tr("Usually")});
     for (const int column : {0, 1})
         grdFound->setColumnWidth(column, fontMetrics().horizontalAdvance(QLatin1Char('0')) * 9);
-    grdFound->setToolTip(tr("A click takes the address over"));
+    grdFound->setToolTip(tr("The chosen row's address is taken over"));
     MakeEmptyLabel(grdFound, "lblFoundEmpty", tr("Nobody was asked yet. Scan shows who answers."));
 
     auto* down = new QVBoxLayout(pane);

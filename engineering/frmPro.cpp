@@ -59,7 +59,10 @@ frmPro::frmPro(GaugeContext& context)
         auto* made = new QShortcut(key, this, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
         connect(made, &QShortcut::activated, this, act);
     };
-    shortcut(QKeySequence(Qt::Key_Escape), [this] { Abandon(); });
+    shortcut(QKeySequence(Qt::Key_Escape), [this] {
+        if (!m_monitor || !m_monitor->LeaveFilter())
+            Abandon();
+    });
     shortcut(QKeySequence(Qt::Key_F5), [this] {
         if (m_tabs->currentWidget() == m_sequence)
             AskRunSequence();

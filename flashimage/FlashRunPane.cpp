@@ -9,6 +9,8 @@
 #include <QKeyEvent>
 #include <QTimer>
 
+#include <utility>
+
 namespace {
 
 constexpr int kRowHeight = 20;
@@ -238,6 +240,10 @@ void FlashRunPane::ShowPlan()
     if (!m_desk.CanFlash()) {
         FillFindings({{ErrorCode::IncorrectParam, true, tr("This adapter cannot read or program flash.")}});
         refused = true;
+    } else if (m_desk.ModeError() == ErrorCode::NoUsb) {
+        FillFindings({{ErrorCode::NoUsb, true,
+                       tr("The adapter is gone. Plug it in and choose File > Connect again.")}});
+        refused = true;
     } else if (image) {
         m_document->SetMode(chkInstruction->isChecked() ? ProgramMode::kWrite : ProgramMode::kLeave);
         const std::vector<FlashFinding> findings = Check();
@@ -368,6 +374,7 @@ void FlashRunPane::ShowOutcome(const FlashOutcome& outcome)
                                     : ThemeIcon(QStringLiteral("error"), IconInk::Failed);
     lblFlashIcon->setPixmap(icon.pixmap(kIcon, kIcon));
     lblFlashPlan->setText(outcome.Text);
+    delete std::exchange(m_goesOn, nullptr);
     cmdRunFlash->hide(); // the plan has run; a second run is planned anew
     cmdStopFlash->setFocus();
     emit Progress(0, 0);
@@ -375,12 +382,13 @@ void FlashRunPane::ShowOutcome(const FlashOutcome& outcome)
 
 void FlashRunPane::SayThatItGoesOn()
 {
-    const QString text
-        = tr("Programming goes on. Closed in the middle of it, the gauge would be left without a "
-             "firmware that runs: press Stop if that is what you want.");
-    if (lstFindings->findItems(text, Qt::MatchExactly).isEmpty())
-        lstFindings->insertItem(
-            0, new QListWidgetItem(ThemeIcon(QStringLiteral("warn"), IconInk::Caution), text));
+    if (!m_goesOn) {
+        m_goesOn = new QListWidgetItem(
+            ThemeIcon(QStringLiteral("warn"), IconInk::Caution),
+            tr("Programming goes on. Closed in the middle of it, the gauge would be left without a "
+               "firmware that runs: press Stop if that is what you want."));
+        lstFindings->insertItem(0, m_goesOn);
+    }
     lstFindings->scrollToTop();
     cmdStopFlash->setFocus();
 }

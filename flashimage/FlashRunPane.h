@@ -76,6 +76,7 @@ private:
     QCheckBox* chkVerify;
     QTableWidget* grdFlashPlan;
     QListWidget* lstFindings;
+    QListWidgetItem* m_goesOn = nullptr; ///< among the findings, while a run is on
     QLabel* lblFlashPlan;
     QLabel* lblFlashIcon;
     QProgressBar* pbFlash;

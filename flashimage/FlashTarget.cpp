@@ -148,9 +148,13 @@ std::vector<FlashFinding> CheckFlashFit(const clsSrecFlash& image, const FlashTa
         const QString gauge = QStringLiteral("the gauge is %1").arg(IdentityText(*subject.Gauge));
         if (of && of->Device != subject.Gauge->Device)
             checker.Refuse(ErrorCode::SrecDevMismatch,
-                           QStringLiteral("The image is for %1; %2.").arg(IdentityText(*of), gauge));
+                           QStringLiteral("The image is for %1; %2. Take one that was made for it.")
+                               .arg(IdentityText(*of), gauge));
+        const QString remedy = row.Device == subject.Gauge->Device
+            ? QString()
+            : QStringLiteral(" Choose the flash target of the gauge.");
         checker.Compare(row, *subject.Gauge, any, ErrorCode::PcfgDevMismatch, ErrorCode::PcfgDevVerMismatch,
-                        QStringLiteral("%1 is for %2; %3.").arg(rowName, rowFor, gauge));
+                        QStringLiteral("%1 is for %2; %3.").arg(rowName, rowFor, gauge) + remedy);
         const auto accepts = [&](bool version) {
             return std::any_of(subject.Accepted.begin(), subject.Accepted.end(), [&](DeviceId id) {
                 return id.Device == subject.Gauge->Device
@@ -158,12 +162,16 @@ std::vector<FlashFinding> CheckFlashFit(const clsSrecFlash& image, const FlashTa
             });
         };
         if (!subject.Accepted.empty() && !accepts(true)) {
-            const QString text = QStringLiteral("The chosen target %1 is not for this gauge: %2.")
-                                     .arg(subject.TargetName, gauge);
+            QStringList devices;
+            for (const DeviceId& id : subject.Accepted)
+                devices << IdentityText(id);
+            const QString text = QStringLiteral("The chosen target %1 is for %2; %3.")
+                                     .arg(subject.TargetName, devices.join(QStringLiteral(" and ")), gauge);
             if (accepts(false))
                 checker.Say(ErrorCode::BcfgDevVerMismatch, text);
             else
-                checker.Refuse(ErrorCode::BcfgDevMismatch, text);
+                checker.Refuse(ErrorCode::BcfgDevMismatch,
+                               text + QStringLiteral(" Choose the target of the gauge."));
         }
     } else {
         checker.Say(

@@ -362,7 +362,8 @@ QString clsSrecRW::Reason(SrecStatus status) const
     case SrecStatus::AfterEnd:
         return QStringLiteral("it stands behind the record that ends the data, but was stored");
     case SrecStatus::Joined:
-        return QStringLiteral("another record follows in the same line and was left out");
+        return QStringLiteral(
+            "another record follows in the same line and was left out; each needs a line of its own");
     }
     return {};
 }

@@ -1,15 +1,12 @@
 #include "flashimage/frmFlash.h"
 
 #include "comm/BusSequence.h"
-#include "flashimage/clsSrecRW.h"
 #include "look/Controls.h"
 
 #include <QAction>
-#include <QCoreApplication>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QTabBar>
@@ -21,19 +18,9 @@ namespace {
 constexpr int kModeMs = 2000;
 constexpr int kRetryMs = 20;
 constexpr std::size_t kRow = 16;
-const QString kFilter = QStringLiteral("Srec files(*.srec)|*.srec|Encrypted Srec files(*.senc)|*.senc");
-
 QString Hex(std::uint32_t value)
 {
     return QStringLiteral("%1").arg(value, 8, 16, QLatin1Char('0')).toUpper();
-}
-
-/// The filter as Qt takes it, and everything else that objcopy and the like write.
-QString QtFilter()
-{
-    const QStringList parts = kFilter.split(QLatin1Char('|'));
-    return parts[0] + QStringLiteral(";;") + parts[2]
-        + QStringLiteral(";;S-records (*.srec *.s19 *.s28 *.s37 *.mot);;All files (*)");
 }
 
 } // namespace
@@ -76,6 +63,13 @@ void frmFlash::Connect()
             [this](int row) { ShowRegion(static_cast<ImageArea>(cboRegion->itemData(row).toInt())); });
     connect(txtGoTo, &QLineEdit::returnPressed, this, &frmFlash::GoToTyped);
     connect(txtFind, &QLineEdit::returnPressed, this, &frmFlash::NextFound);
+    for (QLineEdit* field : {txtGoTo, txtFind}) {
+        auto* leave = new QShortcut(Qt::Key_Escape, field, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(leave, &QShortcut::activated, this, [this, field] {
+            field->clear();
+            m_first->Hex()->setFocus();
+        });
+    }
     connect(chkOnlyDifferences, &QCheckBox::toggled, this, [this](bool only) {
         for (ImagePane* pane : {m_first, m_second})
             pane->Hex()->ShowDifferencesOnly(only);
@@ -119,145 +113,6 @@ void frmFlash::Connect()
     });
     connect(m_run, &FlashRunPane::Progress, this,
             [this](int done, int of) { emit ProgressChanged(done, of, tr("Flash")); });
-}
-
-// ---- files ----
-
-QString frmFlash::AskForFile(const QString& title)
-{
-    QFileDialog dialog(this, title, m_memory.Folder.isEmpty() ? m_state.ProgramFolder : m_memory.Folder,
-                       QtFilter());
-    dialog.setFileMode(QFileDialog::ExistingFile);
-    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
-}
-
-void frmFlash::AskOpen()
-{
-    const QString path = AskForFile(tr("Open flash image"));
-    if (!path.isEmpty())
-        OpenImage(path);
-}
-
-void frmFlash::AskCompare()
-{
-    const QString path = AskForFile(tr("Compare with"));
-    if (!path.isEmpty())
-        CompareWith(path);
-}
-
-/// What was there stays when the file gives no image.
-void frmFlash::Load(const QString& path, ImagePane* pane)
-{
-    if (Busy())
-        return;
-    m_reading = true;
-    m_cancelReading = false;
-    clsSrecRW reader(m_messages);
-    reader.SetProgress([this](std::int64_t done, std::int64_t of) {
-        emit ProgressChanged(static_cast<int>(done >> 10), static_cast<int>(of >> 10), tr("Reading"));
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-        return !m_cancelReading;
-    });
-    clsSrecFlash image;
-    reader.ReadSrec(path, image);
-    m_reading = false;
-    emit ProgressChanged(0, 0, {});
-    lstProblems->clear();
-    for (const SrecProblem& problem : reader.Problems())
-        lstProblems->addItem(
-            problem.Line > 0
-                ? tr("Line %1, status %2: %3").arg(problem.Line).arg(problem.Status, problem.Text)
-                : problem.Text);
-    const bool any = !image.DF.Empty() || !image.PF.Empty();
-    if (!any && reader.Problems().empty())
-        m_messages.Show(tr("%1 holds no bytes.").arg(path));
-    if (any && !m_cancelReading) {
-        const QFileInfo file(path);
-        m_memory.Folder = file.absolutePath();
-        Take(pane, std::move(image), path, file.fileName(), reader.BadLines());
-    }
-    ShowActions();
-}
-
-void frmFlash::OpenImage(const QString& path)
-{
-    if (SaveFirst())
-        Load(path, m_first);
-}
-
-void frmFlash::CompareWith(const QString& path) { Load(path, m_second); }
-
-void frmFlash::Take(ImagePane* pane, clsSrecFlash image, const QString& path, const QString& name,
-                    std::int64_t badLines)
-{
-    pane->Document().Take(std::move(image), path, name, badLines);
-    ShowAll();
-    if (m_run)
-        m_run->PlanAgain();
-    pane->Hex()->setFocus();
-}
-
-void frmFlash::TakeFromGauge(bool toCompare)
-{
-    if (!toCompare && !SaveFirst())
-        return;
-    lstProblems->clear();
-    Take(toCompare ? m_second : m_first, m_run->TakeImage(), {}, tr("gauge"));
-    if (!toCompare)
-        Say(tr("The gauge's flash is on the screen. Save it to keep it."));
-}
-
-bool frmFlash::SaveTo(const QString& path)
-{
-    clsSrecRW writer(m_messages);
-    const QString problem = path.endsWith(QLatin1String(".senc"), Qt::CaseInsensitive)
-        ? writer.WriteEncryptedSrec(path, m_first->Document().Image())
-        : writer.WriteSrec(path, m_first->Document().Image());
-    if (!problem.isEmpty()) {
-        m_messages.Show(problem);
-        return false;
-    }
-    m_first->Document().Saved(path);
-    m_memory.Folder = QFileInfo(path).absolutePath();
-    m_first->ShowHead();
-    m_first->Hex()->Refresh();
-    ShowFacts();
-    ShowActions();
-    if (m_run)
-        m_run->PlanAgain();
-    Say(tr("%1 was saved.").arg(path));
-    return true;
-}
-
-void frmFlash::Save()
-{
-    // in place of a file whose lines were not all taken nothing is put unasked
-    if (m_first->Document().Path().isEmpty() || m_first->Document().BadLines() > 0)
-        AskSaveAs();
-    else
-        SaveTo(m_first->Document().Path());
-}
-
-void frmFlash::AskSaveAs()
-{
-    QFileDialog dialog(this, tr("Save flash image"), m_memory.Folder, QtFilter());
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(QStringLiteral("srec"));
-    dialog.selectFile(m_first->Document().Name());
-    if (dialog.exec() == QDialog::Accepted)
-        SaveTo(dialog.selectedFiles().constFirst());
-}
-
-bool frmFlash::SaveFirst()
-{
-    if (m_first->Document().EditedCount() == 0)
-        return true;
-    const Answer answer = m_messages.Ask(
-        tr("%1 has edits that are not saved. Save them now?").arg(m_first->Document().Name()),
-        Answer::Yes | Answer::No | Answer::Cancel);
-    if (answer == Answer::Yes)
-        Save();
-    return answer == Answer::No || (answer == Answer::Yes && m_first->Document().EditedCount() == 0);
 }
 
 bool frmFlash::MayClose() { return SaveFirst(); }
@@ -351,7 +206,8 @@ void frmFlash::ShowFacts()
         rows += std::any_of(row.begin(), row.end(), [](std::uint8_t byte) { return byte != 0xFF; }) ? 1 : 0;
     }
     const QString comment = m_first->Document().Image().S0Comment;
-    lblRegion->setText(tr("%1 bytes, %2 rows hold data").arg(region.Size()).arg(rows)
+    const QString held = rows == 1 ? tr("1 row holds data") : tr("%1 rows hold data").arg(rows);
+    lblRegion->setText(tr("%1 bytes, %2").arg(region.Size()).arg(held)
                        + (comment.isEmpty() ? QString() : QStringLiteral(" · ") + comment));
 }
 
@@ -577,6 +433,7 @@ void frmFlash::Redo() { Step(m_first->Document().Redo()); }
 void frmFlash::EndComparison()
 {
     m_second->Document().Take({}, {}, {});
+    ListProblems(m_second, {}, {});
     ShowAll();
 }
 

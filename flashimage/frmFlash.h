@@ -5,6 +5,7 @@
 #include "flashimage/FlashDesk.h"
 #include "flashimage/FlashRunPane.h"
 #include "flashimage/ImagePane.h"
+#include "flashimage/clsSrecRW.h"
 #include "look/ChildView.h"
 
 #include <QComboBox>
@@ -70,6 +71,8 @@ private:
     void Load(const QString& path, ImagePane* pane);
     void Take(ImagePane* pane, clsSrecFlash image, const QString& path, const QString& name,
               std::int64_t badLines = 0);
+
+    void ListProblems(const ImagePane* pane, const QString& file, const std::vector<SrecProblem>& problems);
 
     void ShowAll(); ///< after an image came or went
     void ShowRegion(ImageArea area);

@@ -159,6 +159,10 @@ void TarnloStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* op
         }
         DrawFrame(painter, option->rect, Colours().Line, 1);
         return;
+    case PE_FrameTabWidget: // the window's own colour, which a pane of Fusion's button colour is not
+        painter->fillRect(option->rect, option->palette.brush(QPalette::Window));
+        DrawFrame(painter, option->rect, Colours().Line, 1);
+        return;
     case PE_PanelButtonCommand: {
         QProxyStyle::drawPrimitive(element, option, painter, widget);
         const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
@@ -195,6 +199,14 @@ void TarnloStyle::drawControl(ControlElement element, const QStyleOption* option
             QStyleOptionHeader quiet(*header);
             quiet.palette.setColor(QPalette::ButtonText, ToColour(Colours().TextSecondary));
             QProxyStyle::drawControl(element, &quiet, painter, widget);
+            return;
+        }
+        break;
+    case CE_TabBarTabShape:
+        if (const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option)) {
+            QStyleOptionTab even(*tab); // as its pane
+            even.palette.setColor(QPalette::Button, option->palette.color(QPalette::Window));
+            QProxyStyle::drawControl(element, &even, painter, widget);
             return;
         }
         break;

@@ -32,6 +32,7 @@ PluginObject* MakePluginObject(const QString& className, const QStringList& fold
                                QObject* parent, QString& problem)
 {
     problem.clear();
+    QStringList strange; // libraries of that name that do not say what they hold
     if (!IsClassName(className)) {
         problem = QStringLiteral("\"%1\" is no name of a plug-in class: letters, digits and \"_\" make one.")
                       .arg(className.left(80));
@@ -42,8 +43,13 @@ PluginObject* MakePluginObject(const QString& className, const QStringList& fold
         for (const QString& name : dir.entryList({QStringLiteral("*.so")}, QDir::Files, QDir::Name)) {
             const QString path = dir.absoluteFilePath(name);
             const LibraryFacts facts = ReadLibraryFacts(path);
-            if (!facts.Classes.contains(className))
+            if (!facts.Classes.contains(className)) {
+                if (QFileInfo(name).completeBaseName() == className)
+                    strange << (facts.Problem.isEmpty()
+                                    ? QStringLiteral("%1 does not list the class.").arg(path)
+                                    : facts.Problem);
                 continue;
+            }
             if (facts.Problem.isEmpty())
                 return new QtPlugin(path, className, host, parent);
             problem = facts.Problem;
@@ -58,7 +64,8 @@ PluginObject* MakePluginObject(const QString& className, const QStringList& fold
         problem
             = QStringLiteral("No plug-in \"%1\" was found in %2. A library (*.so) that lists the class, a "
                              "script %1.py or a program %1 is looked for.")
-                  .arg(className, folders.join(QStringLiteral(", ")));
+                  .arg(className, folders.join(QStringLiteral(", ")))
+            + (strange.isEmpty() ? QString() : QLatin1Char('\n') + strange.join(QLatin1Char('\n')));
     return nullptr;
 }
 

@@ -42,7 +42,9 @@ LibraryFacts ReadLibraryFacts(const QString& library)
     const QString iid = data.value(u"IID").toString();
     const QString name = QFileInfo(library).fileName();
     if (!iid.startsWith(kIid.left(kIid.indexOf(QLatin1Char('/')) + 1)))
-        return {{}, QStringLiteral("%1 is no plug-in for Tarnlo.").arg(name)};
+        return {{},
+                QStringLiteral("%1 is no plug-in for Tarnlo, or it is not whole: build or copy it again.")
+                    .arg(name)};
     LibraryFacts facts;
     for (const QJsonValue item : data.value(u"MetaData").toObject().value(u"Classes").toArray())
         facts.Classes << item.toString();
@@ -75,7 +77,8 @@ bool QtPlugin::Guarded(const QString& what, const std::function<void()>& work)
         }
     }
     m_host.GiveBack();
-    emit Trouble(tr("%1 threw in %2: %3").arg(m_className, what, thrown));
+    m_thrown = tr("%1 threw in %2: %3").arg(m_className, what, thrown);
+    emit Trouble(m_thrown);
     return false;
 }
 
@@ -97,7 +100,7 @@ void QtPlugin::Start()
         m_object = made;
     });
     if (!m_object)
-        emit Ended(created ? problem : tr("%1 could not be created.").arg(m_className));
+        emit Ended(created ? problem : m_thrown);
     else
         emit Ready();
 }

@@ -31,6 +31,7 @@ private:
     PluginHost& m_host;
     QPointer<QObject> m_object;
     int m_depth = 0;
+    QString m_thrown; ///< what was reported last
 };
 
 /// What a library says of itself, read without running its code.

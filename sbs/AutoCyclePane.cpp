@@ -107,6 +107,8 @@ void AutoCyclePane::ShowWhy(const CycleFacts& facts)
         why = tr("Both lines are off; it discharges when the rest is over. %1").arg(facts.Why);
     else if (!facts.Why.isEmpty())
         why = tr("Last switch: %1").arg(facts.Why.at(0).toLower() + facts.Why.mid(1));
+    else if (!facts.StopReason.isEmpty())
+        why = tr("The last run switched nothing.");
     else
         why = tr(
             "Charges and discharges the pack again and again by the adapter's output lines. Connect charger "
@@ -323,10 +325,10 @@ void AutoCyclePane::WhenFree(const std::function<void()>& command)
         command();
 }
 
-void AutoCyclePane::StartAutoCycle()
+void AutoCyclePane::StartAutoCycle(std::optional<Direction> first)
 {
-    WhenFree([this] {
-        m_cycle.StartAutoCycle(ReadCycleValues(m_scan, m_cycle.Settings(), {}));
+    WhenFree([this, first] {
+        m_cycle.StartAutoCycle(ReadCycleValues(m_scan, m_cycle.Settings(), {}), first);
         Refresh();
     });
 }

@@ -308,13 +308,16 @@ void frmSBS::Fold(bool narrow)
 {
     m_folded = narrow;
     if (narrow) {
+        m_sideTab = m_tabs->currentWidget();
         m_allTabs->addTab(m_gridPane, tr("Registers"));
         m_allTabs->addTab(m_plot, tr("Plot"));
         while (m_tabs->count() > 0)
             m_allTabs->addTab(m_tabs->widget(0), m_tabs->tabText(0));
     } else {
+        QWidget* front = m_allTabs->currentIndex() < 2 ? m_sideTab : m_allTabs->currentWidget();
         while (m_allTabs->count() > 2)
             m_tabs->addTab(m_allTabs->widget(2), m_allTabs->tabText(2));
+        m_tabs->setCurrentWidget(front);
         m_down->insertWidget(0, m_plot);
         m_across->insertWidget(0, m_gridPane);
         m_plot->setVisible(cmdPlot->isChecked());

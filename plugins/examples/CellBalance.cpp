@@ -12,6 +12,7 @@ constexpr int kRefreshMs = 1000;
 constexpr int kRetryMs = 50;
 constexpr int kFirstCell = 0x3F; // cell 1; the others stand at the commands below it
 constexpr int kBusBusy = 94;
+constexpr int kLow = 360; // px, below which bars and trend stand side by side
 
 // indices of GetColor
 enum SkinValue { kBackground = 0, kSelectionHighlight = 4, kTextFore = 5, kBitHigh = 9 };
@@ -60,12 +61,22 @@ CellBalance::CellBalance(QObject* host)
     column->setSpacing(8);
     column->addWidget(lblSpread);
     column->addWidget(lblCells);
-    column->addWidget(m_bars, 3);
-    column->addWidget(lblTrend);
-    column->addWidget(m_trend, 2);
+    auto* trend = new QVBoxLayout;
+    trend->addWidget(lblTrend);
+    trend->addWidget(m_trend, 1);
+    m_plots = new QBoxLayout(QBoxLayout::TopToBottom);
+    m_plots->addWidget(m_bars, 3);
+    m_plots->addLayout(trend, 2);
+    column->addLayout(m_plots, 1);
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, &CellBalance::Refresh);
     m_timer.start(0);
+}
+
+void CellBalance::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    m_plots->setDirection(height() < kLow ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
 }
 
 void CellBalance::Refresh()

@@ -2,6 +2,7 @@
 
 #include "plugins/TarnloPlugin.h"
 
+#include <QBoxLayout>
 #include <QColor>
 #include <QLabel>
 #include <QTimer>
@@ -78,6 +79,9 @@ public:
     [[nodiscard]] QString Caption() const { return tr("Cell balance"); }
     [[nodiscard]] int Popup() const { return 0; } ///< drawn in the host's window
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void Refresh();
     /// @return nothing when the bus is in use just now
@@ -89,6 +93,7 @@ private:
     QString m_targetInfo;
     int m_address = 22;
     QTimer m_timer;
+    QBoxLayout* m_plots;
     CellBalanceBars* m_bars;
     CellBalanceTrend* m_trend;
     QLabel* lblSpread;

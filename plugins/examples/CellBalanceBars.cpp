@@ -18,7 +18,7 @@ constexpr int kNoiseMv = 5; // a smaller spread says nothing of a cell
 CellBalanceBars::CellBalanceBars(QWidget* parent) : QWidget(parent)
 {
     setObjectName(QStringLiteral("CellBars"));
-    setMinimumSize(320, 140);
+    setMinimumSize(240, 80);
 }
 
 void CellBalanceBars::Show(const CellVoltages& cells, const CellColours& colours)

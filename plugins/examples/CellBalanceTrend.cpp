@@ -15,7 +15,7 @@ constexpr qint64 kMinuteMs = 60'000;
 CellBalanceTrend::CellBalanceTrend(QWidget* parent) : QWidget(parent)
 {
     setObjectName(QStringLiteral("CellTrend"));
-    setMinimumSize(320, 90);
+    setMinimumSize(200, 50);
 }
 
 void CellBalanceTrend::Add(const CellVoltages& cells, const CellColours& colours)

@@ -174,7 +174,7 @@ TEST_F(ProWindow, ShowsWhereASequenceFailed)
     Sequence("read-word 9\nread-word oops");
     Click("cmdRunSequence");
     EXPECT_EQ(History()->rowCount(), 0);
-    EXPECT_TRUE(Text("lblSequenceState").startsWith(QStringLiteral("1 lines are wrong")));
+    EXPECT_TRUE(Text("lblSequenceState").startsWith(QStringLiteral("1 line is wrong")));
     Sequence("read-word 9\nread-word 0x1A expect 7\nread-word 9");
     Click("cmdRunSequence");
     EXPECT_EQ(History()->rowCount(), 2);
