@@ -465,9 +465,10 @@ void frmMDI::OpenRegisterLog()
 void frmMDI::SwitchErrorLog(bool on)
 {
     frmUSB* usb = m_program.Usb();
-    if (on && !m_program.UnkeptText().isEmpty())
-        m_messages.Show(tr("CommErr.log cannot be written in %1. Failed bus operations are not recorded.")
-                            .arg(m_program.State().ProgramFolder));
+    const QString folder = m_program.State().ProgramFolder;
+    if (on && !QFileInfo(folder).isWritable())
+        m_messages.Show(
+            tr("CommErr.log cannot be written in %1. Failed bus operations are not recorded.").arg(folder));
     else if (usb)
         on ? usb->EnableErrorLog() : usb->DisableErrorLog();
     mnuErrorLogOn->setChecked(usb && !usb->ErrorLogPath().isEmpty());

@@ -221,6 +221,14 @@ void frmDF::StartWrite(bool withBackup)
     if (withBackup) {
         const GgBackup backup = SaveBackup(m_flash.Tree(), m_flash.DeviceName(), m_flash.DeviceName(),
                                            m_context.time.Now(), BackupFolder(m_context.state.ProgramFolder));
+        if (!backup.Ok() && !QFileInfo(m_context.state.ProgramFolder).isWritable()) {
+            m_notice->Show(
+                NoticeBar::Kind::Failed,
+                tr("%1. Nothing was written: the journal that makes a write safe could not be kept there "
+                   "either. Set TARNLO_HOME to a folder that can be written.")
+                    .arg(backup.Problem));
+            return;
+        }
         if (!backup.Ok()) {
             m_notice->Show(NoticeBar::Kind::Failed, tr("%1. Nothing was written.").arg(backup.Problem),
                            tr("Write without a backup"), [this] { StartWrite(false); });

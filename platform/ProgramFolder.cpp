@@ -82,10 +82,14 @@ QString WhatIsNotKept(const QString& programFolder)
     const QFileInfo settings(ProgramSettingsFileIn(programFolder));
     if (folder.isWritable() && (settings.isWritable() || !settings.exists()))
         return {};
+    if (folder.isWritable())
+        return QStringLiteral("%1 cannot be written. Settings and the window's place are not kept.")
+            .arg(settings.filePath());
     return QStringLiteral(
-               "%1 cannot be written. Settings, the window's place, the error log and backups of the "
-               "data flash are not kept there; logs and exports can go to any other folder.")
-        .arg(folder.isWritable() ? settings.filePath() : folder.filePath());
+               "%1 cannot be written. Settings, the window's place and the error log are not kept, and no "
+               "data flash is written, since its journal and backups are kept there. Logs and exports can go "
+               "to any other folder; TARNLO_HOME names another program folder.")
+        .arg(folder.filePath());
 }
 
 QString ResolvePath(const QString& folder, const QString& written)
