@@ -6,7 +6,6 @@
 #include "app/Views.h"
 #include "app/frmAdapter.h"
 #include "app/frmColours.h"
-#include "app/frmLegend.h"
 #include "app/frmSplash.h"
 #include "app/frmTargets.h"
 #include "dataflash/JournalFiles.h"
@@ -462,18 +461,6 @@ void frmMDI::OpenRegisterLog()
     UpdateEmptyPage();
 }
 
-void frmMDI::SwitchErrorLog(bool on)
-{
-    frmUSB* usb = m_program.Usb();
-    const QString folder = m_program.State().ProgramFolder;
-    if (on && !QFileInfo(folder).isWritable())
-        m_messages.Show(
-            tr("CommErr.log cannot be written in %1. Failed bus operations are not recorded.").arg(folder));
-    else if (usb)
-        on ? usb->EnableErrorLog() : usb->DisableErrorLog();
-    mnuErrorLogOn->setChecked(usb && !usb->ErrorLogPath().isEmpty());
-}
-
 void frmMDI::ShowErrorLog()
 {
     constexpr qint64 kMostShown = 256 * 1024; // the newest lines of a log of months
@@ -505,17 +492,6 @@ void frmMDI::ShowHelp()
     m_help->show();
     m_help->raise();
     m_help->activateWindow();
-}
-
-void frmMDI::ShowLegend()
-{
-    if (!m_legend) {
-        m_legend = new frmLegend(this);
-        m_legend->setAttribute(Qt::WA_DeleteOnClose);
-    }
-    m_legend->show();
-    m_legend->raise();
-    m_legend->activateWindow();
 }
 
 void frmMDI::Tile(Qt::Orientation rows)

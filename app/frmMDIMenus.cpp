@@ -3,12 +3,14 @@
 #include "app/StatusPane.h"
 #include "app/Views.h"
 #include "app/frmColours.h"
+#include "app/frmLegend.h"
 #include "app/frmMDI.h"
 #include "app/frmSplash.h"
 #include "comm/BusSequence.h"
 #include "look/Icons.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QMenuBar>
 #include <QShortcut>
 #include <QTimer>
@@ -184,4 +186,27 @@ void frmMDI::Dispatch(const QString& menuEntry)
     for (const ToolView& tool : ToolViews())
         if (menuEntry == QLatin1String(tool.Name))
             OpenTool(tool);
+}
+
+void frmMDI::SwitchErrorLog(bool on)
+{
+    frmUSB* usb = m_program.Usb();
+    const QString folder = m_program.State().ProgramFolder;
+    if (on && !QFileInfo(folder).isWritable())
+        m_messages.Show(
+            tr("CommErr.log cannot be written in %1. Failed bus operations are not recorded.").arg(folder));
+    else if (usb)
+        on ? usb->EnableErrorLog() : usb->DisableErrorLog();
+    mnuErrorLogOn->setChecked(usb && !usb->ErrorLogPath().isEmpty());
+}
+
+void frmMDI::ShowLegend()
+{
+    if (!m_legend) {
+        m_legend = new frmLegend(this);
+        m_legend->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_legend->show();
+    m_legend->raise();
+    m_legend->activateWindow();
 }
