@@ -52,6 +52,11 @@ Skin Program::LoadConfiguration()
     return skin;
 }
 
+QString Program::UnkeptText() const
+{
+    return m_folderProblem.isEmpty() ? WhatIsNotKept(m_state.ProgramFolder) : QString();
+}
+
 QString Program::SkinName()
 {
     return m_profiles.String(m_state.ProgramSettingsFile, u"GUI", u"Skin", QStringLiteral("Default"));

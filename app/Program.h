@@ -61,6 +61,8 @@ public:
     [[nodiscard]] ProfileStore& Profiles() { return m_profiles; }
     [[nodiscard]] const StartupState& State() const { return m_state; }
     [[nodiscard]] const QString& FolderProblem() const { return m_folderProblem; }
+    /// Empty, or what is not kept because the program folder cannot be written.
+    [[nodiscard]] QString UnkeptText() const;
     void SetFolderProblem(const QString& problem) { m_folderProblem = problem; }
     [[nodiscard]] QString SkinFile(); ///< path of the skin file; empty when the settings name none
     [[nodiscard]] QString SkinName();

@@ -9,12 +9,12 @@
 #include <QResizeEvent>
 #include <QTime>
 
-#include <chrono>
-
 namespace {
 
-constexpr std::chrono::seconds kStays{5};
 constexpr int kIcon = 16;
+constexpr qint64 kTimeToReadMs = 5000;
+
+bool BeingRead(const QElapsedTimer& since) { return since.isValid() && !since.hasExpired(kTimeToReadMs); }
 
 QLabel* Panel(QStatusBar* bar, const char* name, const QString& accessible)
 {
@@ -80,17 +80,24 @@ StatusPane::StatusPane(QWidget* parent)
 
 void StatusPane::SetText(const QString& text)
 {
-    m_stays.setRemainingTime(kStays);
-    ShowText(text);
+    Show(text);
+    m_said.start();
 }
 
-void StatusPane::SetBackgroundText(const QString& text)
+void StatusPane::SetIdleText(const QString& text)
 {
-    if (m_stays.hasExpired())
-        ShowText(text);
+    if (!BeingRead(m_said))
+        Show(text);
 }
 
-void StatusPane::ShowText(const QString& text)
+void StatusPane::SetRefusal(const QString& text)
+{
+    SetText(text);
+    m_refused.start();
+    ProgressBarStatus->hide();
+}
+
+void StatusPane::Show(const QString& text)
 {
     PictureStat->setText(text);
     PictureStat->setToolTip(text);
@@ -105,7 +112,7 @@ void StatusPane::SetProgress(int done, int of, const QString& owner)
         ProgressBarStatus->setFormat(owner + QStringLiteral(" %p%"));
         PlaceProgress();
     }
-    ProgressBarStatus->setVisible(running);
+    ProgressBarStatus->setVisible(running && !BeingRead(m_refused));
 }
 
 void StatusPane::SetLink(const LinkFacts& facts)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QProgressBar>
 #include <QStatusBar>
@@ -23,9 +23,10 @@ class StatusPane final : public QStatusBar {
 public:
     explicit StatusPane(QWidget* parent = nullptr);
 
+    /// Stays long enough to be read, whatever passes go by meanwhile.
     void SetText(const QString& text);
-    /// What stands there stays for a while first: a scan behind another view has something new at every pass.
-    void SetBackgroundText(const QString& text);
+    void SetIdleText(const QString& text); ///< what stands there when nobody has anything else to say
+    void SetRefusal(const QString& text); ///< a text that stands even over a progress
     void SetProgress(int done, int of, const QString& owner); ///< of 0 or done == of hides it again
     void SetLink(const LinkFacts& facts);
     /// Leaves out what a narrow window has no room for: 0 all, 1 no bus load, 2 no bus holder either.
@@ -37,9 +38,9 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void ShowText(const QString& text);
     void ShowTime();
     void PlaceProgress();
+    void Show(const QString& text);
 
     QTimer* tmrStatusBarTime;
     QLabel* PictureStat;
@@ -55,6 +56,7 @@ private:
     QLabel* lblBusLoad;
     QLabel* lblClock;
     QList<QWidget*> m_panels; ///< behind the first, left to right
-    QDeadlineTimer m_stays{0};
     LinkFacts m_facts;
+    QElapsedTimer m_said; ///< since the last text
+    QElapsedTimer m_refused;
 };

@@ -55,7 +55,8 @@ frmMDI::frmMDI(Program& program, QtMessages& messages, frmErrMsg& errors, Theme&
     m_errors.setParent(this, m_errors.windowFlags()); // else it can lie behind a maximised window
 
     mdiArea->setObjectName(QStringLiteral("mdiArea"));
-    mdiArea->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, false);
+    // else every change of views makes the one that goes back small for a moment, and it lays itself out anew
+    mdiArea->setOption(QMdiArea::DontMaximizeSubWindowOnActivation, true);
     m_pages->addWidget(m_empty);
     m_pages->addWidget(mdiArea);
     auto* centre = new QWidget(this);
@@ -100,6 +101,8 @@ void frmMDI::Load()
     ApplyPatches();
     ParseCommandLine();
     LoadConfiguration();
+    if (const QString unkept = m_program.UnkeptText(); !unkept.isEmpty())
+        m_messages.Show(unkept);
     Restart();
 }
 
@@ -156,7 +159,7 @@ void frmMDI::LoadTargetSpecificGUI()
         LoadMDIButton(index++, button);
 }
 
-void frmMDI::DebugTesting() { m_status->SetText(m_program.HasTarget() ? tr("Ready") : tr("No target")); }
+void frmMDI::DebugTesting() { m_status->SetIdleText(m_program.HasTarget() ? tr("Ready") : tr("No target")); }
 
 void frmMDI::SetFont()
 {
@@ -194,9 +197,8 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(view, &ChildView::RemainingCapacityChanged, this,
             [this](int value) { SetRemCap(static_cast<std::int16_t>(value)); });
     connect(view, &ChildView::ProgressChanged, m_status, &StatusPane::SetProgress);
-    connect(view, &ChildView::StatusText, this, [this, view](const QString& text) {
-        view == FrontView() ? m_status->SetText(text) : m_status->SetBackgroundText(text);
-    });
+    connect(view, &ChildView::StatusText, m_status, &StatusPane::SetText);
+    connect(view, &ChildView::IdleText, m_status, &StatusPane::SetIdleText);
     connect(view, &ChildView::WantsFront, window, [this, window] { mdiArea->setActiveSubWindow(window); });
     // a maximised child would put its own title behind the program's
     const auto setTitle = [this, window, view, title] {
@@ -323,6 +325,8 @@ void frmMDI::UpdateEmptyPage()
                     tr("tarnlo.ini was read; it names no target: section [Targets] is empty or not there.")};
     if (!m_program.FolderProblem().isEmpty())
         settings = {Readiness::Mark::Failed, m_program.FolderProblem()};
+    else if (const QString unkept = m_program.UnkeptText(); !unkept.isEmpty())
+        settings = {Readiness::Mark::Open, unkept};
     else if (!QFileInfo(state.ProgramSettingsFile).isReadable())
         settings = {Readiness::Mark::Open,
                     tr("%1 is not there or cannot be read. Built-in defaults are used.")
@@ -462,6 +466,17 @@ void frmMDI::OpenRegisterLog()
     UpdateEmptyPage();
 }
 
+void frmMDI::SwitchErrorLog(bool on)
+{
+    frmUSB* usb = m_program.Usb();
+    if (on && !m_program.UnkeptText().isEmpty())
+        m_messages.Show(tr("CommErr.log cannot be written in %1. Failed bus operations are not recorded.")
+                            .arg(m_program.State().ProgramFolder));
+    else if (usb)
+        on ? usb->EnableErrorLog() : usb->DisableErrorLog();
+    mnuErrorLogOn->setChecked(usb && !usb->ErrorLogPath().isEmpty());
+}
+
 void frmMDI::ShowErrorLog()
 {
     constexpr qint64 kMostShown = 256 * 1024; // the newest lines of a log of months
@@ -493,6 +508,17 @@ void frmMDI::ShowHelp()
     m_help->show();
     m_help->raise();
     m_help->activateWindow();
+}
+
+void frmMDI::ShowLegend()
+{
+    if (!m_legend) {
+        m_legend = new frmLegend(this);
+        m_legend->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_legend->show();
+    m_legend->raise();
+    m_legend->activateWindow();
 }
 
 void frmMDI::Tile(Qt::Orientation rows)
@@ -531,6 +557,10 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event)
             return true;
         }
     }
+    if (event->type() == QEvent::Show)
+        if (auto* dialog
+            = qobject_cast<QDialog*>(watched)) // Qt's own file dialog does not look at the screen
+            dialog->resize(dialog->size().boundedTo(dialog->screen()->availableSize() - QSize(0, kTitleBar)));
     return QMainWindow::eventFilter(watched, event);
 }
 

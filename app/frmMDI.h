@@ -7,6 +7,7 @@
 #include "look/Theme.h"
 #include "settings/TargetInfo.h"
 
+#include <QDialog>
 #include <QElapsedTimer>
 #include <QMainWindow>
 #include <QMap>
@@ -60,6 +61,7 @@ private:
     QAction* Add(QMenu* menu, const char* name, const QString& text, const QString& icon,
                  const QKeySequence& shortcut = {});
     void Dispatch(const QString& menuEntry);
+    void SwitchErrorLog(bool on);
 
     void LoadTarget(); ///< title, buttons, address and first view of the chosen target
     void Restart(); ///< the load sequence again from the adapter on
@@ -71,6 +73,7 @@ private:
     void OpenTool(const ToolView& tool);
     void OpenRegisterLog();
     void ShowHelp();
+    void ShowLegend();
     void Tile(Qt::Orientation rows); ///< one beside or below the other, over the whole area
     void ArrangeIcons();
     [[nodiscard]] bool Busy() const; ///< the load, or a bus sequence, is under way further down the stack
@@ -104,6 +107,7 @@ private:
     EmptyPage* m_empty;
     QMap<QString, QPointer<QMdiSubWindow>> m_views; ///< by view key
     QPointer<TextWindow> m_help;
+    QPointer<QDialog> m_legend;
     QTimer* m_linkTimer;
     QElapsedTimer m_busClock;
     double m_busMicroseconds = 0;

@@ -1,10 +1,11 @@
 // The menus of the main window; frmMDI.cpp has the rest of it.
 #include "app/SelectorPane.h"
+#include "app/StatusPane.h"
 #include "app/Views.h"
 #include "app/frmColours.h"
-#include "app/frmLegend.h"
 #include "app/frmMDI.h"
 #include "app/frmSplash.h"
+#include "comm/BusSequence.h"
 #include "look/Icons.h"
 
 #include <QApplication>
@@ -15,6 +16,22 @@
 namespace {
 
 constexpr int kRetryMs = 10;
+
+/// Entries that open no box of their own, and leaving, which ends what is under way by itself.
+bool NeedsNoBus(const QString& entry)
+{
+    static const QStringList kEntries{
+        QStringLiteral("mnuFileExit"),      QStringLiteral("mnuErrorLogOn"),
+        QStringLiteral("mnuErrorLogClear"), QStringLiteral("mnuErrorLogOpen"),
+        QStringLiteral("mnuErrorWindow"),   QStringLiteral("mnuViewToolbarHideSelector"),
+        QStringLiteral("mnuWindowCascade"), QStringLiteral("mnuWindowTileH"),
+        QStringLiteral("mnuWindowTileV"),   QStringLiteral("mnuWindowArrange"),
+        QStringLiteral("mnuWindowNext"),    QStringLiteral("mnuHelpContents"),
+        QStringLiteral("mnuHelpLegend"),    QStringLiteral("mnuViewSBSData"),
+        QStringLiteral("mnuViewDataFlash"), QStringLiteral("mnuViewCalibration"),
+    };
+    return kEntries.contains(entry);
+}
 
 } // namespace
 
@@ -107,7 +124,14 @@ void frmMDI::Dispatch(const QString& menuEntry)
 {
     // a dialog that opened in the middle of a pass would hold the pass until it closes; leaving ends the pass
     // itself
-    if (Busy() && menuEntry != QLatin1String("mnuFileExit")) {
+    const bool waits = Busy() && !NeedsNoBus(menuEntry);
+    if (waits && BusSequence::Running()) // that takes minutes: a dialog which opens then surprises
+        return m_status->SetRefusal(
+            tr("%1: not while a sequence runs on the bus. Try again when it has ended.")
+                .arg(QString(findChild<QAction*>(menuEntry)->text())
+                         .remove(QLatin1Char('&'))
+                         .remove(QStringLiteral("..."))));
+    if (waits) {
         QTimer::singleShot(kRetryMs, this, [this, menuEntry] { Dispatch(menuEntry); });
         return;
     }
@@ -124,11 +148,7 @@ void frmMDI::Dispatch(const QString& menuEntry)
         {QStringLiteral("mnuFileReconnect"), [this] { Restart(); }},
         {QStringLiteral("mnuFileExit"), [this] { close(); }},
         {QStringLiteral("mnuFileOpenLog"), [this] { OpenRegisterLog(); }},
-        {QStringLiteral("mnuErrorLogOn"),
-         [this] {
-             if (frmUSB* usb = m_program.Usb())
-                 mnuErrorLogOn->isChecked() ? usb->EnableErrorLog() : usb->DisableErrorLog();
-         }},
+        {QStringLiteral("mnuErrorLogOn"), [this] { SwitchErrorLog(mnuErrorLogOn->isChecked()); }},
         {QStringLiteral("mnuErrorLogClear"),
          [this] {
              if (frmUSB* usb = m_program.Usb())
@@ -152,12 +172,7 @@ void frmMDI::Dispatch(const QString& menuEntry)
         {QStringLiteral("mnuWindowArrange"), [this] { ArrangeIcons(); }},
         {QStringLiteral("mnuWindowNext"), [this] { mdiArea->activateNextSubWindow(); }},
         {QStringLiteral("mnuHelpContents"), [this] { ShowHelp(); }},
-        {QStringLiteral("mnuHelpLegend"),
-         [this] {
-             auto* legend = new frmLegend(this);
-             legend->setAttribute(Qt::WA_DeleteOnClose);
-             legend->show();
-         }},
+        {QStringLiteral("mnuHelpLegend"), [this] { ShowLegend(); }},
         {QStringLiteral("mnuHelpAbout"),
          [this] {
              frmSplash about(this);

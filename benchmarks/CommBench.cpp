@@ -3,6 +3,7 @@
 #include "comm/adapters/AdapterFunnel.h"
 #include "comm/adapters/WatchedAdapter.h"
 #include "comm/frmUSB.h"
+#include "platform/NoMessages.h"
 #include "platform/SystemTime.h"
 
 #include <QCoreApplication>
@@ -30,15 +31,9 @@ private:
     TimeSource& m_time;
 };
 
-class Silent final : public UserMessages {
-public:
-    void Show(const QString& /*text*/) override { }
-    Answer Ask(const QString& /*text*/, Answers /*offered*/) override { return Answer::No; }
-};
-
 void ReadWords(benchmark::State& state, SystemTime& time, Pc61vRW& driver)
 {
-    Silent messages;
+    NoMessages messages;
     frmUSB usb(driver, time, messages, QString());
     usb.EnableErrorLog(); // so that the check for a line to log is the one of a logged run
     for ([[maybe_unused]] auto step : state) {

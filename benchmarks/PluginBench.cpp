@@ -2,6 +2,7 @@
 // The plug-in is a thread with a plain socket, so that the main thread's CPU time is the host's alone.
 
 #include "comm/adapters/AdapterFunnel.h"
+#include "platform/NoMessages.h"
 #include "platform/SystemTime.h"
 #include "plugins/PluginServer.h"
 
@@ -38,15 +39,9 @@ private:
     TimeSource& m_time;
 };
 
-class Silent final : public UserMessages {
-public:
-    void Show(const QString& /*text*/) override { }
-    Answer Ask(const QString& /*text*/, Answers /*offered*/) override { return Answer::No; }
-};
-
 struct Bench {
     SystemTime time;
-    Silent messages;
+    NoMessages messages;
     NullAdapter driver{time};
     frmUSB usb{driver, time, messages, QString()};
     GaugeAccess access{time, messages};

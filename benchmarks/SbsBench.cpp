@@ -1,6 +1,7 @@
 // The register view's core at the size of a real pack: 29 word rows, and a history of ten million passes.
 
 #include "comm/adapters/AdapterFunnel.h"
+#include "platform/NoMessages.h"
 #include "platform/SystemTime.h"
 #include "platform/WholeFile.h"
 #include "sbs/ScanEngine.h"
@@ -40,12 +41,6 @@ private:
     void Perform(DriverCall& /*call*/) override { m_time.ProcessEvents(0); }
     TimeSource& m_time;
     int m_count = 0;
-};
-
-class Silent final : public UserMessages {
-public:
-    void Show(const QString& /*text*/) override { }
-    Answer Ask(const QString& /*text*/, Answers /*offered*/) override { return Answer::No; }
 };
 
 void SubstituteAndEvaluate29(benchmark::State& state)
@@ -92,7 +87,7 @@ void ScanPass29(benchmark::State& state)
     tables.LoadSBSInfo(file);
 
     SystemTime time;
-    Silent messages;
+    NoMessages messages;
     NullAdapter driver(time);
     frmUSB usb(driver, time, messages, QString());
     GaugeAccess access(time, messages);

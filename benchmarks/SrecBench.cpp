@@ -2,6 +2,7 @@
 // side in the same run. The flush of a saved file is in our time, theirs do not flush.
 
 #include "flashimage/clsSrecRW.h"
+#include "platform/NoMessages.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -23,19 +24,13 @@ namespace {
 constexpr std::uint32_t kMiB = 1 << 20;
 constexpr std::uint32_t kPayloadMiB = 64;
 
-class Silent final : public UserMessages {
-public:
-    void Show(const QString& /*text*/) override { }
-    Answer Ask(const QString& /*text*/, Answers /*offered*/) override { return Answer::No; }
-};
-
 /// A folder with in.srec, 1 MiB of it data flash. It is made piece by piece: a child's peak memory counts
 /// from that of the process that starts it.
 const std::string& Folder()
 {
     static const QTemporaryDir folder;
     static const std::string path = [] {
-        Silent silent;
+        NoMessages silent;
         clsSrecRW rw(silent);
         QFile file(folder.filePath(QStringLiteral("in.srec")));
         file.open(QIODevice::WriteOnly);
@@ -148,7 +143,7 @@ void ReadMillionOneByteRecords(benchmark::State& state)
     for (std::uint32_t record = 0; record < kCount; ++record)
         text += OneByteRecord(descending ? 0x20000000 - record
                                          : 0x20000000 + (record % 2 == 0 ? record / 2 : 0 - record / 2));
-    Silent silent;
+    NoMessages silent;
     for ([[maybe_unused]] auto step : state) {
         clsSrecRW rw(silent);
         clsSrecFlash image;

@@ -24,7 +24,7 @@ constexpr double kMostVoltageNoise = 0.001; // standard deviation, share of the 
 constexpr double kMostCurrentNoise = 0.01;
 constexpr double kMostShortedCounts = 400;
 constexpr double kMostOffsetNoise = 5; // counts
-constexpr double kMostIdleMa = 150; // shown with no current, before the board's offset is known
+constexpr double kMostIdleMa = 150; // shown with no current, before the offsets are known
 constexpr double kMostTemperatureNoise = 0.5; // K
 constexpr double kMostAfterError = 0.002; // of the reference, beside what one step of a register is
 
@@ -70,11 +70,13 @@ const StepFacts& FactsOf(CalibrationStep step)
             QStringLiteral("Switch charger and load off, so that no current flows through the pack, and "
                            "enter what an ammeter still shows, usually 0."),
             QStringLiteral("mA"), true, -50, 50, 1},
-        StepFacts{
-            QStringLiteral("Current gain"),
-            QStringLiteral("Let a steady current flow, as near as you can to what the pack will carry, and "
-                           "enter what an ammeter in series shows. Discharging is negative."),
-            QStringLiteral("mA"), true, -30000, 30000, 1},
+        StepFacts{QStringLiteral("Current gain"),
+                  QStringLiteral(
+                      "Let a steady current flow, as near as you can to what the pack will carry, and "
+                      "enter what an ammeter in series shows. Discharging is negative. A load at the "
+                      "adapter's lines is switched on by the register view's menu Auto-Cycle, \"Start by "
+                      "discharging\"."),
+                  QStringLiteral("mA"), true, -30000, 30000, 1},
         StepFacts{
             QStringLiteral("Voltage"),
             QStringLiteral("Enter the voltage that a voltmeter shows across the stack of cells. No current "
@@ -273,6 +275,7 @@ void Calibration::Collect(CalibrationUnit& unit, CalibrationResult& result, cons
         since = m_links.time.MonotonicMs();
         last = reading;
         statistics.Add(ValueOf(reading, result.Request, with));
+        result.MostCurrent = std::max(result.MostCurrent, std::abs(with.Milliamps(reading.Current)));
         if (OnReading)
             OnReading(statistics, wanted);
     }
@@ -316,6 +319,11 @@ void Calibration::Compute(CalibrationResult& result) const
                       .arg(100 * most)
                       .arg(WithUnit(reference, facts));
     };
+    const auto loaded = [&] { // wires drop some of the voltage, and the cells grow warm
+        if (why.isEmpty() && result.MostCurrent > kMostIdleMa)
+            why = QStringLiteral("a current of %1 mA flows. Switch charger and load off.")
+                      .arg(std::lround(result.MostCurrent));
+    };
     switch (request.Step) {
     case CalibrationStep::CurrentOffset: {
         const double counts = seen.Mean + old.CurrentOffset() / 16.0;
@@ -351,6 +359,7 @@ void Calibration::Compute(CalibrationResult& result) const
     }
     case CalibrationStep::Voltage: {
         const double ratio = reference / seen.Mean;
+        loaded();
         farOff(ratio, kMostVoltageChange);
         noisy(kMostVoltageNoise * seen.Mean);
         const double gain = old.VoltageGain() * ratio;
@@ -362,6 +371,7 @@ void Calibration::Compute(CalibrationResult& result) const
     }
     case CalibrationStep::Temperature: {
         const double offset = old.TemperatureOffset(request.Sensor) + 10 * (reference - seen.Mean);
+        loaded();
         noisy(kMostTemperatureNoise);
         if (why.isEmpty() && std::abs(offset) > 127)
             why = QStringLiteral(

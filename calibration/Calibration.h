@@ -71,6 +71,7 @@ struct CalibrationResult {
     CalibrationRequest Request;
     ReadingStatistics Before; ///< with the old constants
     ReadingStatistics After; ///< with the new ones, measured once they were stored
+    double MostCurrent = 0; ///< mA, of either direction, in any reading
     CalibrationConstants Old;
     CalibrationConstants New;
     bool Stored = false;

@@ -105,6 +105,9 @@ Outcome RunCycle(CommandContext& context, const Arguments& arguments)
     const QString begin = arguments.Text(QStringLiteral("begin"));
     if (!begin.isEmpty() && begin != QLatin1String("charge") && begin != QLatin1String("discharge"))
         return WrongUsage(QStringLiteral("--begin takes charge or discharge, not \"%1\"").arg(begin));
+    std::optional<Direction> first;
+    if (!begin.isEmpty())
+        first = begin == QLatin1String("charge") ? Direction::Charge : Direction::Discharge;
     GaugeSession* gauge = context.Gauge(outcome);
     if (!gauge)
         return outcome;
@@ -140,11 +143,8 @@ Outcome RunCycle(CommandContext& context, const Arguments& arguments)
             if (report.WhollyFailed())
                 return NoAnswer(report.LastError,
                                 QStringLiteral("no row answered: the auto-cycle was not started"));
-            if (!cycle.StartAutoCycle(values))
+            if (!cycle.StartAutoCycle(values, first))
                 return EndedEarly(context, cycle.Facts(), ErrorCode::Ok);
-            if (!begin.isEmpty())
-                cycle.SetRelaxState(begin == QLatin1String("charge") ? Direction::Charge
-                                                                     : Direction::Discharge);
         }
         printer.Print(cycle.Step(values), now, begun - start);
         if (!cycle.Facts().Running || number == steps)

@@ -87,7 +87,8 @@ QString AutoExport::FileName(const QString& base, int number)
     return QStringLiteral("%1_%2.gg").arg(base).arg(number, 5, 10, QLatin1Char('0'));
 }
 
-QString ReadAndExport(DataFlash& dataFlash, TimeSource& time, const QString& path, QStringList& warnings)
+QString ReadAndExport(DataFlash& dataFlash, TimeSource& time, const QString& path, QStringList& warnings,
+                      TransferReport* readOut)
 {
     bool edited = false;
     ForEachItem(dataFlash.Tree(),
@@ -98,6 +99,8 @@ QString ReadAndExport(DataFlash& dataFlash, TimeSource& time, const QString& pat
         return QStringLiteral("%1 was not written: there are edits that reading the gauge would take away")
             .arg(path);
     const TransferReport read = dataFlash.ReadAllDF();
+    if (readOut)
+        *readOut = read;
     if (!dataFlash.LastReadAllOK())
         return QStringLiteral("%1 was not written: %2")
             .arg(path, read.Cancelled ? QStringLiteral("reading the gauge was cancelled") : read.Text);

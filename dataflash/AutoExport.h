@@ -10,6 +10,7 @@
 #include <optional>
 
 class DataFlash;
+struct TransferReport;
 
 /// Saves the gauge's data flash to numbered files at a fixed interval. The owner runs the timer tmrExport and
 /// hands its ticks on.
@@ -66,6 +67,7 @@ private:
 
 /// A Read All and then an export of what it read. Nothing is written when the read failed, and nothing is
 /// even read while there are edits that it would take away.
+/// @param read  receives the report of the Read All, if there was one
 /// @return empty, or why nothing was written
 [[nodiscard]] QString ReadAndExport(DataFlash& dataFlash, TimeSource& time, const QString& path,
-                                    QStringList& warnings);
+                                    QStringList& warnings, TransferReport* read = nullptr);

@@ -197,6 +197,10 @@ private:
         bool m_shows;
     };
 
+    static const QString kOwner;
+    static const QString kBusy;
+    [[nodiscard]] static QString CodeText(std::int32_t code);
+
     [[nodiscard]] bool Has(SubClassPlace place) const;
     [[nodiscard]] SubClass& At(SubClassPlace place);
     [[nodiscard]] const SubClass& At(SubClassPlace place) const;

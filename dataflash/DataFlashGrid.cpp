@@ -9,7 +9,6 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <tuple>
 
 DataFlashGrid::DataFlashGrid(DataFlashItemModel& model, QWidget* parent)
     : QTreeView(parent), m_model(model), m_delegate(new DataFlashDelegate(model, this))
@@ -90,9 +89,7 @@ std::vector<ItemPlace> DataFlashGrid::Selected() const
     for (const QModelIndex& index : selectionModel()->selectedRows())
         if (const auto place = m_model.PlaceOf(index))
             places.push_back(*place);
-    std::ranges::sort(places, {}, [](const ItemPlace& place) {
-        return std::tuple(place.Class, place.SubClass, place.Item);
-    });
+    std::ranges::sort(places);
     return places;
 }
 

@@ -8,8 +8,6 @@
 
 namespace {
 
-const QString kOwner = QStringLiteral("DF");
-
 Bytes Room(const SubClassTransfer& transfer, const JournalContent::Entry& entry)
 {
     return Bytes(static_cast<std::size_t>(transfer.Padded(static_cast<int>(entry.Old.size()))), 0xFF);

@@ -1,17 +1,7 @@
 #include "dataflash/ItemBytes.h"
 
 #include "dataflash/ValueEncoding.h"
-
-namespace {
-
-/// The encoder's messages are for a write that a person began; here its reasons go into reports.
-class NoMessages final : public UserMessages {
-public:
-    void Show(const QString&) override { }
-    Answer Ask(const QString&, Answers) override { return Answer::No; }
-};
-
-} // namespace
+#include "platform/NoMessages.h"
 
 std::optional<Bytes> BytesOf(const DataItem& item, const QString& native, QString* why)
 {

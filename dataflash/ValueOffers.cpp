@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 
 #include <algorithm>
-#include <tuple>
 
 namespace {
 
@@ -40,9 +39,7 @@ ValueOffers OffersOf(const GgImport& import, const DataFlashTree& tree, const QS
         offers.Offers.push_back({entry.Place, entry.Old, entry.New, entry.Note, true, !beyond(entry.Place)});
     for (const GgImport::Entry& entry : import.Refused)
         offers.Offers.push_back({entry.Place, entry.Old, entry.New, entry.Note, false, false});
-    std::ranges::stable_sort(offers.Offers, {}, [](const ValueOffers::Offer& offer) {
-        return std::tuple(offer.Place.Class, offer.Place.SubClass, offer.Place.Item);
-    });
+    std::ranges::stable_sort(offers.Offers, {}, &ValueOffers::Offer::Place);
 
     offers.Summary = GgSummary(import);
     offers.Remarks = GgReport(import, tree).mid(1); // behind the summary

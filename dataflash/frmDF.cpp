@@ -28,7 +28,7 @@ frmDF::frmDF(GaugeContext& context)
       m_history(m_flash.Tree()),
       m_autoExport(context.time,
                    [this](const QString& path, QStringList& warnings) {
-                       return ReadAndExport(m_flash, m_context.time, path, warnings);
+                       return ReadAndExport(m_flash, m_context.time, path, warnings, &m_exportRead);
                    }),
       m_sets(context.profiles, context.state.TargetConfigPath),
       tmrExport(Named(new QTimer(this), "tmrExport")), m_watch(new QTimer(this))

@@ -140,6 +140,7 @@ private:
     void RunNow();
     void ReadAll();
     void AfterRead(const TransferReport& report, int replaced);
+    void NoteLastRead(const TransferReport& report);
     void WriteChanged() { ShowPlan(Write::Changed, 0); }
     void WriteAll() { ShowPlan(Write::All, 0); }
     void WritePreserve(int set) { ShowPlan(Write::Preserve, set); }
@@ -200,6 +201,7 @@ private:
     Bottom m_bottom = Bottom::Nothing;
     QString m_backup; ///< of the write under way
     QString m_lastRead;
+    TransferReport m_exportRead; ///< the Read All of the last automatic export; no entry: there was none
     QString m_lastFolder; ///< of file dialogs
 
     DataFlashItemModel* m_model = nullptr;

@@ -247,10 +247,13 @@ void frmDF::ExportTick()
         tr("Automatic export"),
         [this, result] {
             m_trends.NoteBefore(m_flash.Tree());
+            m_exportRead = {};
             *result = m_autoExport.Tick();
             return TransferReport{};
         },
         [this, result](const TransferReport& /*report*/, int /*replaced*/) {
+            if (!m_exportRead.Entries.empty())
+                NoteLastRead(m_exportRead);
             if (!*result)
                 return;
             if (!(*result)->Problem.isEmpty())

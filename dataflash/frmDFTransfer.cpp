@@ -108,7 +108,7 @@ void frmDF::ReadAll()
         [this](const TransferReport& report, int replaced) { AfterRead(report, replaced); });
 }
 
-void frmDF::AfterRead(const TransferReport& report, int replaced)
+void frmDF::NoteLastRead(const TransferReport& report)
 {
     const int failed = Count(report, TransferReport::Fate::Failed);
     const int done = Count(report, TransferReport::Fate::Done);
@@ -119,6 +119,12 @@ void frmDF::AfterRead(const TransferReport& report, int replaced)
                               : failed == 0 && report.Result == 0 ? tr("no errors")
                                                                   : tr("%1 failed").arg(failed));
     ShowLastRead();
+}
+
+void frmDF::AfterRead(const TransferReport& report, int replaced)
+{
+    NoteLastRead(report);
+    const int done = Count(report, TransferReport::Fate::Done);
     if (report.Cancelled) {
         m_notice->Show(NoticeBar::Kind::Caution,
                        tr("Read All was cancelled after %1 of %2 subclasses. The other values are as they "

@@ -2,6 +2,7 @@
 // and every answer is a line that the other end can parse.
 
 #include "comm/adapters/AdapterFunnel.h"
+#include "platform/NoMessages.h"
 #include "plugins/PluginHost.h"
 #include "plugins/PluginProtocol.h"
 
@@ -22,12 +23,6 @@ private:
     std::int64_t m_ms = 0;
 };
 
-class Silent final : public UserMessages {
-public:
-    void Show(const QString&) override { }
-    Answer Ask(const QString&, Answers) override { return Answer::No; }
-};
-
 /// Answers every call with what the caller gave.
 class NoAdapter final : public AdapterFunnel {
 public:
@@ -44,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static int count = 0;
     static const QCoreApplication application(count, nullptr);
     NoTime time;
-    Silent messages;
+    NoMessages messages;
     NoAdapter adapter;
     frmUSB usb(adapter, time, messages, {});
     GaugeAccess access(time, messages);

@@ -2,18 +2,13 @@
 
 #include "flashimage/ImageDiff.h"
 #include "flashimage/clsSrecRW.h"
+#include "platform/NoMessages.h"
 
 #include <QBuffer>
 
 #include <cstdlib>
 
 namespace {
-
-class Silent final : public UserMessages {
-public:
-    void Show(const QString& /*text*/) override { }
-    Answer Ask(const QString& /*text*/, Answers /*offered*/) override { return Answer::No; }
-};
 
 bool Same(const clsSrecFlash& a, const clsSrecFlash& b)
 {
@@ -25,7 +20,7 @@ bool Same(const clsSrecFlash& a, const clsSrecFlash& b)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    Silent messages;
+    NoMessages messages;
     clsSrecRW rw(messages);
     rw.SetMaxFill(4096); // more of it would only cost time
     QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));

@@ -45,6 +45,7 @@ signals:
     void RemainingCapacityChanged(int value);
     void ProgressChanged(int done, int of, const QString& owner);
     void StatusText(const QString& text);
+    void IdleText(const QString& text); ///< takes the place of no text that is still to be read
     void WantsFront(); ///< it has something to say that should not wait until somebody opens it
 
 private:

@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr int kHeaderRoom = 3; // left and right, more than Fusion has
+
 const SkinColours& Colours() { return Theme::Current().Colours(); }
 
 void DrawFrame(QPainter* painter, const QRect& rect, Rgb colour, qreal width,
@@ -243,6 +245,13 @@ void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
         DrawFieldFrame(painter, option, widget);
 }
 
+QRect TarnloStyle::subElementRect(SubElement element, const QStyleOption* option, const QWidget* widget) const
+{
+    const QRect rect = QProxyStyle::subElementRect(element, option, widget);
+    // a heading stands over the text of its cells, and two that face each other do not touch
+    return element == SE_HeaderLabel ? rect.adjusted(kHeaderRoom, 0, -kHeaderRoom, 0) : rect;
+}
+
 QSize TarnloStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
                                     const QWidget* widget) const
 {
@@ -250,6 +259,8 @@ QSize TarnloStyle::sizeFromContents(ContentsType type, const QStyleOption* optio
     const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
     if (type == CT_PushButton && button && !button->icon.isNull())
         size.rwidth() += 12; // Fusion leaves no room beside an icon
+    if (type == CT_HeaderSection)
+        size.rwidth() += 2 * kHeaderRoom;
     return size;
 }
 

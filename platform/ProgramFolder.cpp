@@ -76,6 +76,18 @@ QString ProgramSettingsFileIn(const QString& programFolder)
     return programFolder + QStringLiteral("/tarnlo.ini");
 }
 
+QString WhatIsNotKept(const QString& programFolder)
+{
+    const QFileInfo folder(programFolder);
+    const QFileInfo settings(ProgramSettingsFileIn(programFolder));
+    if (folder.isWritable() && (settings.isWritable() || !settings.exists()))
+        return {};
+    return QStringLiteral(
+               "%1 cannot be written. Settings, the window's place, the error log and backups of the "
+               "data flash are not kept there; logs and exports can go to any other folder.")
+        .arg(folder.isWritable() ? settings.filePath() : folder.filePath());
+}
+
 QString ResolvePath(const QString& folder, const QString& written)
 {
     QString path = written;

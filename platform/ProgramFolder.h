@@ -22,6 +22,10 @@ struct ProgramPlaces {
 /// The program settings file of both programs, the window's and tarnlo-cli's.
 [[nodiscard]] QString ProgramSettingsFileIn(const QString& programFolder);
 
+/// Empty, or what cannot be kept because the program folder or the settings file in it cannot be written.
+/// Everything else works.
+[[nodiscard]] QString WhatIsNotKept(const QString& programFolder);
+
 /// A path as written in a settings file, made openable: "\" becomes "/", a relative path is joined to folder,
 /// and where no such file is there a match that ignores letter case is taken, part by part.
 [[nodiscard]] QString ResolvePath(const QString& folder, const QString& written);

@@ -71,7 +71,7 @@ void AutoCycle::SetUnits(const QString& rem, const QString& volt)
     m_voltUnit = volt;
 }
 
-bool AutoCycle::StartAutoCycle(const CycleValues& rows)
+bool AutoCycle::StartAutoCycle(const CycleValues& rows, std::optional<Direction> first)
 {
     SwitchOffIfWanted();
     if (m_running || m_starting || m_working || m_lines.Busy())
@@ -79,8 +79,9 @@ bool AutoCycle::StartAutoCycle(const CycleValues& rows)
     const QScopedValueRollback starting(m_starting, true);
     const int stopsBefore = m_stops;
 
-    // one write before anything starts tells whether there are lines at all; what is on stays on
-    if (!LinesOn()) {
+    // one write before anything starts tells whether there are lines at all; what is on stays on unless
+    // somebody chose where to begin
+    if (!LinesOn() || first) {
         const bool wasInDoubt = m_linesInDoubt;
         bool off = false;
         {
@@ -93,6 +94,9 @@ bool AutoCycle::StartAutoCycle(const CycleValues& rows)
             m_messages.Show(m_stopReason);
             return false;
         }
+        if (LinesOn())
+            m_controller.State = CycleState::Idle;
+        m_why.clear();
     }
     const auto warnWithout = [&](const CycleReading& row, const QString& text) {
         if (!row.Available)
@@ -108,8 +112,10 @@ bool AutoCycle::StartAutoCycle(const CycleValues& rows)
     warnWithout(rows.Stat,
                 QStringLiteral("Battery Status not available. Any Autocycle options based on Battery Status "
                                "will not function!"));
+    const QString chosenText
+        = QStringLiteral("At %1 chosen at the start.").arg(m_time.Now().toString(QStringLiteral("HH:mm:ss")));
     const CycleState state = m_controller.State;
-    if (state == CycleState::RelaxBeforeCharge || state == CycleState::RelaxBeforeDischarge) {
+    if (!first && (state == CycleState::RelaxBeforeCharge || state == CycleState::RelaxBeforeDischarge)) {
         const Answer answer
             = m_messages.Ask(QStringLiteral("The battery is currently in relaxation mode.\n"
                                             "Click YES to begin Charging after relaxation\n"
@@ -122,6 +128,7 @@ bool AutoCycle::StartAutoCycle(const CycleValues& rows)
         // a rest towards the same side goes on where it stood
         if (charge != (state == CycleState::RelaxBeforeCharge))
             SetRelaxState(charge ? Direction::Charge : Direction::Discharge);
+        m_why = chosenText;
     }
     if (m_stops != stopsBefore) // the stop button, or the end of the program, while something was open
         return false;
@@ -133,6 +140,10 @@ bool AutoCycle::StartAutoCycle(const CycleValues& rows)
     m_started = m_time.Now();
     m_history = {};
     NoteState(false);
+    if (first) {
+        SetRelaxState(*first);
+        m_why = chosenText;
+    }
     return true;
 }
 
@@ -278,11 +289,9 @@ SwitchResult AutoCycle::Switch(Direction direction)
     }
     const bool charge = direction == Direction::Charge;
     const CycleState state = m_controller.State;
+    const std::int32_t relaxed = charge ? Settings().ChgRelax : Settings().DChgRelax;
     if (state == (charge ? CycleState::ChargeNow : CycleState::DischargeNow))
-        m_why = (m_why
-                 + QStringLiteral(" Relaxed for %1 s.")
-                       .arg(charge ? Settings().ChgRelax : Settings().DChgRelax))
-                    .trimmed();
+        m_why += relaxed > 0 ? QStringLiteral(" Relaxed for %1 s.").arg(relaxed) : QString();
     else if (state != (charge ? CycleState::Charging : CycleState::Discharging))
         m_why = SwitchReason(direction);
     return result;

@@ -59,9 +59,11 @@ public:
     void SetUnits(const QString& rem, const QString& volt);
 
     /// Warns of each row that is not available, asks where to go on while the pack is relaxing, and starts.
+    /// @param first  where to begin, whatever the triggers say, after that direction's relaxation time; lines
+    /// that are on are switched off before. Nothing is asked then
     /// @return false when the adapter lacks a line or does not answer (the message names what to set), or the
     /// question was cancelled
-    bool StartAutoCycle(const CycleValues& rows);
+    bool StartAutoCycle(const CycleValues& rows, std::optional<Direction> first = {});
     /// Ends the run and leaves the lines as they are, still under watch.
     void StopAutoCycle();
     /// Ends the run and switches both lines off, now or as soon as the bus sequence further down ends.

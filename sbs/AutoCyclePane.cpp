@@ -31,6 +31,12 @@ QString HexWord(std::int32_t value)
     return QStringLiteral("%1").arg(static_cast<std::uint32_t>(value), 4, 16, QLatin1Char('0')).toUpper();
 }
 
+/// Started, but nothing was switched so far.
+bool Waits(const CycleFacts& facts)
+{
+    return facts.Running && facts.State == CycleState::Idle && facts.Why.isEmpty();
+}
+
 bool MayBeOn(const CycleFacts& facts) { return facts.ChargerOn || facts.LoadOn || facts.LinesInDoubt; }
 
 QPixmap StatePicture(CycleState state, qreal ratio)
@@ -73,7 +79,7 @@ void AutoCyclePane::Refresh()
 void AutoCyclePane::ShowState(const CycleFacts& facts)
 {
     m_stateIcon->setPixmap(StatePicture(facts.State, devicePixelRatioF()));
-    lblCycleState->setText(CycleStateText(facts.State));
+    lblCycleState->setText(Waits(facts) ? tr("Waiting") : CycleStateText(facts.State));
     const int number = static_cast<int>(facts.State);
     QString elapsed;
     if (facts.State == CycleState::Idle)
@@ -92,10 +98,17 @@ void AutoCyclePane::ShowState(const CycleFacts& facts)
 void AutoCyclePane::ShowWhy(const CycleFacts& facts)
 {
     QString why;
-    if (facts.Running && facts.State == CycleState::Idle && facts.Why.isEmpty())
-        why = tr("Nothing is switched yet: the run waits until a limit below is crossed.");
+    if (Waits(facts))
+        why = tr("Nothing is switched yet: no limit is crossed. It %1 and %2.")
+                  .arg(StartText(Direction::Charge), StartText(Direction::Discharge));
+    else if (facts.Running && !facts.Why.isEmpty() && facts.State == CycleState::RelaxBeforeCharge)
+        why = tr("Both lines are off; it charges when the rest is over. %1").arg(facts.Why);
+    else if (facts.Running && !facts.Why.isEmpty() && facts.State == CycleState::RelaxBeforeDischarge)
+        why = tr("Both lines are off; it discharges when the rest is over. %1").arg(facts.Why);
     else if (!facts.Why.isEmpty())
         why = tr("Last switch: %1").arg(facts.Why.at(0).toLower() + facts.Why.mid(1));
+    else if (!facts.StopReason.isEmpty())
+        why = tr("The last run switched nothing.");
     else
         why = tr(
             "Charges and discharges the pack again and again by the adapter's output lines. Connect charger "
@@ -165,22 +178,44 @@ void AutoCyclePane::ShowTriggers()
     }
 }
 
-void AutoCyclePane::ShowTrigger(int row, int column, const CycleTrigger& trigger, Direction direction)
+bool AutoCyclePane::AnySuffices(Direction direction) const
 {
     const AutoCycleSettings& settings = m_cycle.Settings();
-    const bool charge = direction == Direction::Charge;
-    const bool any = (charge ? settings.ChgAny : settings.DChgAny) == 1;
-    QString limit;
+    return (direction == Direction::Charge ? settings.ChgAny : settings.DChgAny) == 1;
+}
+
+QString AutoCyclePane::LimitText(const CycleTrigger& trigger, Direction direction) const
+{
+    const AutoCycleSettings& settings = m_cycle.Settings();
     if (trigger.What == CycleTrigger::Kind::Status)
-        limit = trigger.Limit == 0 ? tr("no bit chosen")
-            : any                  ? tr("any bit of %1").arg(HexWord(trigger.Limit))
-                                   : tr("all bits of %1").arg(HexWord(trigger.Limit));
-    else
-        limit = (charge ? tr("below %1") : tr("above %1"))
-                    .arg(WithUnit(trigger.Limit,
-                                  RawUnit(m_scan,
-                                          trigger.What == CycleTrigger::Kind::Voltage ? settings.BattVoltRow
-                                                                                      : settings.RemCapRow)));
+        return trigger.Limit == 0    ? tr("no bit chosen")
+            : AnySuffices(direction) ? tr("any bit of %1").arg(HexWord(trigger.Limit))
+                                     : tr("all bits of %1").arg(HexWord(trigger.Limit));
+    return (direction == Direction::Charge ? tr("below %1") : tr("above %1"))
+        .arg(WithUnit(trigger.Limit,
+                      RawUnit(m_scan,
+                              trigger.What == CycleTrigger::Kind::Voltage ? settings.BattVoltRow
+                                                                          : settings.RemCapRow)));
+}
+
+/// As a sentence goes on with it: "charges below 10 % or below 12200 mV".
+QString AutoCyclePane::StartText(Direction direction) const
+{
+    const bool charge = direction == Direction::Charge;
+    QStringList limits;
+    for (const CycleTrigger& trigger : m_cycle.Triggers(direction))
+        if (trigger.Used && (trigger.What != CycleTrigger::Kind::Status || trigger.Limit != 0))
+            limits << (trigger.What == CycleTrigger::Kind::Status ? tr("at %1") : QStringLiteral("%1"))
+                          .arg(LimitText(trigger, direction));
+    if (limits.isEmpty())
+        return charge ? tr("never charges") : tr("never discharges");
+    return (charge ? tr("charges %1") : tr("discharges %1"))
+        .arg(limits.join(AnySuffices(direction) ? tr(" or ") : tr(" and ")));
+}
+
+void AutoCyclePane::ShowTrigger(int row, int column, const CycleTrigger& trigger, Direction direction)
+{
+    const bool any = AnySuffices(direction);
     QString state = tr("no");
     QIcon icon = ThemeIcon(QStringLiteral("remove"), IconInk::Secondary);
     if (!trigger.Used) {
@@ -195,7 +230,7 @@ void AutoCyclePane::ShowTrigger(int row, int column, const CycleTrigger& trigger
     }
     QTableWidgetItem* limitItem = grdCycleTriggers->item(row, column);
     QTableWidgetItem* stateItem = grdCycleTriggers->item(row, column + 1);
-    limitItem->setText(limit);
+    limitItem->setText(LimitText(trigger, direction));
     stateItem->setText(state);
     stateItem->setIcon(icon);
     const QVariant ink
@@ -290,10 +325,10 @@ void AutoCyclePane::WhenFree(const std::function<void()>& command)
         command();
 }
 
-void AutoCyclePane::StartAutoCycle()
+void AutoCyclePane::StartAutoCycle(std::optional<Direction> first)
 {
-    WhenFree([this] {
-        m_cycle.StartAutoCycle(ReadCycleValues(m_scan, m_cycle.Settings(), {}));
+    WhenFree([this, first] {
+        m_cycle.StartAutoCycle(ReadCycleValues(m_scan, m_cycle.Settings(), {}), first);
         Refresh();
     });
 }

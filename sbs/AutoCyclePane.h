@@ -16,6 +16,7 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 
 class PhaseStrip;
 
@@ -52,7 +53,7 @@ private:
     /// Runs a command once it can be: at once, or when the pass and the line operation under way have ended.
     /// The program would drop it otherwise, or keep the pass waiting for as long as a question is open.
     void WhenFree(const std::function<void()>& command);
-    void StartAutoCycle();
+    void StartAutoCycle(std::optional<Direction> first = {});
     void StopAutoCycle();
     void StopAndSwitchOff();
     void SetWiring(std::int32_t pins);
@@ -66,6 +67,9 @@ private:
     void ShowLines(const CycleFacts& facts);
     void ShowTriggers();
     void ShowTrigger(int row, int column, const CycleTrigger& trigger, Direction direction);
+    [[nodiscard]] bool AnySuffices(Direction direction) const;
+    [[nodiscard]] QString LimitText(const CycleTrigger& trigger, Direction direction) const;
+    [[nodiscard]] QString StartText(Direction direction) const; ///< what it waits for
     void ShowStops(const CycleFacts& facts);
     void UpdateMenus(const CycleFacts& facts);
     bool Note(CycleState state, EventLog& events);
@@ -98,6 +102,8 @@ private:
 
     QMenu* mnuAutoCycle = nullptr;
     QAction* mnuAutoCycleStart = nullptr;
+    QAction* mnuAutoCycleStartCharge = nullptr;
+    QAction* mnuAutoCycleStartDischarge = nullptr;
     QAction* mnuAutoCycleStop = nullptr;
     QAction* mnuAutoCycleStopOff = nullptr;
     QAction* mnuAutoCycle1Pin = nullptr;

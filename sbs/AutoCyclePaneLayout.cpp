@@ -32,7 +32,10 @@ AutoCyclePane::AutoCyclePane(AutoCycle& cycle, TableSettings& settings, UserMess
     for (StopLine& line : m_stops)
         line = {new QLabel(this), new QLabel(this)};
     LayOut();
-    connect(cmdStartCycle, &QPushButton::clicked, this, &AutoCyclePane::StartAutoCycle);
+    cmdStartCycle->setToolTip(
+        tr("Starts and waits until a limit is crossed. The Auto-Cycle menu starts by charging or\n"
+           "by discharging at once."));
+    connect(cmdStartCycle, &QPushButton::clicked, this, [this] { StartAutoCycle(); });
     connect(cmdStopCycle, &QPushButton::clicked, this, &AutoCyclePane::StopAndSwitchOff);
     connect(cmdCycleSettings, &QPushButton::clicked, this, &AutoCyclePane::ShowSettings);
     Applyskin();
@@ -179,6 +182,8 @@ QMenu* AutoCyclePane::MakeMenu(QWidget* parent)
 {
     mnuAutoCycle = Named(new QMenu(tr("&Auto-Cycle"), parent), "mnuAutoCycle");
     mnuAutoCycleStart = Add("mnuAutoCycleStart", tr("&Start"));
+    mnuAutoCycleStartCharge = Add("mnuAutoCycleStartCharge", tr("Start by ch&arging"));
+    mnuAutoCycleStartDischarge = Add("mnuAutoCycleStartDischarge", tr("Start by &discharging"));
     mnuAutoCycleStop = Add("mnuAutoCycleStop", tr("Sto&p, leave the lines as they are"));
     // the main window owns the shortcut, which works in every window of the program
     mnuAutoCycleStopOff = Add("mnuAutoCycleStopOff",
@@ -201,7 +206,11 @@ QMenu* AutoCyclePane::MakeMenu(QWidget* parent)
     for (QAction* level : {mnuAutoCycleHi, mnuAutoCycleLo})
         levels->addAction(level);
 
-    connect(mnuAutoCycleStart, &QAction::triggered, this, &AutoCyclePane::StartAutoCycle);
+    connect(mnuAutoCycleStart, &QAction::triggered, this, [this] { StartAutoCycle(); });
+    connect(mnuAutoCycleStartCharge, &QAction::triggered, this,
+            [this] { StartAutoCycle(Direction::Charge); });
+    connect(mnuAutoCycleStartDischarge, &QAction::triggered, this,
+            [this] { StartAutoCycle(Direction::Discharge); });
     connect(mnuAutoCycleStop, &QAction::triggered, this, &AutoCyclePane::StopAutoCycle);
     connect(mnuAutoCycleStopOff, &QAction::triggered, this, &AutoCyclePane::StopAndSwitchOff);
     connect(mnuAutoCycle1Pin, &QAction::triggered, this, [this] { SetWiring(1); });
@@ -224,7 +233,8 @@ void AutoCyclePane::UpdateMenus(const CycleFacts& facts)
         return;
     const AutoCycleSettings& settings = m_cycle.Settings();
     const bool twoPins = settings.TwoPins();
-    mnuAutoCycleStart->setEnabled(!facts.Running);
+    for (QAction* start : {mnuAutoCycleStart, mnuAutoCycleStartCharge, mnuAutoCycleStartDischarge})
+        start->setEnabled(!facts.Running);
     mnuAutoCycleStop->setEnabled(facts.Running);
     mnuAutoCycleStopOff->setEnabled(cmdStopCycle->isEnabled());
     for (QAction* wiring : {mnuAutoCycle1Pin, mnuAutoCycle2Pin})

@@ -347,5 +347,8 @@ void PlotView::AskAndExport(const QString& filter, QString (PlotView::*write)(co
         return;
     const QString path = dialog.selectedFiles().value(0);
     const QString problem = (this->*write)(path);
-    emit StatusText(problem.isEmpty() ? tr("Exported to %1").arg(path) : problem);
+    if (problem.isEmpty())
+        emit StatusText(tr("Exported to %1").arg(path));
+    else
+        emit Failed(problem);
 }

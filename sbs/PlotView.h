@@ -45,6 +45,7 @@ public:
 
 signals:
     void StatusText(const QString& text);
+    void Failed(const QString& problem); ///< an export
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

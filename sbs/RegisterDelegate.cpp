@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kSide = 14; // of marks
 constexpr int kReach = 5; // a click beside a box still means it
+constexpr char kFilled[] = "filled";
 
 RegisterMark MarkOf(const QModelIndex& index)
 {
@@ -128,6 +129,14 @@ QWidget* RegisterDelegate::createEditor(QWidget* parent, const QStyleOptionViewI
     return editor;
 }
 
+void RegisterDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const
+{
+    if (editor->property(kFilled).toBool())
+        return; // every pass brings new values: what is being typed stays, or Enter would send the old one
+    editor->setProperty(kFilled, true);
+    QStyledItemDelegate::setEditorData(editor, index);
+}
+
 bool RegisterDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
                                    const QStyleOptionViewItem& option, const QModelIndex& index)
 {
@@ -147,7 +156,7 @@ bool RegisterDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
         model->setData(index,
                        index.data(Qt::CheckStateRole).toInt() == Qt::Checked ? Qt::Unchecked : Qt::Checked,
                        Qt::CheckStateRole);
-    return true;
+    return event->type() != QEvent::MouseButtonPress; // that one selects the row too, as anywhere in it
 }
 
 bool RegisterDelegate::eventFilter(QObject* editor, QEvent* event)

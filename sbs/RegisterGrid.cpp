@@ -113,11 +113,13 @@ void RegisterGrid::keyPressEvent(QKeyEvent* event)
                 return;
             }
             setCurrentIndex(value);
-            edit(value, AllEditTriggers, figure ? event : nullptr);
+            edit(value, figure ? AnyKeyPressed : EditKeyPressed, event); // only the first hands the figure on
             return;
         }
-        if (!text.isEmpty() && text[0].isLetterOrNumber())
-            return; // no keyboard search: letters are switches
+        const bool onSwitch
+            = currentIndex().column() >= kScanColumn && currentIndex().column() <= kPlotColumn;
+        if (!text.isEmpty() && (text[0].isLetterOrNumber() || (text[0] == QLatin1Char(' ') && !onSwitch)))
+            return; // no keyboard search: letters are switches, and a blank begins no value
     }
     if (event->matches(QKeySequence::Copy)) {
         emit CopyRequested(QLatin1Char('\t'));

@@ -82,6 +82,7 @@ frmLogViewer::frmLogViewer(UserMessages& messages, const QString& path)
     });
     connect(cboCompare, &QComboBox::activated, this, [this] { ShowCurves(); });
     connect(m_plot, &PlotView::StatusText, this, &frmLogViewer::StatusText);
+    connect(m_plot, &PlotView::Failed, this, [this](const QString& problem) { m_messages.Show(problem); });
     ShowLogs();
     if (!path.isEmpty())
         OpenLog(path);

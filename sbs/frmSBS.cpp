@@ -32,6 +32,12 @@ constexpr int kPatienceMs = 1000; // then a command no longer waits for the whol
 constexpr std::int64_t kOutcomeMs = 8000; // time to read a line
 constexpr std::int64_t kWhileEditingMs = 86'400'000;
 
+/// As the preview of an edit writes it; many rows show hexadecimal.
+QString RawText(RawValue raw)
+{
+    return QStringLiteral("%1 (0x%2)").arg(raw).arg(raw & 0xFFFF, 4, 16, QLatin1Char('0'));
+}
+
 } // namespace
 
 frmSBS::frmSBS(GaugeContext& context)
@@ -123,7 +129,7 @@ void frmSBS::AfterPass(const PassReport& report)
     if (const auto remaining = m_scan.RemainingCapacity())
         emit RemainingCapacityChanged(*remaining);
     if (m_context.link.Now() != GaugeLink::State::ReadError)
-        emit StatusText(tr("Pass %1 done").arg(m_pass));
+        emit IdleText(tr("Pass %1 done").arg(m_pass));
     if (m_closing)
         return;
     const CycleState before = m_cycle.Facts().State;
@@ -223,7 +229,8 @@ void frmSBS::SendValue(int row, const QString& typed)
                           .arg(report.Raw)
                           .arg(ErrorCodeToText(code));
         else if ((back & 0xFFFF) != (report.Raw & 0xFFFF))
-            outcome = tr("%1: %2 was sent, the gauge now holds %3").arg(name).arg(report.Raw).arg(back);
+            outcome
+                = tr("%1: %2 was sent, the gauge now holds %3").arg(name, RawText(report.Raw), RawText(back));
         else
             outcome = tr("%1: %2 written and read back").arg(name).arg(report.Raw);
     }
@@ -244,8 +251,15 @@ void frmSBS::PreviewEdit(int row, const QString& typed)
 
 void frmSBS::ShowCounts()
 {
+    const bool nothing = m_scan.RowCount() > 0 && grdSBS->model()->rowCount() == 0;
+    txtFilter->setProperty("refused", nothing);
+    txtFilter->update();
     if (m_context.time.MonotonicMs() < m_footerUntilMs)
         return;
+    if (nothing)
+        return ShowFooter(
+            tr("\"%1\" stands in no row's description. Esc shows all rows.").arg(txtFilter->text()), false,
+            0);
     int scanned = 0;
     for (int row = 0; row < m_scan.RowCount(); ++row)
         scanned += m_scan.ScanOn(row);
@@ -370,7 +384,8 @@ void frmSBS::ResetStatistics()
 void frmSBS::Copy(QChar separator)
 {
     QApplication::clipboard()->setText(RowsAsText(m_scan, grdSBS->SelectedRows(), separator));
-    emit StatusText(tr("%n row(s) copied", nullptr, static_cast<int>(grdSBS->SelectedRows().size())));
+    const auto rows = grdSBS->SelectedRows().size();
+    emit StatusText(rows == 1 ? tr("1 row copied") : tr("%1 rows copied").arg(rows));
 }
 
 void frmSBS::ShowEvents()
@@ -459,11 +474,20 @@ void frmSBS::Abandon() { m_scan.RequestStop(); }
 
 bool frmSBS::MayClose()
 {
-    if (!m_cycle.Facts().Running)
+    const bool cycle = m_cycle.Facts().Running;
+    if (!cycle && !m_log.IsLogging())
         return true;
+    QStringList ends;
+    if (cycle)
+        ends << tr(
+            "The auto-cycle is running. Closing the register view stops it and switches both lines off.");
+    if (m_log.IsLogging())
+        ends << tr("The register log %1 is being recorded. Closing the register view ends it; what was "
+                   "recorded "
+                   "stays.")
+                    .arg(QFileInfo(m_log.FileName()).fileName());
     return m_context.messages.Choose(
-               tr("The auto-cycle is running. Closing the register view stops it and switches both lines "
-                  "off."),
+               ends.join(QLatin1Char('\n')),
                {{Answer::Yes, tr("Stop and close")}, {Answer::Cancel, tr("Keep it running")}})
         == Answer::Yes;
 }

@@ -170,6 +170,7 @@ private:
     QSplitter* m_down;
     QTabWidget* m_tabs; ///< beside the grid
     QTabWidget* m_allTabs; ///< of a narrow window
+    QWidget* m_sideTab = nullptr; ///< in front beside the registers, before the window became narrow
 
     QMenu* mnuOptions;
     QMenu* mnuAutoCycle;

@@ -100,6 +100,9 @@ void frmSBS::LayOut()
         m_previewing = false;
         ShowCounts();
     });
+    connect(m_plot, &PlotView::StatusText, this, &frmSBS::StatusText);
+    connect(m_plot, &PlotView::Failed, this,
+            [this](const QString& problem) { m_context.messages.Show(problem); });
     connect(grdSBS, &RegisterGrid::CopyRequested, this, &frmSBS::Copy);
     connect(grdSBS, &RegisterGrid::Refused, this, [this](const QString& why) { emit StatusText(why); });
     connect(m_cyclePane, &AutoCyclePane::StateChanged, this, [this] {
@@ -163,7 +166,10 @@ QWidget* frmSBS::MakeToolbar()
     connect(cmdRefresh, &QPushButton::clicked, this, &frmSBS::Refresh);
     connect(cmdStartLogging, &QPushButton::clicked, this, [this] { WhenIdle([this] { StartLogging(); }); });
     connect(cmdStopLogging, &QPushButton::clicked, this, &frmSBS::StopLogging);
-    connect(txtFilter, &QLineEdit::textChanged, this, [this](const QString& text) { grdSBS->Filter(text); });
+    connect(txtFilter, &QLineEdit::textChanged, this, [this](const QString& text) {
+        grdSBS->Filter(text);
+        ShowCounts();
+    });
     connect(cmdCopy, &QToolButton::clicked, this, &frmSBS::CopyText);
     connect(cmdPlot, &QToolButton::toggled, this, &frmSBS::ShowPlot);
     auto* leave
@@ -302,13 +308,16 @@ void frmSBS::Fold(bool narrow)
 {
     m_folded = narrow;
     if (narrow) {
+        m_sideTab = m_tabs->currentWidget();
         m_allTabs->addTab(m_gridPane, tr("Registers"));
         m_allTabs->addTab(m_plot, tr("Plot"));
         while (m_tabs->count() > 0)
             m_allTabs->addTab(m_tabs->widget(0), m_tabs->tabText(0));
     } else {
+        QWidget* front = m_allTabs->currentIndex() < 2 ? m_sideTab : m_allTabs->currentWidget();
         while (m_allTabs->count() > 2)
             m_tabs->addTab(m_allTabs->widget(2), m_allTabs->tabText(2));
+        m_tabs->setCurrentWidget(front);
         m_down->insertWidget(0, m_plot);
         m_across->insertWidget(0, m_gridPane);
         m_plot->setVisible(cmdPlot->isChecked());

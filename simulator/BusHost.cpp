@@ -1,22 +1,12 @@
 #include "simulator/BusHost.h"
 
+#include "platform/Pec.h"
+
 namespace {
 
 constexpr std::uint8_t kSpecificationInfo = 0x1A;
 constexpr int kPecVersion = 3;
 constexpr ErrorCode kUnlistedCode{119}; // in no table: what a newer driver may answer
-
-/// CRC-8, polynomial 0x07, start 0, over every byte on the wire.
-constexpr std::array<std::uint8_t, 256> kCrc8 = [] {
-    std::array<std::uint8_t, 256> table{};
-    for (unsigned i = 0; i < 256; ++i) {
-        unsigned crc = i;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 0x80U) != 0 ? (crc << 1U ^ 0x07U) & 0xFFU : crc << 1U;
-        table[i] = static_cast<std::uint8_t>(crc);
-    }
-    return table;
-}();
 
 } // namespace
 
@@ -69,7 +59,7 @@ public:
     }
 
 private:
-    void See(std::uint8_t byte) { m_crc = kCrc8[m_crc ^ byte]; }
+    void See(std::uint8_t byte) { m_crc = PecOf({&byte, 1}, m_crc); }
 
     FaultyBus& m_bus;
     Wire m_state;

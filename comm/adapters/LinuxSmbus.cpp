@@ -1,6 +1,7 @@
 #include "comm/adapters/LinuxSmbus.h"
 
 #include "comm/adapters/LinuxErrors.h"
+#include "platform/Pec.h"
 
 #include <algorithm>
 #include <array>
@@ -24,31 +25,12 @@ constexpr double kRepeatedStartMicroseconds = 8.7;
 
 constexpr std::uint8_t kUndriven = 0xFF;
 
-/// CRC-8, polynomial 0x07, start 0, over every byte on the wire.
-constexpr std::array<std::uint8_t, 256> kCrc8 = [] {
-    std::array<std::uint8_t, 256> table{};
-    for (unsigned i = 0; i < 256; ++i) {
-        unsigned crc = i;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 0x80U) != 0 ? (crc << 1U ^ 0x07U) & 0xFFU : crc << 1U;
-        table[i] = static_cast<std::uint8_t>(crc);
-    }
-    return table;
-}();
-
-std::uint8_t Crc(std::span<const std::uint8_t> bytes, std::uint8_t crc = 0)
-{
-    for (const std::uint8_t byte : bytes)
-        crc = kCrc8[crc ^ byte];
-    return crc;
-}
-
 /// Of an answer to cmd, its check byte last.
 bool CheckIsGood(std::uint8_t addr, std::uint8_t cmd, std::span<const std::uint8_t> frame)
 {
     const std::array head{addr, cmd, static_cast<std::uint8_t>(addr | 1U)};
     // A line that stayed high all along is no answer, although its bytes pass the check of one command.
-    return Crc(frame, Crc(head)) == 0
+    return PecOf(frame, PecOf(head)) == 0
         && std::ranges::any_of(frame, [](auto byte) { return byte != kUndriven; });
 }
 
@@ -136,7 +118,7 @@ ErrorCode LinuxSmbus::WriteOnce(std::uint8_t addr, std::uint8_t cmd, bool pec, B
         frame[1] = cmd;
         std::ranges::copy(payload, frame.begin() + 2);
         if (pec)
-            frame.push_back(Crc(frame));
+            frame.push_back(PecOf(frame));
         return Result(m_bus->Transfer(addr, std::span(frame).subspan(1), {}), frame.size() - 1, 0, began);
     }
     // A block of one byte looks like a word on the wire, and may go as one.

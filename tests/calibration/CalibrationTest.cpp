@@ -150,6 +150,10 @@ TEST(Calibration, RefusesWhatCannotBeRightAndWritesNothing)
         {"no current for a gain", {CalibrationStep::CurrentGain, -2}, 0, QStringLiteral("at least 200 mA")},
         {"wrong sign", {CalibrationStep::CurrentGain, 2200}, 1, QStringLiteral("more than 25 %")},
         {"current for an offset", {CalibrationStep::BoardOffset, 0}, 1, QStringLiteral("a current flows")},
+        {"voltage under load",
+         {CalibrationStep::Voltage, 15'000},
+         1,
+         QStringLiteral("Switch charger and load off")},
         {"too far off", {CalibrationStep::Temperature, 60}, 0, QStringLiteral("12.7 K")},
     };
     for (const Case& one : cases) {

@@ -135,6 +135,24 @@ TEST_F(AutoCycleTest, AsksWhereARestingPackGoes)
                        "abort and manually set the state."));
 }
 
+TEST_F(AutoCycleTest, BeginsInTheDirectionThatWasChosen)
+{
+    settings.DChgRelax = 10;
+    cycle.SetSettings(settings);
+    ASSERT_TRUE(cycle.StartAutoCycle(Pack(50), Direction::Charge));
+    StepAfter(0, Pack(50));
+    EXPECT_TRUE(lines.charger);
+    EXPECT_EQ(cycle.Facts().Why, QStringLiteral("At 09:00:00 chosen at the start."));
+    cycle.StopAutoCycle(); // leaves the charger on
+    ASSERT_TRUE(cycle.StartAutoCycle(Pack(50), Direction::Discharge));
+    EXPECT_FALSE(lines.On());
+    StepAfter(9999, Pack(50));
+    EXPECT_FALSE(lines.On());
+    StepAfter(1, Pack(50));
+    EXPECT_TRUE(lines.load);
+    EXPECT_TRUE(messages.texts.isEmpty());
+}
+
 TEST_F(AutoCycleTest, StopWhileTheQuestionIsOpenPreventsTheStart)
 {
     struct Stopping final : UserMessages {

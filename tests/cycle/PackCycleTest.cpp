@@ -37,8 +37,8 @@ TEST_P(PackCycle, ChargesAndDischargesTheSimulatedPack)
         return Failed(err) ? CycleReading::Failed() : CycleReading::Of(word);
     };
     const auto pass = [&] { return CycleValues{read(0x0D), read(0x09), read(0x16), true}; };
-    ASSERT_TRUE(cycle.StartAutoCycle(pass()));
-    cycle.SetRelaxState(Direction::Discharge); // between the limits nothing would begin by itself
+    // between the limits nothing would begin by itself
+    ASSERT_TRUE(cycle.StartAutoCycle(pass(), Direction::Discharge));
     for (int i = 0; i < 40 * 180 && cycle.History().Cycles() < 2; ++i) {
         time.Advance(20'000);
         cycle.Step(pass());

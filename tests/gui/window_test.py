@@ -110,7 +110,12 @@ class WindowTest(unittest.TestCase):
         g.key("Escape")
         g._until(lambda: g.shape("grdSBS")[0] == ROWS, "all rows")
 
-        g.edit_cell("grdSBS", AT_RATE, VALUE, "-1500")
+        g.click(g.cell("grdSBS", AT_RATE, VALUE))
+        g.type(None, "-15", clear=False)    # the first figure opens the field and stands in it
+        g.wait_text("lblFooter", "Enter writes -15")
+        before = g.text("PictureStat")      # a pass in the middle of the typing takes nothing away
+        g._until(lambda: g.text("PictureStat") not in (before, "Ready"), "a pass")
+        g.type(None, "00", clear=False, enter=True)
         g.wait_text("lblFooter", "AtRate: -1500 written and read back")
         g._until(lambda: g.cell("grdSBS", AT_RATE, VALUE).name == "-1500", "the value of the next pass")
 
