@@ -46,12 +46,13 @@ MonitorPane::MonitorPane(BusMonitor& monitor, QWidget* parent)
         Refresh();
     });
     connect(cmdSaveTrace, &QToolButton::clicked, this, [this] { emit SaveRequested(m_monitor.AsTrace()); });
-    for (const auto& [key, separator] :
-         {std::pair(tr("Ctrl+C"), u'\t'), std::pair(tr("Ctrl+Shift+C"), u',')}) {
-        auto* copy = new QShortcut(QKeySequence(key), grdMonitor, nullptr, nullptr, Qt::WidgetShortcut);
-        connect(copy, &QShortcut::activated, this,
+    const auto copies = [this](const QString& key, QChar separator) {
+        auto* shortcut = new QShortcut(QKeySequence(key), grdMonitor, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(shortcut, &QShortcut::activated, this,
                 [this, separator] { QApplication::clipboard()->setText(TableText(grdMonitor, separator)); });
-    }
+    };
+    copies(tr("Ctrl+C"), QLatin1Char('\t'));
+    copies(tr("Ctrl+Shift+C"), QLatin1Char(','));
     setFocusProxy(grdMonitor);
     SetWatching(m_monitor.Watching());
 }
