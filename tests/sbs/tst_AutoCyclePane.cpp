@@ -104,7 +104,7 @@ TEST_F(AutoCyclePaneTest, FollowsARunFromStartToTheStopButton)
     EXPECT_FALSE(Entry("mnuAutoCycle2Pin")->isEnabled());
 
     Pass(50, 14800, 0);
-    EXPECT_EQ(Text("lblCycleState"), QStringLiteral("Idle"));
+    EXPECT_EQ(Text("lblCycleState"), QStringLiteral("Waiting"));
     Pass(0, 11900, 0);
     EXPECT_EQ(Text("lblCycleState"), QStringLiteral("Charging"));
     EXPECT_EQ(Text("lblCycleWhy"),
