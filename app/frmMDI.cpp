@@ -213,9 +213,13 @@ void frmMDI::Host(ChildView* view, const QString& title)
     connect(window, &QObject::destroyed, this, &frmMDI::UpdateEmptyPage, Qt::QueuedConnection);
     window->showMaximized();
     Dress(view);
-    QTimer::singleShot(0, window, [this, window] { // a view that folded itself up needs less than at first
+    QTimer::singleShot(0, window, [this, window, view, setTitle] {
+        setTitle(); // of a view that brought its own
+        // a view that folded itself up needs less than at first, and lost the keyboard on the way
         if (window->isMaximized())
             window->setGeometry(mdiArea->viewport()->rect());
+        if (ChildView* front = FrontView(); front && front == view)
+            front->setFocus();
     });
 }
 

@@ -5,6 +5,7 @@
 #include "look/Icons.h"
 #include "look/Theme.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -77,6 +78,7 @@ frmCal::frmCal(GaugeContext& context)
     SetRunning(false);
     lstSteps->setCurrentRow(0);
     setFocusProxy(lstSteps);
+    m_hadFocus = lstSteps; // once the status is read
     ShowMarks();
     QTimer::singleShot(0, this, &frmCal::ReadStatus);
 }
@@ -159,8 +161,9 @@ QWidget* frmCal::MakeGuidePane()
                          tr("Take readings and compute new constants; nothing is written"), &frmCal::Measure);
     cmdStore = Command("cmdStore", "write", tr("&Store constants"),
                        tr("Store the new constants in the gauge"), &frmCal::Store);
-    cmdCancel
-        = Command("cmdCancel", "cross", tr("Cancel"), tr("End after the present reading"), &frmCal::Abandon);
+    cmdCancel = Command("cmdCancel", "cross", tr("Cancel"), tr("End after the present reading (Esc)"),
+                        &frmCal::Abandon);
+    cmdCancel->setShortcut(Qt::Key_Escape);
     auto* buttons = new QHBoxLayout;
     buttons->setSpacing(8);
     for (QPushButton* button : {cmdMeasure, cmdStore, cmdCancel})
@@ -496,11 +499,17 @@ void frmCal::ShowMeter()
 void frmCal::SetRunning(bool running, const QString& what)
 {
     m_running = running;
+    if (running && !m_hadFocus)
+        m_hadFocus = focusWidget(); // who is disabled loses it
     for (QWidget* control :
          std::initializer_list<QWidget*>{lstSteps, cmdMeasure, cmdRead, cmdRestore, cmdMeter, cmdRetry,
                                          txtReference, cboSensor, numReadings})
         control->setEnabled(!running);
     cmdStore->setEnabled(!running && m_canStore);
+    if (!running && m_hadFocus && isAncestorOf(QApplication::focusWidget()))
+        m_hadFocus->setFocus();
+    if (!running)
+        m_hadFocus.clear();
     cmdCancel->setEnabled(running);
     if (running) {
         emit StatusText(what);

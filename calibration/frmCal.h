@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSpinBox>
@@ -58,6 +59,7 @@ private:
 
     GaugeContext& m_context;
     Calibration m_calibration;
+    QPointer<QWidget> m_hadFocus;
     bool m_running = false; ///< a sequence, further down the stack
     CalibrationResult m_measured; ///< what Store would store
     bool m_canStore = false;

@@ -46,14 +46,13 @@ MonitorPane::MonitorPane(BusMonitor& monitor, QWidget* parent)
         Refresh();
     });
     connect(cmdSaveTrace, &QToolButton::clicked, this, [this] { emit SaveRequested(m_monitor.AsTrace()); });
-    const auto shortcut = [this](const QKeySequence& key, QWidget* where, auto act) {
-        auto* made = new QShortcut(key, where, nullptr, nullptr,
-                                   where == this ? Qt::WidgetWithChildrenShortcut : Qt::WidgetShortcut);
-        connect(made, &QShortcut::activated, this, act);
+    const auto copies = [this](const QString& key, QChar separator) {
+        auto* shortcut = new QShortcut(QKeySequence(key), grdMonitor, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(shortcut, &QShortcut::activated, this,
+                [this, separator] { QApplication::clipboard()->setText(TableText(grdMonitor, separator)); });
     };
-    shortcut(QKeySequence(tr("Ctrl+F")), this, [this] { txtMonitorFilter->setFocus(); });
-    shortcut(QKeySequence(tr("Ctrl+C")), grdMonitor, [this] { Copy(QLatin1Char('\t')); });
-    shortcut(QKeySequence(tr("Ctrl+Shift+C")), grdMonitor, [this] { Copy(QLatin1Char(',')); });
+    copies(tr("Ctrl+C"), QLatin1Char('\t'));
+    copies(tr("Ctrl+Shift+C"), QLatin1Char(','));
     setFocusProxy(grdMonitor);
     SetWatching(m_monitor.Watching());
 }
@@ -94,7 +93,8 @@ QWidget* MonitorPane::MakeToolbar()
                                  BusGroup::Flash, BusGroup::Adapter})
         cboGroup->addItem(GroupText(group), static_cast<int>(group));
     cboGroup->setAccessibleName(tr("Kind of call"));
-    txtMonitorFilter->setPlaceholderText(tr("Filter, such as 0x09 (Ctrl+F)"));
+    txtMonitorFilter->setPlaceholderText(tr("Filter, such as 0x09"));
+    txtMonitorFilter->setToolTip(tr("What must stand in a call, such as 0x09 (Ctrl+F)"));
     txtMonitorFilter->setAccessibleName(tr("Filter the calls"));
     txtMonitorFilter->setClearButtonEnabled(true);
     txtMonitorFilter->addAction(ThemeIcon(QStringLiteral("filter")), QLineEdit::LeadingPosition);
@@ -177,10 +177,7 @@ bool MonitorPane::LeaveFilter()
     return true;
 }
 
-void MonitorPane::Copy(QChar separator)
-{
-    QApplication::clipboard()->setText(TableText(grdMonitor, separator));
-}
+void MonitorPane::GoToFilter() { txtMonitorFilter->setFocus(); }
 
 void MonitorPane::Filter()
 {

@@ -25,6 +25,7 @@ public:
     void Recall(const ViewState& state);
     void Remember(ViewState& state) const;
 
+    void GoToFilter();
     /// @return false when the filter had not the keyboard
     bool LeaveFilter();
 
@@ -37,7 +38,6 @@ private:
     void SetWatching(bool on);
     void Refresh();
     void Filter();
-    void Copy(QChar separator);
 
     BusMonitor& m_monitor;
     MonitorModel* m_model;

@@ -63,6 +63,10 @@ frmPro::frmPro(GaugeContext& context)
         if (!m_monitor || !m_monitor->LeaveFilter())
             Abandon();
     });
+    shortcut(QKeySequence(tr("Ctrl+F")), [this] {
+        if (m_monitor && m_tabs->currentWidget() == m_monitor)
+            m_monitor->GoToFilter();
+    });
     shortcut(QKeySequence(Qt::Key_F5), [this] {
         if (m_tabs->currentWidget() == m_sequence)
             AskRunSequence();

@@ -166,6 +166,29 @@ TEST_F(FlashWindow, KeepsTheImageWhenAnotherCannotBeRead)
     EXPECT_FALSE(Find<QAction>("mnuImageProgram")->isEnabled()) << "no adapter";
 }
 
+TEST_F(FlashWindow, ListsTheBadLinesOfTheFilesThatAreShown)
+{
+    const auto write = [this](const char* name, const char* text) {
+        const QString path = folder.filePath(QLatin1String(name));
+        EXPECT_EQ(SaveWhole(path, text), QString());
+        return path;
+    };
+    const auto rows = [this] {
+        QStringList texts;
+        const auto* list = Find<QListWidget>("lstImageProblems");
+        for (int row = 0; row < list->count(); ++row)
+            texts << list->item(row)->text().section(QLatin1Char(','), 0, 1);
+        return texts;
+    };
+    window->OpenImage(write("one.srec", "S1044000AA11\nhello\n"));
+    window->OpenImage(write("none.srec", "nothing\nof use\n")); // what was open stays
+    EXPECT_EQ(rows(), QStringList(QStringLiteral("one.srec, line 2")));
+    window->CompareWith(write("two.srec", "S1044000AA11\n\nhello\n"));
+    EXPECT_EQ(rows().size(), 3);
+    Do("mnuImageCompareEnd");
+    EXPECT_EQ(rows(), QStringList(QStringLiteral("one.srec, line 2")));
+}
+
 TEST_F(FlashWindow, ReadsEditsAndProgramsTheGauge)
 {
     Do("mnuImageRead");
