@@ -95,6 +95,7 @@ void frmMDI::MakeFileMenu()
     Add(mnuFile, "mnuFileOpenLog", tr("Open register lo&g..."), QStringLiteral("open"));
     mnuFile->addSeparator();
     MakeErrorLogMenu(mnuFile->addMenu(tr("Communication &error log")));
+    mnuFile->addSeparator();
     m_fileEnd = mnuFile->addSeparator();
     Add(mnuFile, "mnuFileExit", tr("E&xit"), {}, QKeySequence(tr("Ctrl+Q")));
 }
@@ -115,6 +116,8 @@ void frmMDI::MakeViewMenu()
     Add(mnuView, "mnuViewSBSData", tr("&SBS data"), QStringLiteral("sbs"));
     Add(mnuView, "mnuViewDataFlash", tr("&Data flash"), QStringLiteral("df"));
     Add(mnuView, "mnuViewCalibration", tr("&Calibration"), QStringLiteral("cal"));
+    mnuView->addSeparator(); // the entries of the view in front stand between two; a menu draws two in a row
+                             // as one
     m_viewEnd = mnuView->addSeparator();
     auto* toolbars = mnuView->addMenu(tr("&Toolbars"));
     toolbars->menuAction()->setObjectName(QStringLiteral("mnuViewToolbars"));

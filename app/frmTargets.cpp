@@ -140,7 +140,9 @@ void frmTargets::ShowReason(const QString& reason) { lblReason->setText(reason);
 void frmTargets::FillList(QListWidget* list, const QStringList& lines)
 {
     const std::optional<QString> remembered = m_targets.DefaultLine();
-    const QString selected = SelectedLine();
+    QString chosen = SelectedLine();
+    if (chosen.isEmpty())
+        chosen = remembered.value_or(LineInUse());
     QPixmap blank(16, 16);
     blank.fill(Qt::transparent);
     list->clear();
@@ -150,7 +152,7 @@ void frmTargets::FillList(QListWidget* list, const QStringList& lines)
         item->setSizeHint({0, kListRow});
         if (line == remembered)
             item->setToolTip(tr("The default target"));
-        if (line == (selected.isEmpty() ? remembered : selected))
+        if (line == chosen)
             list->setCurrentItem(item);
     }
 }
@@ -193,6 +195,14 @@ void frmTargets::ShowDetails()
 QListWidget* frmTargets::LinesInView() const
 {
     return m_lists->currentWidget() == lstFiltered ? lstFiltered : lstTargets;
+}
+
+QString frmTargets::LineInUse() const
+{
+    for (const TargetEntry& entry : m_targets.Entries())
+        if (entry.file == m_state.TargetConfigPath)
+            return entry.line;
+    return {};
 }
 
 QString frmTargets::SelectedLine() const

@@ -183,6 +183,10 @@ void SequencePane::OpenFile(const QString& path)
         m_messages.Show(file.error);
         return;
     }
+    if (file.bytes.contains('\0')) {
+        m_messages.Show(tr("%1 is no text, so it is no sequence. What was open stays.").arg(path));
+        return;
+    }
     m_path = path;
     txtSequence->setPlainText(QString::fromUtf8(file.bytes));
     txtSequence->document()->setModified(false);
