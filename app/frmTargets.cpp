@@ -142,7 +142,7 @@ void frmTargets::FillList(QListWidget* list, const QStringList& lines)
     const std::optional<QString> remembered = m_targets.DefaultLine();
     QString chosen = SelectedLine();
     if (chosen.isEmpty())
-        chosen = remembered.value_or(LineInUse());
+        chosen = remembered.value_or(m_targets.LineInUse());
     QPixmap blank(16, 16);
     blank.fill(Qt::transparent);
     list->clear();
@@ -195,14 +195,6 @@ void frmTargets::ShowDetails()
 QListWidget* frmTargets::LinesInView() const
 {
     return m_lists->currentWidget() == lstFiltered ? lstFiltered : lstTargets;
-}
-
-QString frmTargets::LineInUse() const
-{
-    for (const TargetEntry& entry : m_targets.Entries())
-        if (entry.file == m_state.TargetConfigPath)
-            return entry.line;
-    return {};
 }
 
 QString frmTargets::SelectedLine() const

@@ -33,7 +33,6 @@ private:
     void OpenDocument(const QString& fileName);
     [[nodiscard]] QListWidget* LinesInView() const;
     [[nodiscard]] QString SelectedLine() const; ///< empty without a selection
-    [[nodiscard]] QString LineInUse() const; ///< empty without a target
 
     TargetList& m_targets;
     UserMessages& m_messages;

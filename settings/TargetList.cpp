@@ -74,6 +74,20 @@ const TargetEntry* TargetList::Find(const QString& line) const
     return found == m_entries.end() ? nullptr : &*found;
 }
 
+QString TargetList::LineInUse() const
+{
+    // one way of writing a path: the settings may have "\\", and a path that the user gave is whole
+    const auto whole = [this](const QString& file) {
+        return QFileInfo(ResolvePath(m_state.ProgramFolder, file)).canonicalFilePath();
+    };
+    const QString used = m_state.TargetConfigPath.isEmpty() ? QString() : whole(m_state.TargetConfigPath);
+    if (!used.isEmpty())
+        for (const TargetEntry& entry : m_entries)
+            if (whole(entry.file) == used)
+                return entry.line;
+    return {};
+}
+
 TargetDetails TargetList::Details(const TargetEntry& entry) const
 {
     const QString path = ResolvePath(m_state.ProgramFolder, entry.file);

@@ -50,6 +50,8 @@ public:
     /// "All" in either case gives every line, any other category the lines that begin with its text.
     [[nodiscard]] QStringList LinesOf(const QString& category) const;
 
+    /// The line of the target that is chosen now; empty when none is, or one that is not in the list.
+    [[nodiscard]] QString LineInUse() const;
     /// First line that begins with the remembered text; nothing when none is remembered.
     [[nodiscard]] std::optional<QString> DefaultLine() const;
     /// @return empty, or what went wrong in plain words

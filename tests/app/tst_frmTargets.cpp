@@ -1,4 +1,5 @@
 #include "app/frmTargets.h"
+#include "settings/ProgramSettings.h"
 #include "tests/support/TargetFolder.h"
 #include "tests/support/TestSupport.h"
 
@@ -56,8 +57,14 @@ TEST_F(TargetsWindow, ChoosesFromTheListThatTheCategoryShows)
     EXPECT_EQ(window->ChosenFile(), QStringLiteral("b\\Config.ini"));
 }
 
-TEST_F(TargetsWindow, OpensWithTheRememberedDefaultSelected)
+TEST_F(TargetsWindow, OpensWithTheRememberedDefaultOrTheTargetInUseSelected)
 {
+    SetTargetConfigPath(folder.state, QStringLiteral("b/Config.ini")); // the list has a backslash
+    Open();
+    EXPECT_EQ(List("lstTargets")->currentRow(), 1);
+    folder.state.TargetConfigPath.clear();
+    Open();
+    EXPECT_EQ(List("lstTargets")->currentRow(), -1);
     List("lstTargets")->setCurrentRow(1);
     Click("cmdSetDef");
     Open();
