@@ -1,5 +1,6 @@
 #include "app/StatusPane.h"
 
+#include "look/ElidedLabel.h"
 #include "look/Icons.h"
 #include "look/Theme.h"
 
@@ -16,9 +17,10 @@ constexpr qint64 kTimeToReadMs = 5000;
 
 bool BeingRead(const QElapsedTimer& since) { return since.isValid() && !since.hasExpired(kTimeToReadMs); }
 
+template <class Label = QLabel>
 QLabel* Panel(QStatusBar* bar, const char* name, const QString& accessible)
 {
-    auto* label = new QLabel(bar);
+    auto* label = new Label(bar);
     label->setObjectName(QLatin1String(name));
     label->setAccessibleDescription(accessible); // the name is the text: that is what is to be read out
     label->setContentsMargins(6, 0, 6, 0);
@@ -41,8 +43,8 @@ QWidget* WithIcon(QLabel* icon, QLabel* text)
 
 StatusPane::StatusPane(QWidget* parent)
     : QStatusBar(parent), tmrStatusBarTime(new QTimer(this)),
-      PictureStat(Panel(this, "PictureStat", tr("Status"))), ProgressBarStatus(new QProgressBar(this)),
-      m_badge(new QWidget(this)), m_badgeIcon(new QLabel(m_badge)),
+      PictureStat(Panel<ElidedLabel>(this, "PictureStat", tr("Status"))),
+      ProgressBarStatus(new QProgressBar(this)), m_badge(new QWidget(this)), m_badgeIcon(new QLabel(m_badge)),
       PictureMode(Panel(this, "PictureMode", tr("Adapter"))),
       lblAddress(Panel(this, "lblAddress", tr("Address"))), m_linkIcon(new QLabel(this)),
       lblLink(Panel(this, "lblLink", tr("Link state"))), m_lockIcon(new QLabel(this)),

@@ -46,6 +46,7 @@ HealthPlot::HealthPlot(QWidget* parent) : QWidget(parent), m_plot(Named(new QCus
             bars->moveAbove(m_bars.back());
         m_bars.push_back(bars);
     }
+    m_plot->axisRect()->setMinimumSize(50, 16); // else a low plot takes the height from its legend
     m_plot->yAxis->setRangeReversed(true); // the first register stands at the top
     m_plot->yAxis->setTickLength(0);
     m_plot->yAxis->grid()->setVisible(false);

@@ -136,7 +136,7 @@ void frmBusHealth::LayOut()
     grdHealth->horizontalHeader()->setSectionResizeMode(HealthModel::kOperation, QHeaderView::Stretch);
     MakeSecondary(lblHealth);
     lblHealth->setWordWrap(true);
-    m_plot->setMinimumHeight(80);
+    m_plot->setMinimumHeight(110);
     m_down->addWidget(grdHealth);
     m_down->addWidget(m_plot);
     m_down->setStretchFactor(0, 3);

@@ -14,6 +14,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QResizeEvent>
+#include <QScrollArea>
 #include <QSpinBox>
 #include <QSplitter>
 #include <QTabWidget>
@@ -214,7 +215,14 @@ QWidget* frmI2C::MakeWorkPane()
     down->addWidget(MakeEepromBox());
     down->addWidget(lblDump);
     down->addWidget(txtDump, 1);
-    return pane;
+    auto* area = new QScrollArea(this); // of a low window: squeezed fields cannot be read
+    area->setWidget(pane);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->viewport()->setAutoFillBackground(false);
+    pane->setAutoFillBackground(false);
+    return area;
 }
 
 void frmI2C::Fold(bool narrow)
@@ -229,8 +237,9 @@ void frmI2C::Fold(bool narrow)
         m_across->addWidget(m_scanPane);
         m_across->addWidget(m_workPane);
     }
-    m_scanPane->show();
-    m_workPane->show();
+    // of the tabs only the one in front: the other would be drawn over it
+    for (QWidget* pane : {m_scanPane, m_workPane})
+        pane->setVisible(!narrow || pane == m_scanPane);
     m_tabs->setVisible(narrow);
     m_across->setVisible(!narrow);
     if (narrow)

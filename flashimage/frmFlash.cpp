@@ -2,6 +2,7 @@
 
 #include "comm/BusSequence.h"
 #include "look/Controls.h"
+#include "look/ElidedLabel.h"
 
 #include <QAction>
 #include <QPushButton>
@@ -34,8 +35,8 @@ frmFlash::frmFlash(ProfileStore& profiles, const StartupState& state, UserMessag
       m_memory(ReadFlashMemory(profiles, state)), m_first(new ImagePane("paneFirst", false, this)),
       m_second(new ImagePane("paneSecond", true, this)), m_differences(new DifferenceModel(this)),
       tmrMode(Named(new QTimer(this), "tmrMode")), m_pages(new QStackedWidget(this)),
-      cboRegion(Named(new QComboBox(this), "cboRegion")), lblRegion(Named(new QLabel(this), "lblRegion")),
-      lblCursor(Named(new QLabel(this), "lblCursor")),
+      cboRegion(Named(new QComboBox(this), "cboRegion")),
+      lblRegion(Named(new ElidedLabel(this), "lblRegion")), lblCursor(Named(new QLabel(this), "lblCursor")),
       lblDifference(Named(new QLabel(this), "lblDifference")),
       chkTogether(Named(new QCheckBox(tr("Scroll both together"), this), "chkTogether")),
       chkOnlyDifferences(Named(new QCheckBox(tr("Differences only"), this), "chkOnlyDifferences")),
