@@ -185,6 +185,8 @@ void SelectorPane::Select(int index)
     m_selected = index;
     for (int i = 0; i < Count(); ++i)
         m_buttons[static_cast<std::size_t>(i)].widget->setChecked(i == index);
+    if (index >= 0 && index < Count()) // one chosen by its key can be out of sight
+        FrameButtonView->ensureWidgetVisible(m_buttons[static_cast<std::size_t>(index)].widget, 0, 0);
 }
 
 void SelectorPane::SetRemCap(std::int16_t value)

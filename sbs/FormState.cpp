@@ -26,6 +26,8 @@ constexpr std::array kIntegerKeys{
     IntegerKey{u"SBSGUI", u"CustomSplit", 0, [](FormState& f) -> std::int32_t& { return f.CustomSplit; }},
     IntegerKey{u"SBSGUI", u"SplitterTop", 0, [](FormState& f) -> std::int32_t& { return f.SplitterTop; }},
     IntegerKey{u"SBSGUI", u"ViewButtons", 0, [](FormState& f) -> std::int32_t& { return f.ViewButtons; }},
+    IntegerKey{u"SBSGUI", u"Roomy", 0, [](FormState& f) -> std::int32_t& { return f.Roomy; }},
+    IntegerKey{u"SBSGUI", u"HiddenColumns", 0, [](FormState& f) -> std::int32_t& { return f.HiddenColumns; }},
     IntegerKey{u"SBS", u"Hide", 0, [](FormState& f) -> std::int32_t& { return f.Hide; }},
     IntegerKey{u"SBSGUI", u"Ocx", 512, [](FormState& f) -> std::int32_t& { return f.Ocx; }},
 };

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-/// The register view's settings, fields as docs/settings.md names their keys.
+/// The register view's settings, most of them fields named as their keys.
 struct FormState {
     std::vector<bool> Scan; ///< [SBSScan] <row>ScanRow
     std::vector<bool>
@@ -22,6 +22,8 @@ struct FormState {
     std::int32_t CustomSplit = 0;
     std::int32_t SplitterTop = 0;
     std::int32_t ViewButtons = 0;
+    std::int32_t Roomy = 0;
+    std::int32_t HiddenColumns = 0; ///< 1: minimum, 2: maximum, 4: age
     std::int32_t Hide = 0; ///< read and kept
     std::int32_t Ocx = 512; ///< read and kept
 };

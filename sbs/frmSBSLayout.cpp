@@ -22,6 +22,9 @@ constexpr int kNarrow = 800; // logical pixels of the view, below which its pane
 constexpr int kLow = 400;
 constexpr int kGridWidth = 590; // at first
 constexpr int kAllColumns = 1090; // below it the optional columns hide first
+constexpr int kMinHidden = 1; // of FormState::HiddenColumns
+constexpr int kMaxHidden = 2;
+constexpr int kAgeHidden = 4;
 
 QToolButton* ToolButton(const char* name, const QString& icon, const QString& tip, QWidget* parent)
 {
@@ -218,14 +221,17 @@ void frmSBS::MakeMenus()
     mnuViewButtons->setChecked(m_scan.Form().ViewButtons != 0);
     mnuViewRoomy = Add(nullptr, "mnuViewRoomy", tr("Roomy ro&ws"), {}, &frmSBS::ToggleDensity);
     mnuViewRoomy->setCheckable(true);
+    mnuViewRoomy->setChecked(m_scan.Form().Roomy != 0);
+    grdSBS->SetRoomy(mnuViewRoomy->isChecked());
 
     m_columnMenu = new QMenu(tr("Colu&mns"), this);
-    for (auto [action, name, text] : {std::tuple{&mnuColumnMin, "mnuColumnMin", tr("Mi&nimum")},
-                                      std::tuple{&mnuColumnMax, "mnuColumnMax", tr("Ma&ximum")},
-                                      std::tuple{&mnuColumnAge, "mnuColumnAge", tr("&Age")}}) {
+    for (auto [action, name, text, hidden] :
+         {std::tuple{&mnuColumnMin, "mnuColumnMin", tr("Mi&nimum"), kMinHidden},
+          std::tuple{&mnuColumnMax, "mnuColumnMax", tr("Ma&ximum"), kMaxHidden},
+          std::tuple{&mnuColumnAge, "mnuColumnAge", tr("&Age"), kAgeHidden}}) {
         *action = Add(m_columnMenu, name, text, {}, &frmSBS::ShowColumns);
         (*action)->setCheckable(true);
-        (*action)->setChecked(true);
+        (*action)->setChecked((m_scan.Form().HiddenColumns & hidden) == 0);
     }
     cmdColumns->setMenu(m_columnMenu);
 
@@ -248,7 +254,7 @@ void frmSBS::MakeMenus()
         &frmSBS::ResetStatistics);
     Add(mnuOptions, "mnuOptionsReadStatic", tr("Read &static data again"), {}, &frmSBS::ReadStatic);
     mnuOptions->addSeparator();
-    Add(mnuOptions, "mnuOptionsCopyText", tr("&Copy as text"), {}, &frmSBS::CopyText);
+    Add(mnuOptions, "mnuOptionsCopyText", tr("&Copy as text\tCtrl+C"), {}, &frmSBS::CopyText);
     Add(mnuOptions, "mnuOptionsCopyCsv", tr("Copy as CS&V"), QKeySequence(tr("Ctrl+Shift+C")),
         &frmSBS::CopyCsv);
 
@@ -270,6 +276,8 @@ QList<QAction*> frmSBS::ViewActions() const
 void frmSBS::ShowColumns()
 {
     const bool room = width() >= kAllColumns || m_folded;
+    m_scan.Form().HiddenColumns = (mnuColumnMin->isChecked() ? 0 : kMinHidden)
+        | (mnuColumnMax->isChecked() ? 0 : kMaxHidden) | (mnuColumnAge->isChecked() ? 0 : kAgeHidden);
     grdSBS->ShowStatistics(mnuColumnMin->isChecked() && room, mnuColumnMax->isChecked() && room,
                            mnuColumnAge->isChecked() && room);
 }
@@ -280,7 +288,11 @@ void frmSBS::ToggleButtonBar()
     m_toolbar->setVisible(mnuViewButtons->isChecked());
 }
 
-void frmSBS::ToggleDensity() { grdSBS->SetRoomy(mnuViewRoomy->isChecked()); }
+void frmSBS::ToggleDensity()
+{
+    m_scan.Form().Roomy = mnuViewRoomy->isChecked();
+    grdSBS->SetRoomy(mnuViewRoomy->isChecked());
+}
 
 void frmSBS::ShowPlot() { m_plot->setVisible(cmdPlot->isChecked()); }
 

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-/// Gauge timings, addressing and flash geometry from Config.ini, fields as their keys; see docs/settings.md.
+/// Gauge timings, addressing and flash geometry from Config.ini, fields as their keys.
 struct TargetSettings {
     std::int32_t CB_V_SETTLE = 1000; ///< ms; read and kept, nothing uses it
     std::int32_t CB_I_SETTLE = 1000; ///< ms; read and kept, nothing uses it

@@ -73,10 +73,13 @@ TEST(FormState, BringsStoredIntervalsIntoTheirRulesAndWritesWhatChanged)
     EXPECT_EQ(ReadWhole(file).bytes, stored);
     form.Scan = {true, true, false};
     form.ScanOff = true;
+    form.Roomy = 1;
+    form.HiddenColumns = 5;
     EXPECT_EQ(SaveFormState(settings, form), QString());
     const FormState again = LoadFormState(settings, 3);
     EXPECT_EQ(again.Scan, form.Scan);
     EXPECT_TRUE(again.ScanOff);
+    EXPECT_EQ(std::pair(again.Roomy, again.HiddenColumns), std::pair(1, 5));
 }
 
 TEST(FlagLine, NamesBitsFromTheHighestDown)
