@@ -4,6 +4,7 @@
 #include "app/frmSplash.h"
 #include "comm/Wait.h"
 #include "comm/frmErrMsg.h"
+#include "look/EveryWindow.h"
 #include "look/Icons.h"
 #include "look/Theme.h"
 #include "platform/ErrorList.h"
@@ -59,6 +60,8 @@ int main(int argc, char** argv)
     Interrupt::Install();
     SystemTime time;
     Theme theme;
+    EveryWindow everyWindow;
+    application.installEventFilter(&everyWindow);
     QApplication::setWindowIcon(ThemeIcon(QStringLiteral("chip")));
     ErrorList errors(time);
     frmErrMsg errorWindow(errors);

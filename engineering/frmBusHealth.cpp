@@ -64,6 +64,8 @@ frmBusHealth::frmBusHealth(BusHealth& health, ProfileStore& profiles, const Star
                    [this](const QString& path) { SaveCsv(path); });
     });
     connect(cboPlot, &QComboBox::currentIndexChanged, this, &frmBusHealth::ShowPlot);
+    // the bars follow a sort at once, also while the bus is quiet
+    connect(m_filter, &QAbstractItemModel::layoutChanged, this, &frmBusHealth::ShowPlot);
     connect(txtHealthFilter, &QLineEdit::textChanged, this, [this](const QString& text) {
         m_filter->setFilterFixedString(text);
         ShowPlot();

@@ -165,8 +165,6 @@ void FlashRunPane::AddRow(const QString& region, std::uint32_t start, std::size_
 
 void FlashRunPane::FillPlan(const FlashPlan& plan)
 {
-    grdFlashPlan->setHorizontalHeaderLabels({tr("Region"), tr("Addresses"), tr("Erased"),
-                                             m_kind == Kind::Verify ? tr("Compared") : tr("Programmed")});
     if (plan.MassErase)
         AddRow(tr("Whole gauge"), 0, 0, tr("everything"), {});
     for (const FlashPart& part : plan.Parts) {
@@ -179,7 +177,6 @@ void FlashRunPane::FillPlan(const FlashPlan& plan)
 
 void FlashRunPane::FillRead()
 {
-    grdFlashPlan->setHorizontalHeaderLabels({tr("Region"), tr("Addresses"), tr("Erased"), tr("Read")});
     if (const FlashTarget* target = m_desk.Target()) {
         AddRow(AreaName(ImageArea::Data), target->DataStart, target->DataSize, tr("nothing"),
                tr("%1 bytes").arg(target->DataSize));
@@ -226,9 +223,28 @@ std::vector<FlashFinding> FlashRunPane::Check() const
     return findings;
 }
 
+void FlashRunPane::Entitle()
+{
+    const QString name = m_document ? m_document->Name() : QString();
+    struct Words {
+        QString Title, Moved, Run;
+    };
+    const Words words = m_kind == Kind::Program
+        ? Words{tr("Program %1 into the gauge").arg(name), tr("Programmed"), tr("Program")}
+        : m_kind == Kind::Verify
+        ? Words{tr("Compare the gauge's flash with %1").arg(name), tr("Compared"), tr("Verify")}
+        : m_kind == Kind::Start ? Words{tr("Start the gauge's firmware"), {}, {}}
+        : m_kind == Kind::Read  ? Words{tr("Read the gauge's flash"), tr("Read"), tr("Read")}
+                                : Words{tr("Read the gauge's flash to compare with"), tr("Read"), tr("Read")};
+    lblFlashTitle->setText(words.Title);
+    grdFlashPlan->setHorizontalHeaderLabels({tr("Region"), tr("Addresses"), tr("Erased"), words.Moved});
+    cmdRunFlash->setText(words.Run);
+}
+
 void FlashRunPane::ShowPlan()
 {
     m_planned = true;
+    Entitle();
     const bool program = m_kind == Kind::Program;
     const bool image = program || m_kind == Kind::Verify;
     for (QCheckBox* box : {chkData, chkInstruction, chkMassErase, chkVerify})
@@ -254,9 +270,8 @@ void FlashRunPane::ShowPlan()
         what = tr("%1 bytes, about %2 s. %3").arg(plan.Bytes).arg(std::max(plan.Seconds, 1)).arg(stops);
         chkData->setEnabled(!m_document->Image().DF.Empty());
         chkInstruction->setEnabled(!m_document->Image().PF.Empty());
-        cmdRunFlash->setText(program ? tr("Program %1 bytes").arg(plan.Bytes) : tr("Verify"));
-        lblFlashTitle->setText(program ? tr("Program %1 into the gauge").arg(m_document->Name())
-                                       : tr("Compare the gauge's flash with %1").arg(m_document->Name()));
+        if (program)
+            cmdRunFlash->setText(tr("Program %1 bytes").arg(plan.Bytes));
     } else {
         std::vector<FlashFinding> findings;
         const FlashTarget* target = m_desk.Target();
@@ -271,8 +286,6 @@ void FlashRunPane::ShowPlan()
         const std::size_t bytes = target ? target->DataSize + target->ProgramSize : 0;
         what = stops;
         cmdRunFlash->setText(tr("Read %1 bytes").arg(bytes));
-        lblFlashTitle->setText(m_kind == Kind::Read ? tr("Read the gauge's flash")
-                                                    : tr("Read the gauge's flash to compare with"));
     }
     lblFlashIcon->clear();
     lblFlashPlan->setText(refused ? tr("This cannot be done as it stands.") : what);
@@ -360,7 +373,8 @@ void FlashRunPane::StartFirmware()
         box->hide();
     grdFlashPlan->setRowCount(0);
     lstFindings->clear();
-    lblFlashTitle->setText(tr("Start the gauge's firmware"));
+    Entitle();
+    cmdRunFlash->hide();
     lblFlashPlan->clear();
     show();
     Execute();

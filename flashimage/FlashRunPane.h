@@ -48,6 +48,7 @@ protected:
 private:
     void LayOut();
     void FillTargets();
+    void Entitle(); ///< what the pane is for, and what its button does, whether or not it can be done
     void ShowPlan();
     [[nodiscard]] std::vector<FlashFinding> Check() const; ///< of a document
     void FillFindings(const std::vector<FlashFinding>& findings);
