@@ -17,7 +17,7 @@ QImage ReadIcon(const QString& file, int side)
 {
     QImageReader reader(file);
     reader.setScaledSize({side, side});
-    const QImage image = reader.read();
+    QImage image = reader.read();
     Q_ASSERT_X(!image.isNull() || !file.startsWith(QLatin1Char(':')), "IconPixmap",
                qPrintable(file + reader.errorString()));
     return image;

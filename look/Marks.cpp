@@ -5,8 +5,7 @@
 #include <QFontMetrics>
 #include <QPainter>
 #include <QPainterPath>
-
-#include <cmath>
+#include <QtMath>
 
 namespace {
 
@@ -31,10 +30,13 @@ void DrawHatch(QPainter& painter, const QRectF& rect, const QColor& stripe, cons
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(stripe, kStripe));
     // stripes keep their place on the screen, so that neighbouring spans fit together
-    const qreal first = std::floor((rect.left() + rect.top()) / kPitch) * kPitch;
-    for (qreal sum = first; sum <= rect.right() + rect.bottom() + kPitch; sum += kPitch)
+    const int first = qFloor((rect.left() + rect.top()) / kPitch);
+    const int last = qFloor((rect.right() + rect.bottom()) / kPitch) + 1;
+    for (int number = first; number <= last; ++number) {
+        const qreal sum = number * kPitch;
         painter.drawLine(QPointF(sum - rect.top() + 1, rect.top() - 1),
                          QPointF(sum - rect.bottom() - 1, rect.bottom() + 1));
+    }
     painter.restore();
 }
 

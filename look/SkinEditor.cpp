@@ -52,7 +52,7 @@ void SkinEditor::Choose(const QString& name)
 QString SkinEditor::Save()
 {
     if (Changed()) {
-        const QString problem = SaveSkin(m_profiles, m_path, m_name, m_edited);
+        QString problem = SaveSkin(m_profiles, m_path, m_name, m_edited);
         if (!problem.isEmpty())
             return problem;
         m_stored = m_edited;
@@ -65,7 +65,7 @@ QString SkinEditor::SaveAs(const QString& name)
     const QString wanted = name.trimmed();
     if (wanted.isEmpty() || wanted.contains(QLatin1Char('[')) || wanted.contains(QLatin1Char(']')))
         return QStringLiteral("A skin needs a name without \"[\" and \"]\".");
-    const QString problem = SaveSkin(m_profiles, m_path, wanted, m_edited);
+    QString problem = SaveSkin(m_profiles, m_path, wanted, m_edited);
     if (!problem.isEmpty())
         return problem;
     m_name = wanted;

@@ -198,6 +198,8 @@ void TarnloStyle::drawControl(ControlElement element, const QStyleOption* option
         if (const auto* header = qstyleoption_cast<const QStyleOptionHeader*>(option)) {
             QStyleOptionHeader quiet(*header);
             quiet.palette.setColor(QPalette::ButtonText, ToColour(Colours().TextSecondary));
+            // a heading stands over the text of its cells, and two that face each other do not touch
+            quiet.rect.adjust(kHeaderRoom, 0, -kHeaderRoom, 0);
             QProxyStyle::drawControl(element, &quiet, painter, widget);
             return;
         }
@@ -243,13 +245,6 @@ void TarnloStyle::drawComplexControl(ComplexControl control, const QStyleOptionC
     QProxyStyle::drawComplexControl(control, option, painter, widget);
     if (control == CC_ComboBox || control == CC_SpinBox)
         DrawFieldFrame(painter, option, widget);
-}
-
-QRect TarnloStyle::subElementRect(SubElement element, const QStyleOption* option, const QWidget* widget) const
-{
-    const QRect rect = QProxyStyle::subElementRect(element, option, widget);
-    // a heading stands over the text of its cells, and two that face each other do not touch
-    return element == SE_HeaderLabel ? rect.adjusted(kHeaderRoom, 0, -kHeaderRoom, 0) : rect;
 }
 
 QSize TarnloStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
