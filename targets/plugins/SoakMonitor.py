@@ -3,10 +3,12 @@
 
 A plug-in for Tarnlo with a form of its own (python3-tk), and an example of one in Python. Each minute is a line:
 reads, failures, the longest time that a read took (from asking Tarnlo to its answer, other views' turns on the bus
-included), lowest and highest voltage. The lines can be saved as CSV.
+included), lowest and highest voltage. The lines can be saved as CSV; when Tarnlo ends the plug-in before that was done,
+they are kept as soak-DATE-TIME.csv in the folder above this one.
 """
 import csv
 import os
+import signal
 import tempfile
 import time
 import tkinter
@@ -152,7 +154,7 @@ class SoakMonitor:
         try:
             work()
         except tarnlo_plugin.Ended:
-            self.form.destroy()
+            self.form.quit()
 
     def tick(self):
         self.form.after(INTERVAL_MS, self.tick)
@@ -226,22 +228,37 @@ class SoakMonitor:
                                             initialfile="soak.csv", filetypes=[("CSV files", "*.csv")])
         if not path:
             return False
-        try:        # whole: a full disk leaves the old file
-            handle, temporary = tempfile.mkstemp(dir=os.path.dirname(path) or ".")
-            try:
-                with open(handle, "w", newline="", encoding="utf-8") as file:
-                    writer = csv.writer(file)
-                    writer.writerow([text for _, text, _ in COLUMNS])
-                    writer.writerows(minute.row() for minute in self.minutes)
-                os.chmod(temporary, 0o644)
-                os.replace(temporary, path)
-            except BaseException:
-                os.unlink(temporary)
-                raise
-            self.saved = True
+        try:
+            self.write(path)
         except OSError as error:
             messagebox.showerror("Soak monitor", "%s was not saved: %s." % (path, error.strerror), parent=self.form)
         return self.saved
+
+    def write(self, path):
+        """The file whole or not at all: a full disk leaves the old one."""
+        handle, temporary = tempfile.mkstemp(dir=os.path.dirname(path) or ".")
+        try:
+            with open(handle, "w", newline="", encoding="utf-8") as file:
+                writer = csv.writer(file)
+                writer.writerow([text for _, text, _ in COLUMNS])
+                writer.writerows(minute.row() for minute in self.minutes)
+            os.chmod(temporary, 0o644)
+            os.replace(temporary, path)
+        except BaseException:
+            os.unlink(temporary)
+            raise
+        self.saved = True
+
+    def keep(self):
+        """Hours of reads are not lost because a window was closed elsewhere."""
+        if self.saved:
+            return
+        name = time.strftime("soak-%Y%m%d-%H%M%S.csv")
+        path = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), name)
+        try:
+            self.write(path)
+        except OSError as error:
+            print("%s was not saved: %s." % (path, error.strerror))
 
     def close(self):
         """The form was closed: the plug-in ends, and with it its window in Tarnlo."""
@@ -249,10 +266,14 @@ class SoakMonitor:
             answer = messagebox.askyesnocancel("Soak monitor", "Save the minutes before closing?", parent=self.form)
             if answer is None or (answer and not self.save()):
                 return
-        self.form.destroy()
+            self.saved = True           # or not wanted
+        self.form.quit()
 
 
 if __name__ == "__main__":
     monitor = SoakMonitor()
     monitor.build(tarnlo_plugin.Host(monitor))
+    signal.signal(signal.SIGTERM, lambda *_: monitor.form.quit())    # Tarnlo ends the plug-in
     monitor.form.mainloop()
+    signal.signal(signal.SIGTERM, signal.SIG_IGN)
+    monitor.keep()
