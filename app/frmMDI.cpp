@@ -534,10 +534,6 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event)
             return true;
         }
     }
-    if (event->type() == QEvent::Show)
-        if (auto* dialog
-            = qobject_cast<QDialog*>(watched)) // Qt's own file dialog does not look at the screen
-            dialog->resize(dialog->size().boundedTo(dialog->screen()->availableSize() - QSize(0, kTitleBar)));
     return QMainWindow::eventFilter(watched, event);
 }
 

@@ -9,9 +9,12 @@
 #include <QMimeDatabase>
 #include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QToolButton>
 
 namespace {
+
+constexpr int kTitleBar = 30;
 
 class FilesByName final : public QFileIconProvider {
 public:
@@ -73,10 +76,12 @@ bool EveryWindow::eventFilter(QObject* watched, QEvent* event)
         }
         break;
     case QEvent::Show:
-        if (auto* dialog = qobject_cast<QFileDialog*>(watched)) {
+        if (auto* files = qobject_cast<QFileDialog*>(watched)) {
             static FilesByName names; // dialogs only look at it
-            dialog->setIconProvider(&names);
+            files->setIconProvider(&names);
         }
+        if (auto* dialog = qobject_cast<QDialog*>(watched))
+            dialog->resize(dialog->size().boundedTo(dialog->screen()->availableSize() - QSize(0, kTitleBar)));
         break;
     default:
         break;

@@ -281,7 +281,8 @@ void AutoCyclePane::ShowStops(const CycleFacts& facts)
 void AutoCyclePane::NoteState(CycleState before, EventLog& events)
 {
     // first what came between the passes: the stop button, a level change
-    const bool noted = Note(before, events) | Note(m_cycle.Facts().State, events);
+    const bool between = Note(before, events);
+    const bool noted = Note(m_cycle.Facts().State, events) || between;
     const CycleFacts facts = m_cycle.Facts();
     if (m_runNoted && !facts.Running && !noted) // ended with the lines as they were
         events.Add(RegisterEvent::Kind::Stop, tr("Auto-cycle: %1").arg(facts.StopReason));

@@ -151,7 +151,8 @@ bool RegisterModel::setData(const QModelIndex& index, const QVariant& value, int
             SetPlotted(index.row(), on);
         else
             return false;
-        emit dataChanged(this->index(index.row(), 0), this->index(index.row(), kRegisterColumns - 1));
+        const int row = index.row();
+        emit dataChanged(this->index(row, 0), this->index(row, kRegisterColumns - 1));
         return true;
     }
     if (role == Qt::EditRole && index.column() == kValueColumn) {

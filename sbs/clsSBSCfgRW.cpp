@@ -139,7 +139,7 @@ QString clsSBSCfgRW::PopulateSrecTarget(TextGrid& grid, const QString& fileName)
 {
     std::vector<SrecTargetRec> records;
     std::int16_t count = 0;
-    const QString problem = TableCodec::Load(fileName, records, count);
+    QString problem = TableCodec::Load(fileName, records, count);
     if (problem.isEmpty())
         TableCodec::Populate(grid, records, count);
     return problem;

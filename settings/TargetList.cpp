@@ -150,7 +150,7 @@ QString TargetList::Choose(const QString& line)
         m_messages.Show(QStringLiteral("File corrupted! Please check your installation!"));
         return {};
     }
-    const QString file = m_profiles.String(m_state.ProgramSettingsFile, u"Targets", line.mid(dash + 1));
+    QString file = m_profiles.String(m_state.ProgramSettingsFile, u"Targets", line.mid(dash + 1));
     if (file.isEmpty())
         m_messages.Show(QStringLiteral("Found corrupt data. Please check your installation!"));
     return file;

@@ -82,15 +82,16 @@ GaugeConverters::GaugeConverters(GaugeFlash& flash, std::uint64_t seed, bool unc
 GaugeConverters::Constants GaugeConverters::Read(std::span<const std::uint8_t> gains,
                                                  std::span<const std::uint8_t> offsets)
 {
+    const auto signedByte = [&offsets](std::size_t at) { return (offsets[at] ^ 0x80) - 0x80; };
     Constants constants;
     constants.Voltage = Word(gains, 0) / 16384.0;
     constants.Current = Float(gains, 2);
     for (std::size_t cell = 0; cell < constants.Cell.size(); ++cell)
         constants.Cell[cell] = SignedWord(gains, 10 + 2 * cell) / 20000.0;
-    constants.Offset = SignedWord(offsets, 0) / 16.0 + static_cast<std::int8_t>(offsets[2]);
-    constants.InternalDeci = static_cast<std::int8_t>(offsets[3]);
-    constants.External1Deci = static_cast<std::int8_t>(offsets[4]);
-    constants.External2Deci = static_cast<std::int8_t>(offsets[5]);
+    constants.Offset = SignedWord(offsets, 0) / 16.0 + signedByte(2);
+    constants.InternalDeci = signedByte(3);
+    constants.External1Deci = signedByte(4);
+    constants.External2Deci = signedByte(5);
     return constants;
 }
 

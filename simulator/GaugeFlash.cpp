@@ -50,7 +50,8 @@ std::span<const std::uint8_t> GaugeFlash::Part(std::uint16_t id, int offset, int
     const Place* place = Find(id);
     if (!place || offset < 0 || width < 0 || offset + width > place->Length)
         return {};
-    return Data().subspan(static_cast<std::size_t>(place->Start + offset), static_cast<std::size_t>(width));
+    return Data().subspan(static_cast<std::size_t>(place->Start) + static_cast<std::size_t>(offset),
+                          static_cast<std::size_t>(width));
 }
 
 std::uint32_t GaugeFlash::Unsigned(std::uint16_t id, int offset, int width) const

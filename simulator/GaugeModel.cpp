@@ -435,7 +435,10 @@ bool GaugeModel::RateSustained(int rate) const
     return m_lowestCellMv / 1000.0 - drop > kEmptyCellMv / 1000.0 && m_remainingMah > needMah;
 }
 
-int GaugeModel::RelativeCharge() const { return static_cast<int>(100 * m_remainingMah / m_fullMah + 0.5); }
+int GaugeModel::RelativeCharge() const
+{
+    return static_cast<int>(std::lround(100 * m_remainingMah / m_fullMah));
+}
 
 std::uint16_t GaugeModel::Status() const
 {
