@@ -7,7 +7,7 @@ constexpr int kWatchMs = 50; // how long a pass over a silent bus goes on after 
 } // namespace
 
 RegisterSession::RegisterSession(CommandContext& context, GaugeSession& gauge, const StartupState& startup)
-    : m_context(context), m_gauge(gauge), m_startup(startup),
+    : m_context(context), m_startup(startup),
       m_link(gauge.Usb(), gauge.Access(), context.Profiles, context.Messages, startup, m_target),
       m_errors(gauge.Time()), m_registers(gauge.Usb(), startup, m_target),
       m_scan(m_registers, gauge.Access(), gauge.Time(), context.Messages, m_errors, m_tables)

@@ -35,7 +35,6 @@ public:
 private:
     void Identify();
     CommandContext& m_context;
-    GaugeSession& m_gauge;
     const StartupState& m_startup;
     clsSBSCfgRW m_tables;
     TargetSettings m_target;

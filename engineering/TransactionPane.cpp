@@ -52,7 +52,7 @@ TransactionPane::TransactionPane(TransactionHistory& history, std::int16_t gauge
     connect(cboBase, &QComboBox::currentIndexChanged, this, &TransactionPane::ChangeBase);
     for (QLineEdit* field : {txtAddress, txtCmd, txtData, txtExpect, txtMask}) {
         connect(field, &QLineEdit::returnPressed, this, &TransactionPane::Send);
-        connect(field, &QLineEdit::textEdited, this, [this, field] {
+        connect(field, &QLineEdit::textEdited, this, [field] {
             field->setProperty("refused", false);
             field->update();
         });
