@@ -116,8 +116,8 @@ void frmMDI::MakeViewMenu()
     Add(mnuView, "mnuViewSBSData", tr("&SBS data"), QStringLiteral("sbs"));
     Add(mnuView, "mnuViewDataFlash", tr("&Data flash"), QStringLiteral("df"));
     Add(mnuView, "mnuViewCalibration", tr("&Calibration"), QStringLiteral("cal"));
-    mnuView->addSeparator(); // the entries of the view in front stand between two; a menu draws two in a row
-                             // as one
+    // the entries of the view in front stand between two; a menu draws two in a row as one
+    mnuView->addSeparator();
     m_viewEnd = mnuView->addSeparator();
     auto* toolbars = mnuView->addMenu(tr("&Toolbars"));
     toolbars->menuAction()->setObjectName(QStringLiteral("mnuViewToolbars"));

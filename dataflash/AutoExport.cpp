@@ -88,7 +88,7 @@ QString AutoExport::FileName(const QString& base, int number)
 }
 
 QString ReadAndExport(DataFlash& dataFlash, TimeSource& time, const QString& path, QStringList& warnings,
-                      TransferReport* readOut)
+                      TransferReport* read)
 {
     bool edited = false;
     ForEachItem(dataFlash.Tree(),
@@ -98,12 +98,12 @@ QString ReadAndExport(DataFlash& dataFlash, TimeSource& time, const QString& pat
     if (edited)
         return QStringLiteral("%1 was not written: there are edits that reading the gauge would take away")
             .arg(path);
-    const TransferReport read = dataFlash.ReadAllDF();
-    if (readOut)
-        *readOut = read;
+    const TransferReport report = dataFlash.ReadAllDF();
+    if (read)
+        *read = report;
     if (!dataFlash.LastReadAllOK())
         return QStringLiteral("%1 was not written: %2")
-            .arg(path, read.Cancelled ? QStringLiteral("reading the gauge was cancelled") : read.Text);
+            .arg(path, report.Cancelled ? QStringLiteral("reading the gauge was cancelled") : report.Text);
     return ExportDF(dataFlash.Tree(), dataFlash.DeviceName(), time.Now().toString(Qt::ISODate), path,
                     warnings);
 }

@@ -274,8 +274,7 @@ Sequence SequencePane::Check()
                                             + 2 * lstSequenceProblems->frameWidth());
         txtSequence->MarkLine(sequence.Problems.front().Line, SequenceEditor::Mark::Wrong);
         txtSequence->GoToLine(sequence.Problems.front().Line);
-        ShowState(Counted(static_cast<std::int64_t>(sequence.Problems.size()), tr("1 line is wrong."),
-                          tr("%1 lines are wrong."))
+        ShowState(Counted(sequence.Problems.size(), tr("1 line is wrong."), tr("%1 lines are wrong."))
                       + tr(" Nothing was sent."),
                   true);
     } else {

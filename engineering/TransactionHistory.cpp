@@ -1,6 +1,7 @@
 #include "engineering/TransactionHistory.h"
 
 #include "comm/BusSequence.h"
+#include "platform/CsvField.h"
 
 #include <utility>
 
@@ -10,10 +11,7 @@ QString Field(QString text, QChar separator)
 {
     if (separator != QLatin1Char(','))
         return text.replace(QLatin1Char('\t'), QLatin1Char(' ')).replace(QLatin1Char('\n'), QLatin1Char(' '));
-    if (text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"'))
-        || text.contains(QLatin1Char('\n')))
-        return QLatin1Char('"') + text.replace(QLatin1String("\""), QLatin1String("\"\"")) + QLatin1Char('"');
-    return text;
+    return CsvField(std::move(text));
 }
 
 QString Line(const QStringList& fields, QChar separator)

@@ -4,6 +4,7 @@
 #include "look/Controls.h"
 #include "look/Icons.h"
 #include "look/Theme.h"
+#include "platform/CsvField.h"
 
 #include <QHeaderView>
 #include <QTimer>
@@ -85,19 +86,11 @@ QToolButton* MakeButton(QWidget* parent, const char* name, const char* icon, con
     return button;
 }
 
-QString Counted(std::int64_t count, const QString& one, const QString& many)
-{
-    return count == 1 ? one : many.arg(count);
-}
-
 QString TableText(const QTableView* table, QChar separator)
 {
     const QAbstractItemModel* model = table->model();
-    const auto cell = [separator](QString text) {
-        if (separator != QLatin1Char(',') || !text.contains(separator))
-            return text;
-        return QLatin1Char('"') + text.replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');
-    };
+    const auto cell
+        = [separator](const QString& text) { return separator == QLatin1Char(',') ? CsvField(text) : text; };
     QStringList captions;
     for (int column = 0; column < model->columnCount(); ++column)
         captions << cell(model->headerData(column, Qt::Horizontal).toString());

@@ -6,7 +6,7 @@
 #include <QTableView>
 #include <QToolButton>
 
-#include <cstdint>
+#include <concepts>
 #include <functional>
 
 /// What the views of this room have in common.
@@ -19,7 +19,10 @@ QLabel* MakeEmptyLabel(QTableView* table, const char* name, const QString& text)
 QToolButton* MakeButton(QWidget* parent, const char* name, const char* icon, const QString& text,
                         const QString& tip);
 /// @param many  with %1 for the number
-QString Counted(std::int64_t count, const QString& one, const QString& many);
+QString Counted(std::integral auto count, const QString& one, const QString& many)
+{
+    return count == 1 ? one : many.arg(count);
+}
 /// The chosen rows of a table, else all, below their captions; as CSV where the separator is a comma.
 QString TableText(const QTableView* table, QChar separator);
 /// Red for what was refused, quiet else.

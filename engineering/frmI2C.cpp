@@ -268,13 +268,12 @@ void frmI2C::Transfer(TransactionKind kind)
     WhenFree([this, kind, sent = *entered.Sent] {
         if (kind == TransactionKind::I2CRead)
             return SendTransfer(sent);
-        frmConfirm::Ask(
-            this, Danger::Write,
-            tr("This writes %1 to the part at address %2, from %3 on.")
-                .arg(Counted(static_cast<std::int64_t>(sent.Data.size()), tr("1 byte"), tr("%1 bytes")))
-                .arg(HexNumber(*sent.Address), HexNumber(sent.Place)),
-            {TransactionText(sent)}, tr("Write"),
-            [this, sent] { WhenFree([this, sent] { SendTransfer(sent); }); });
+        frmConfirm::Ask(this, Danger::Write,
+                        tr("This writes %1 to the part at address %2, from %3 on.")
+                            .arg(Counted(sent.Data.size(), tr("1 byte"), tr("%1 bytes")))
+                            .arg(HexNumber(*sent.Address), HexNumber(sent.Place)),
+                        {TransactionText(sent)}, tr("Write"),
+                        [this, sent] { WhenFree([this, sent] { SendTransfer(sent); }); });
     });
 }
 
@@ -302,15 +301,14 @@ void frmI2C::SendTransfer(const Transaction& transaction)
     if (sent.Kind == TransactionKind::I2CRead)
         ShowBytes(result.Data, tr("%1, from %2 on").arg(HexNumber(*sent.Address), HexNumber(sent.Place)),
                   static_cast<std::size_t>(sent.Place));
-    ShowState(
-        sent.Kind == TransactionKind::I2CRead
-            ? tr("%1 read in %2 ms.")
-                  .arg(Counted(static_cast<std::int64_t>(result.Data.size()), tr("1 byte"), tr("%1 bytes")))
-                  .arg(result.TookMs)
-            : tr("%1 acknowledged in %2 ms. Read back to be sure.")
-                  .arg(Counted(static_cast<std::int64_t>(sent.Data.size()), tr("1 byte"), tr("%1 bytes")))
-                  .arg(result.TookMs),
-        false);
+    ShowState(sent.Kind == TransactionKind::I2CRead
+                  ? tr("%1 read in %2 ms.")
+                        .arg(Counted(result.Data.size(), tr("1 byte"), tr("%1 bytes")))
+                        .arg(result.TookMs)
+                  : tr("%1 acknowledged in %2 ms. Read back to be sure.")
+                        .arg(Counted(sent.Data.size(), tr("1 byte"), tr("%1 bytes")))
+                        .arg(result.TookMs),
+              false);
 }
 
 // ---- EEPROM ----

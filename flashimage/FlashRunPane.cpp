@@ -226,19 +226,35 @@ std::vector<FlashFinding> FlashRunPane::Check() const
 void FlashRunPane::Entitle()
 {
     const QString name = m_document ? m_document->Name() : QString();
-    struct Words {
-        QString Title, Moved, Run;
-    };
-    const Words words = m_kind == Kind::Program
-        ? Words{tr("Program %1 into the gauge").arg(name), tr("Programmed"), tr("Program")}
-        : m_kind == Kind::Verify
-        ? Words{tr("Compare the gauge's flash with %1").arg(name), tr("Compared"), tr("Verify")}
-        : m_kind == Kind::Start ? Words{tr("Start the gauge's firmware"), {}, {}}
-        : m_kind == Kind::Read  ? Words{tr("Read the gauge's flash"), tr("Read"), tr("Read")}
-                                : Words{tr("Read the gauge's flash to compare with"), tr("Read"), tr("Read")};
-    lblFlashTitle->setText(words.Title);
-    grdFlashPlan->setHorizontalHeaderLabels({tr("Region"), tr("Addresses"), tr("Erased"), words.Moved});
-    cmdRunFlash->setText(words.Run);
+    QString title;
+    QString moved = tr("Read");
+    QString run = tr("Read");
+    switch (m_kind) {
+    case Kind::Program:
+        title = tr("Program %1 into the gauge").arg(name);
+        moved = tr("Programmed");
+        run = tr("Program");
+        break;
+    case Kind::Verify:
+        title = tr("Compare the gauge's flash with %1").arg(name);
+        moved = tr("Compared");
+        run = tr("Verify");
+        break;
+    case Kind::Start: // has neither plan nor button
+        title = tr("Start the gauge's firmware");
+        moved.clear();
+        run.clear();
+        break;
+    case Kind::Read:
+        title = tr("Read the gauge's flash");
+        break;
+    case Kind::ReadToCompare:
+        title = tr("Read the gauge's flash to compare with");
+        break;
+    }
+    lblFlashTitle->setText(title);
+    grdFlashPlan->setHorizontalHeaderLabels({tr("Region"), tr("Addresses"), tr("Erased"), moved});
+    cmdRunFlash->setText(run);
 }
 
 void FlashRunPane::ShowPlan()

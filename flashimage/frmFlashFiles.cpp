@@ -22,10 +22,8 @@ QString QtFilter()
 
 QString frmFlash::AskForFile(const QString& title)
 {
-    QFileDialog dialog(this, title, m_memory.Folder.isEmpty() ? m_state.ProgramFolder : m_memory.Folder,
-                       QtFilter());
-    dialog.setFileMode(QFileDialog::ExistingFile);
-    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+    return QFileDialog::getOpenFileName(
+        this, title, m_memory.Folder.isEmpty() ? m_state.ProgramFolder : m_memory.Folder, QtFilter());
 }
 
 void frmFlash::AskOpen()

@@ -1,6 +1,5 @@
 #include "look/EveryWindow.h"
 
-#include <QAbstractButton>
 #include <QCoreApplication>
 #include <QDialog>
 #include <QFileDialog>

@@ -1,5 +1,7 @@
 #include "sbs/PlotData.h"
 
+#include "platform/CsvField.h"
+
 #include <QDateTime>
 #include <QStringList>
 
@@ -63,16 +65,6 @@ private:
     bool m_any = false;
     std::optional<double> m_gapToMs;
 };
-
-QString Quoted(QString text)
-{
-    if (text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"'))
-        || text.contains(QLatin1Char('\n'))) {
-        text.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-        return QLatin1Char('"') + text + QLatin1Char('"');
-    }
-    return text;
-}
 
 } // namespace
 
@@ -194,8 +186,8 @@ QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEve
 
     QStringList cells{clock == PlotClock::Wall ? QStringLiteral("Time") : QStringLiteral("Elapsed (s)")};
     for (const PlotCurve& curve : curves)
-        cells << Quoted(curve.Unit.isEmpty() ? curve.Name
-                                             : QStringLiteral("%1 (%2)").arg(curve.Name, curve.Unit));
+        cells << CsvField(curve.Unit.isEmpty() ? curve.Name
+                                               : QStringLiteral("%1 (%2)").arg(curve.Name, curve.Unit));
     if (!visible.empty())
         cells << QStringLiteral("Event");
     QByteArray csv;
@@ -222,7 +214,7 @@ QByteArray VisibleCsv(std::span<const PlotCurve> curves, std::span<const PlotEve
             nextMs = std::min(nextMs, timeOf(i));
         for (; event < visible.size() && visible[event].AtMs <= nextMs; ++event) {
             startLine(visible[event].AtMs);
-            cells.back() = Quoted(visible[event].Text);
+            cells.back() = CsvField(visible[event].Text);
             putLine();
         }
         if (nextMs >= toMs)

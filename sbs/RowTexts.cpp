@@ -1,6 +1,7 @@
 #include "sbs/RowTexts.h"
 
 #include "comm/ErrorCodes.h"
+#include "platform/CsvField.h"
 
 #include <QStringList>
 
@@ -10,12 +11,7 @@ QString Hex(int value, int digits) { return QStringLiteral("0x%1").arg(value, di
 
 QString Quoted(const QString& field, QChar separator)
 {
-    if (separator != QLatin1Char(',')
-        || !(field.contains(separator) || field.contains(QLatin1Char('"'))
-             || field.contains(QLatin1Char('\n'))))
-        return field;
-    return QLatin1Char('"') + QString(field).replace(QLatin1Char('"'), QLatin1String("\"\""))
-        + QLatin1Char('"');
+    return separator == QLatin1Char(',') ? CsvField(field) : field;
 }
 
 } // namespace

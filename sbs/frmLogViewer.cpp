@@ -201,9 +201,8 @@ QList<QAction*> frmLogViewer::FileActions() const { return {actOpen, actCompare,
 
 QString frmLogViewer::AskForFile(const QString& title)
 {
-    QFileDialog dialog(this, title, QFileInfo(m_path).path(), tr("Log Files (*.log);;All Files (*)"));
-    dialog.setFileMode(QFileDialog::ExistingFile);
-    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+    return QFileDialog::getOpenFileName(this, title, QFileInfo(m_path).path(),
+                                        tr("Log Files (*.log);;All Files (*)"));
 }
 
 void frmLogViewer::AskOpen()
