@@ -218,8 +218,8 @@ void frmMDI::Host(ChildView* view, const QString& title)
         // a view that folded itself up needs less than at first, and lost the keyboard on the way
         if (window->isMaximized())
             window->setGeometry(mdiArea->viewport()->rect());
-        if (FrontView() == view)
-            view->setFocus();
+        if (ChildView* front = FrontView(); front && front == view)
+            front->setFocus();
     });
 }
 
